@@ -1,0 +1,76 @@
+#!/usr/bin/env bash
+# Developer commands: run, test, bench, fuzz. See README.md.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+PACKAGES=(g++ cmake ninja-build qt6-base-dev qt6-serialport-dev qt6-charts-dev libqt6opengl6-dev
+          libgtest-dev libgmock-dev libbenchmark-dev fonts-noto-cjk)
+FUZZ_PACKAGES=(clang-14 libclang-rt-14-dev)
+JOBS=${JOBS:-$(nproc)}
+
+install_missing() {
+    local missing=()
+    for p in "$@"; do
+        dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+    if [ "$(id -u)" -eq 0 ]; then
+        echo "Installing: ${missing[*]}"
+        export DEBIAN_FRONTEND=noninteractive
+        apt-get update -qq
+        apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+    else
+        echo "Missing packages. Run:"
+        echo "  sudo apt-get install ${missing[*]}"
+        exit 1
+    fi
+}
+
+configure() { # dir build-type extra-args...
+    local dir=$1 type=$2
+    shift 2
+    cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE="$type" "$@" >/dev/null
+}
+
+cmd=${1:-help}
+shift || true
+case "$cmd" in
+run)
+    install_missing "${PACKAGES[@]}"
+    configure build RelWithDebInfo
+    cmake --build build -j "$JOBS"
+    if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ] && [ "$(uname)" != Darwin ]; then
+        echo "No display found: running the terminal monitor against the simulated instrument instead."
+        exec build/poweranalyzer-cli monitor --simulate "$@"
+    fi
+    exec build/poweranalyzer --simulate "$@"
+    ;;
+test)
+    install_missing "${PACKAGES[@]}"
+    configure build RelWithDebInfo -DPA_BUILD_TESTS=ON
+    cmake --build build -j "$JOBS"
+    export QT_QPA_PLATFORM=${QT_QPA_PLATFORM:-offscreen}
+    ctest --test-dir build --output-on-failure -j "$JOBS" "$@"
+    ;;
+bench)
+    install_missing "${PACKAGES[@]}"
+    configure build-release Release -DPA_BUILD_BENCH=ON -DPA_BUILD_TESTS=OFF
+    cmake --build build-release -j "$JOBS"
+    for b in build-release/bench/*_bench; do
+        [ -x "$b" ] && "$b" "$@"
+    done
+    ;;
+fuzz)
+    install_missing "${PACKAGES[@]}" "${FUZZ_PACKAGES[@]}"
+    seconds=${1:-60}
+    CC=clang-14 CXX=clang++-14 configure build-fuzz RelWithDebInfo -DPA_FUZZ=ON -DPA_BUILD_TESTS=OFF
+    cmake --build build-fuzz -j "$JOBS"
+    for f in build-fuzz/fuzz/*_fuzz; do
+        [ -x "$f" ] && "$f" -max_total_time="$seconds" -print_final_stats=1
+    done
+    ;;
+*)
+    echo "usage: ./dev.sh run|test|bench|fuzz [seconds]"
+    exit 2
+    ;;
+esac

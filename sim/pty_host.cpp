@@ -1,0 +1,197 @@
+#include "pty_host.h"
+
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace pa::sim {
+
+namespace {
+
+// How long the thread waits for the program before it looks at the stop flag again, and
+// how long it keeps trying to hand over an answer the program does not read.
+constexpr int kPollMs = 20;
+constexpr auto kWriteCap = std::chrono::milliseconds(500);
+constexpr std::size_t kReadChunk = 256;
+
+struct Speed {
+    speed_t code;
+    int baud;
+};
+constexpr Speed kSpeeds[] = {
+    {B50, 50},       {B75, 75},         {B110, 110},       {B134, 134},     {B150, 150},
+    {B200, 200},     {B300, 300},       {B600, 600},       {B1200, 1200},   {B1800, 1800},
+    {B2400, 2400},   {B4800, 4800},     {B9600, 9600},     {B19200, 19200}, {B38400, 38400},
+    {B57600, 57600}, {B115200, 115200}, {B230400, 230400},
+};
+
+int baudOf(speed_t code) {
+    for (const Speed& s : kSpeeds) {
+        if (s.code == code)
+            return s.baud;
+    }
+    return 0; // B0 (hung up) or a speed the instrument cannot follow
+}
+
+std::string systemError(const char* what) {
+    return std::string(what) + ": " + std::strerror(errno);
+}
+
+} // namespace
+
+PtyHost::PtyHost(Load load, unsigned seed) : instrument_(load, seed) {}
+
+PtyHost::~PtyHost() {
+    stop();
+}
+
+bool PtyHost::start() {
+    if (running_)
+        return true;
+    auto fail = [this](const std::string& why) {
+        std::lock_guard lock(mutex_);
+        error_ = why;
+        if (slave_ >= 0)
+            ::close(slave_);
+        if (master_ >= 0)
+            ::close(master_);
+        slave_ = master_ = -1;
+        return false;
+    };
+
+    master_ = ::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
+    if (master_ < 0)
+        return fail(systemError("posix_openpt"));
+    if (::grantpt(master_) != 0)
+        return fail(systemError("grantpt"));
+    if (::unlockpt(master_) != 0)
+        return fail(systemError("unlockpt"));
+    const char* name = ::ptsname(master_);
+    if (!name)
+        return fail(systemError("ptsname"));
+    const std::string path = name;
+
+    slave_ = ::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+    if (slave_ < 0)
+        return fail(systemError(("open " + path).c_str()));
+    // A plain line until the program sets its own: no echo, no character translation.
+    termios t{};
+    if (::tcgetattr(slave_, &t) != 0)
+        return fail(systemError("tcgetattr"));
+    ::cfmakeraw(&t);
+    ::cfsetispeed(&t, B9600);
+    ::cfsetospeed(&t, B9600);
+    if (::tcsetattr(slave_, TCSANOW, &t) != 0)
+        return fail(systemError("tcsetattr"));
+
+    {
+        std::lock_guard lock(mutex_);
+        path_ = path;
+        error_.clear();
+    }
+    running_ = true;
+    thread_ = std::thread(&PtyHost::serve, this);
+    return true;
+}
+
+void PtyHost::stop() {
+    running_ = false;
+    if (thread_.joinable())
+        thread_.join();
+    if (master_ >= 0)
+        ::close(master_);
+    if (slave_ >= 0)
+        ::close(slave_);
+    master_ = slave_ = -1;
+}
+
+std::string PtyHost::devicePath() const {
+    std::lock_guard lock(mutex_);
+    return path_;
+}
+
+std::string PtyHost::lastError() const {
+    std::lock_guard lock(mutex_);
+    return error_;
+}
+
+void PtyHost::withInstrument(const std::function<void(Instrument&)>& fn) {
+    std::lock_guard lock(mutex_);
+    fn(instrument_);
+}
+
+int PtyHost::requestsServed() const {
+    std::lock_guard lock(mutex_);
+    return instrument_.requestsServed();
+}
+
+int PtyHost::framesSent() const {
+    std::lock_guard lock(mutex_);
+    return instrument_.framesSent();
+}
+
+// The speed the program's side of the line receives at; the master reports the settings
+// the program made on the slave.
+int PtyHost::lineBaud() const {
+    termios t{};
+    if (::tcgetattr(master_, &t) != 0)
+        return kStartBaud;
+    const speed_t in = ::cfgetispeed(&t);
+    return baudOf(in != B0 ? in : ::cfgetospeed(&t));
+}
+
+void PtyHost::serve() {
+    char buffer[kReadChunk];
+    while (running_) {
+        pollfd p{master_, POLLIN, 0};
+        if (::poll(&p, 1, kPollMs) <= 0)
+            continue; // nothing yet, or a signal
+        if (!(p.revents & POLLIN)) {
+            // Hang-up or error without data: wait instead of spinning.
+            ::poll(nullptr, 0, kPollMs);
+            continue;
+        }
+        const ssize_t n = ::read(master_, buffer, sizeof buffer);
+        if (n <= 0) {
+            if (n < 0 && errno != EAGAIN && errno != EINTR)
+                ::poll(nullptr, 0, kPollMs); // EIO while no one holds the slave
+            continue;
+        }
+        std::string answer;
+        {
+            std::lock_guard lock(mutex_);
+            answer =
+                instrument_.receive(std::string(buffer, static_cast<std::size_t>(n)), lineBaud());
+        }
+        if (!answer.empty())
+            writeAll(answer);
+    }
+}
+
+// Hands the answer to the program; gives up on what the program has not taken within the
+// cap (a receiver that does not read loses the overflow, as on a real line).
+bool PtyHost::writeAll(const std::string& bytes) {
+    const auto deadline = std::chrono::steady_clock::now() + kWriteCap;
+    std::size_t done = 0;
+    while (done < bytes.size() && running_) {
+        const ssize_t n = ::write(master_, bytes.data() + done, bytes.size() - done);
+        if (n > 0) {
+            done += static_cast<std::size_t>(n);
+            continue;
+        }
+        if (n < 0 && errno != EAGAIN && errno != EINTR)
+            return false;
+        if (std::chrono::steady_clock::now() >= deadline)
+            return false;
+        pollfd p{master_, POLLOUT, 0};
+        ::poll(&p, 1, kPollMs);
+    }
+    return done == bytes.size();
+}
+
+} // namespace pa::sim

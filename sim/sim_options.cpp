@@ -1,0 +1,156 @@
+#include "sim_options.h"
+
+#include <cerrno>
+#include <cmath>
+#include <cstdlib>
+#include <optional>
+
+namespace pa::sim {
+
+namespace {
+
+std::optional<double> numberOf(const std::string& text) {
+    if (text.empty())
+        return std::nullopt;
+    char* end = nullptr;
+    errno = 0;
+    const double value = std::strtod(text.c_str(), &end);
+    if (*end != '\0' || errno == ERANGE || !std::isfinite(value))
+        return std::nullopt;
+    return value;
+}
+
+std::optional<unsigned> seedOf(const std::string& text) {
+    if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos)
+        return std::nullopt;
+    errno = 0;
+    const unsigned long long value = std::strtoull(text.c_str(), nullptr, 10);
+    if (errno == ERANGE || value > 0xFFFFFFFFull)
+        return std::nullopt;
+    return static_cast<unsigned>(value);
+}
+
+template <typename T> struct Word {
+    const char* text;
+    T value;
+};
+constexpr Word<Display> kDisplays[] = {{"normal", Display::Normal},
+                                       {"hold", Display::Hold},
+                                       {"overload", Display::Overload},
+                                       {"startup", Display::StartUp}};
+constexpr Word<Fault> kFaults[] = {{"none", Fault::None},
+                                   {"silent", Fault::Silent},
+                                   {"garbage", Fault::Garbage},
+                                   {"truncated", Fault::Truncated}};
+
+template <typename T, std::size_t N>
+std::optional<T> wordOf(const std::string& text, const Word<T> (&words)[N]) {
+    for (const Word<T>& w : words) {
+        if (text == w.text)
+            return w.value;
+    }
+    return std::nullopt;
+}
+
+// A number option: its name, where it goes and the values it allows.
+struct NumberOption {
+    const char* name;
+    double Load::*field;
+    double min, max;
+    const char* allowed;
+};
+constexpr NumberOption kNumberOptions[] = {
+    {"--volts", &Load::volts, -1e6, 1e6, "a number"},
+    {"--amps", &Load::amps, -1e6, 1e6, "a number"},
+    {"--pf", &Load::powerFactor, -1, 1, "a number from -1 to 1"},
+    {"--hz", &Load::hertz, 0, 1e7, "a number of 0 or more"},
+    {"--noise", &Load::noise, 0, 1, "a number from 0 to 1"},
+};
+
+} // namespace
+
+ParsedOptions parseSimOptions(const std::vector<std::string>& args) {
+    ParsedOptions parsed;
+    SimOptions& o = parsed.options;
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        std::string name = args[i];
+        std::optional<std::string> value;
+        if (const auto eq = name.find('='); name.rfind("--", 0) == 0 && eq != std::string::npos) {
+            value = name.substr(eq + 1);
+            name.resize(eq);
+        }
+        if (name == "--help" || name == "-h") {
+            o.help = true;
+            continue;
+        }
+        auto takeValue = [&]() -> std::optional<std::string> {
+            if (value)
+                return value;
+            if (i + 1 < args.size())
+                return args[++i];
+            return std::nullopt;
+        };
+        auto bad = [&](const std::string& why) {
+            parsed.error = name + " " + why;
+            return parsed;
+        };
+
+        bool known = false;
+        for (const NumberOption& n : kNumberOptions) {
+            if (name != n.name)
+                continue;
+            known = true;
+            const auto text = takeValue();
+            if (!text)
+                return bad(std::string("needs ") + n.allowed);
+            const auto number = numberOf(*text);
+            if (!number || *number < n.min || *number > n.max)
+                return bad(std::string("takes ") + n.allowed + ", not \"" + *text + "\"");
+            o.load.*n.field = *number;
+        }
+        if (known)
+            continue;
+
+        if (name == "--seed") {
+            const auto text = takeValue();
+            const auto seed = text ? seedOf(*text) : std::nullopt;
+            if (!seed)
+                return bad("takes a whole number from 0 to 4294967295");
+            o.seed = *seed;
+        } else if (name == "--display") {
+            const auto text = takeValue();
+            const auto display = text ? wordOf(*text, kDisplays) : std::nullopt;
+            if (!display)
+                return bad("takes normal, hold, overload or startup");
+            o.display = *display;
+        } else if (name == "--fault") {
+            const auto text = takeValue();
+            const auto fault = text ? wordOf(*text, kFaults) : std::nullopt;
+            if (!fault)
+                return bad("takes none, silent, garbage or truncated");
+            o.fault = *fault;
+        } else {
+            parsed.error = "unknown option " + args[i];
+            return parsed;
+        }
+    }
+    return parsed;
+}
+
+std::string simUsage() {
+    return "Usage: poweranalyzer-sim [options]\n"
+           "A simulated power analyzer on a pseudo-terminal. Prints the device to open\n"
+           "(for example /dev/pts/5) and answers on it until interrupted.\n"
+           "\n"
+           "  --volts V      voltage (default 230)\n"
+           "  --amps A       current (default 0.55)\n"
+           "  --pf PF        power factor, -1 to 1 (default 0.92); power is V x A x PF\n"
+           "  --hz HZ        line frequency (default 50)\n"
+           "  --noise X      relative noise of each reading (default 0.002)\n"
+           "  --seed N       seed of the noise and of garbage replies (default 1)\n"
+           "  --display D    normal, hold, overload or startup (default normal)\n"
+           "  --fault F      none, silent, garbage or truncated (default none)\n"
+           "  --help         this text\n";
+}
+
+} // namespace pa::sim

@@ -1,0 +1,62 @@
+// poweranalyzer: the desktop program.
+//   --simulate    serve a simulated instrument on a pseudo-terminal, list it in the COM menu
+//                 and open it after start-up
+//   --port PATH   open this port after start-up
+#include "app/program_state.h"
+#include "pty_host.h"
+#include "qt/qt_clock.h"
+#include "qt/qt_port.h"
+#include "qt/qt_ui.h"
+#include "qt/system_ports.h"
+#include "ui/MeterRec.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <cstdio>
+#include <memory>
+
+int main(int argc, char** argv) {
+    QApplication app(argc, argv);
+    QApplication::setApplicationName("poweranalyzer");
+    QApplication::setApplicationDisplayName("Power Analyzer");
+    QApplication::setApplicationVersion("6.7");
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription("Desktop companion of the single-phase power analyzer.");
+    parser.addHelpOption();
+    parser.addVersionOption();
+    QCommandLineOption simulate("simulate", "Start a simulated instrument and open it.");
+    QCommandLineOption port("port", "Open this serial port (device path or COMn) at start.",
+                            "PATH");
+    parser.addOption(simulate);
+    parser.addOption(port);
+    parser.process(app);
+
+    pa::app::ProgramState state;
+    pa::qt::QtPort serial;
+    pa::qt::QtClock clock;
+    pa::qt::QtUi ui;
+    pa::ui::MeterRec window(state, serial, clock, ui);
+    ui.setOwner(&window);
+
+    auto ports = pa::qt::listSystemPorts();
+    std::unique_ptr<pa::sim::PtyHost> simulator;
+    if (parser.isSet(simulate)) {
+        simulator = std::make_unique<pa::sim::PtyHost>();
+        if (!simulator->start()) {
+            std::fprintf(stderr, "poweranalyzer: could not start the simulated instrument\n");
+            return 1;
+        }
+        ports.push_back(
+            {"simulated instrument " + simulator->devicePath(), simulator->devicePath(), false});
+    }
+    window.setPorts(ports, pa::qt::isWindows() && !simulator);
+
+    window.startup();
+    window.show();
+    if (simulator)
+        window.openPort(simulator->devicePath());
+    else if (parser.isSet(port))
+        window.openPort(parser.value(port).toStdString());
+    return app.exec();
+}

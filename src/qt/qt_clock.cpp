@@ -1,0 +1,27 @@
+#include "qt/qt_clock.h"
+
+#include <QDateTime>
+#include <QElapsedTimer>
+#include <QThread>
+
+namespace pa::qt {
+
+double QtClock::secondsSinceMidnight() {
+    return QTime::currentTime().msecsSinceStartOfDay() / 1000.0;
+}
+
+app::DateTime QtClock::now() {
+    const QDateTime t = QDateTime::currentDateTime();
+    return {t.date().year(), t.date().month(),  t.date().day(),
+            t.time().hour(), t.time().minute(), t.time().second() + t.time().msec() / 1000.0};
+}
+
+void QtClock::pause(double seconds) {
+    QElapsedTimer timer;
+    timer.start();
+    const qint64 ms = static_cast<qint64>(seconds * 1000.0 + 0.5);
+    while (timer.elapsed() < ms)
+        QThread::msleep(1);
+}
+
+} // namespace pa::qt

@@ -1,0 +1,43 @@
+#pragma once
+// Dialogs and the status window through Qt widgets.
+#include "app/ui.h"
+
+#include <QPointer>
+#include <QWidget>
+
+namespace pa::ui {
+class CHKSPEED;
+}
+
+namespace pa::qt {
+
+class QtUi : public app::Ui {
+  public:
+    QtUi();
+    ~QtUi() override;
+    // The window that owns the dialogs (the main window once it exists).
+    void setOwner(QWidget* owner) { owner_ = owner; }
+    ui::CHKSPEED* statusWindow() const { return status_; }
+
+    app::Answer message(const std::string& text, const std::string& title, app::Icon icon,
+                        app::Buttons buttons) override;
+    std::optional<std::string> input(const std::string& prompt, const std::string& title,
+                                     const std::string& defaultText) override;
+    std::optional<std::string> openFile(const std::string& title,
+                                        const std::string& filter) override;
+    std::optional<std::string> saveFile(const std::string& title,
+                                        const std::string& filter) override;
+    void statusShow() override;
+    void statusHide() override;
+    void statusCaption(const std::string& caption) override;
+    void statusText(const std::string& text) override;
+    void processEvents() override;
+    void beep() override;
+    void openDocument(const std::string& path) override;
+
+  private:
+    QPointer<QWidget> owner_;
+    ui::CHKSPEED* status_;
+};
+
+} // namespace pa::qt

@@ -1,0 +1,20 @@
+#pragma once
+// The small status window: a caption and one line of text. Used by the speed check, by
+// recording ("Recording !") and as the datalogger's progress display.
+#include <QLabel>
+#include <QWidget>
+
+namespace pa::ui {
+
+class CHKSPEED : public QWidget {
+    Q_OBJECT
+  public:
+    explicit CHKSPEED(QWidget* parent = nullptr);
+    void setText(const QString& text) { text_->setText(text); }
+    QString text() const { return text_->text(); }
+
+  private:
+    QLabel* text_;
+};
+
+} // namespace pa::ui

@@ -1,0 +1,498 @@
+#include "ui/MeterRec.h"
+
+#include "text/mask_format.h"
+#include "ui/captions.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QFontDatabase>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QMenuBar>
+#include <QMouseEvent>
+#include <QPageSetupDialog>
+#include <QPainter>
+#include <QPrintDialog>
+#include <QPrinter>
+#include <QVBoxLayout>
+
+namespace pa::ui {
+namespace {
+
+QString qs(const std::string& s) {
+    return QString::fromStdString(s);
+}
+QString captionText(Caption c, int language) {
+    return qs(caption(c, language));
+}
+
+// The model name shown in the status group.
+constexpr const char* kModel = "KV2260";
+
+constexpr const char* kPanelStyle =
+    "QLabel { background: #0d1418; color: #e6f4ea; border: 1px solid #2c3a40;"
+    " border-radius: 4px; padding: 2px 8px; }";
+
+QLabel* readoutLabel(QWidget* parent, int index, int pointSize) {
+    auto* label = new QLabel(parent);
+    label->setObjectName(QString("Panel3D2_%1").arg(index));
+    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    font.setPointSize(pointSize);
+    font.setBold(true);
+    label->setFont(font);
+    label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    label->setStyleSheet(kPanelStyle);
+    label->setMinimumWidth(pointSize * 7);
+    label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    return label;
+}
+
+} // namespace
+
+MeterRec::MeterRec(app::ProgramState& state, app::Port& port, app::Clock& clock, app::Ui& ui,
+                   QWidget* parent)
+    : QMainWindow(parent), state_(state), port_(port), clock_(clock), ui_(ui),
+      link_(port, clock, ui, state), cycle_(port, clock, ui, state) {
+    setObjectName("MeterRec");
+    timer1_.setObjectName("Timer1");
+    timer2_.setObjectName("Timer2");
+    timer1_.setInterval(live::kFirstSampleMs);
+    timer2_.setInterval(live::kPollMs);
+    timer1_.setTimerType(Qt::PreciseTimer);
+    link_.setTimerSwitch([this](bool on) {
+        if (on) {
+            timer1_.start();
+            timer2_.start();
+        } else {
+            timer1_.stop();
+            timer2_.stop();
+        }
+    });
+    cycle_.setLiveSampling([this](int on) { link_.SetLiveSampling(on); });
+    connect(&timer1_, &QTimer::timeout, this, [this] {
+        timer1_.setInterval(cycle_.Timer1Tick());
+        refresh();
+    });
+    connect(&timer2_, &QTimer::timeout, this, [this] {
+        cycle_.Timer2Tick();
+        refresh();
+    });
+    buildMenus();
+    buildBody();
+    applyCaptions(state_.language);
+    refresh();
+}
+
+void MeterRec::buildMenus() {
+    QMenuBar* bar = menuBar();
+
+    fileMenu_ = bar->addMenu(QString());
+    createDataFile_ = fileMenu_->addAction(QString());
+    createDataFile_->setObjectName("FileCreate");
+    startRecordingMenu_ = fileMenu_->addMenu(QString());
+    startRecordingMenu_->setObjectName("FileStart");
+    recordAuto_ = startRecordingMenu_->addAction(QString());
+    recordManual_ = startRecordingMenu_->addAction(QString());
+    endRecording_ = fileMenu_->addAction(QString());
+    endRecording_->setObjectName("FileEnd");
+    fileMenu_->addSeparator();
+    viewFile_ = fileMenu_->addAction(QString());
+    plotFile_ = fileMenu_->addAction(QString());
+    fileMenu_->addSeparator();
+    printerSetup_ = fileMenu_->addAction(QString());
+    fileMenu_->addSeparator();
+    exit_ = fileMenu_->addAction(QString());
+    exit_->setShortcut(QKeySequence::Quit);
+    connect(exit_, &QAction::triggered, this, &QWidget::close);
+    connect(printerSetup_, &QAction::triggered, this, [this] {
+        QPrinter printer;
+        QPageSetupDialog(&printer, this).exec();
+    });
+    // Recording, the viewer and the plot window come in later builds.
+    for (QAction* a : {createDataFile_, endRecording_, viewFile_, plotFile_})
+        a->setEnabled(false);
+    startRecordingMenu_->setEnabled(false);
+
+    improvePf_ = bar->addAction(QString());
+    improvePf_->setEnabled(false);
+    datalogger_ = bar->addAction(QString());
+    datalogger_->setEnabled(false);
+
+    optionMenu_ = bar->addMenu(QString());
+    sampleRate_ = optionMenu_->addAction(QString());
+    sampleRate_->setObjectName("SampleRate");
+    connect(sampleRate_, &QAction::triggered, this, [this] {
+        cycle_.SampleRate();
+        refresh();
+    });
+
+    comMenu_ = optionMenu_->addMenu("COM");
+    comMenu_->setObjectName("port");
+    for (int n = 1; n <= app::kComMenuItems; ++n) {
+        QAction* item = comMenu_->addAction(QString("COM %1").arg(n));
+        item->setObjectName(QString("port_number_%1").arg(n));
+        connect(item, &QAction::triggered, this, [this, n] { selectPort(n); });
+        portNumber_.append(item);
+    }
+    comMenu_->addSeparator();
+    QAction* otherPort = comMenu_->addAction("Other port...");
+    otherPort->setObjectName("port_other");
+    connect(otherPort, &QAction::triggered, this, &MeterRec::typePortName);
+
+    baudMenu_ = optionMenu_->addMenu(qs(link_.baudCaption()));
+    baudMenu_->setObjectName("baud");
+    for (int i = 0; i < 4; ++i) {
+        const QString rate = QString(app::kBaudChoices[i].settings).section(',', 0, 0);
+        QAction* item = baudMenu_->addAction(rate);
+        item->setObjectName(QString("baud_rate_%1").arg(i));
+        connect(item, &QAction::triggered, this, [this, i] { selectBaud(i); });
+        baudRate_.append(item);
+    }
+
+    languageMenu_ = optionMenu_->addMenu(QString());
+    english_ = languageMenu_->addAction(QString());
+    chinese_ = languageMenu_->addAction(QString());
+    connect(english_, &QAction::triggered, this, [this] {
+        state_.language = 1;
+        applyCaptions(1);
+    });
+    connect(chinese_, &QAction::triggered, this, [this] {
+        state_.language = 2;
+        applyCaptions(2);
+    });
+
+    helpMenu_ = bar->addMenu(kStartupHelpCaption);
+    manualMenu_ = helpMenu_->addMenu(QString());
+    for (const char* name : {"English", "French", "German", "Spanish", "Italian", "Portuguese"})
+        manualMenu_->addAction(name)->setEnabled(false);
+    about_ = helpMenu_->addAction(QString());
+    about_->setEnabled(false);
+
+    QAction* version = bar->addAction("V6.7");
+    version->setEnabled(false);
+}
+
+QWidget* MeterRec::buildReadings() {
+    auto* readings = new QWidget(this);
+    auto* grid = new QGridLayout(readings);
+    grid->setSpacing(8);
+    // The four measured values large on the first row, the derived ones below.
+    const struct {
+        int panel, row, column, pointSize;
+    } places[] = {{live::kW, 0, 0, 30},   {live::kPF, 0, 1, 30},    {live::kV, 0, 2, 30},
+                  {live::kA, 0, 3, 30},   {live::kAngle, 1, 0, 20}, {live::kVA, 1, 1, 20},
+                  {live::kVAR, 1, 2, 20}, {live::kHz, 1, 3, 20},    {live::kKWH, 2, 0, 20}};
+    for (const auto& p : places) {
+        auto* box = new QGroupBox(readings);
+        box->setObjectName(QString("Frame_%1").arg(p.panel));
+        auto* layout = new QVBoxLayout(box);
+        layout->setContentsMargins(6, 4, 6, 6);
+        panels_[p.panel] = readoutLabel(box, p.panel, p.pointSize);
+        layout->addWidget(panels_[p.panel]);
+        titles_[p.panel] = box;
+        grid->addWidget(box, p.row, p.column);
+    }
+    grid->addWidget(buildCostAndButtons(), 2, 1, 1, 3);
+    return readings;
+}
+
+QWidget* MeterRec::buildCostAndButtons() {
+    auto* box = new QGroupBox(this);
+    box->setObjectName("Frame_9");
+    titles_[live::kEnergyPerPeriod] = box;
+    auto* row = new QHBoxLayout(box);
+    period_ = new QComboBox(box);
+    period_->setObjectName("Combo1");
+    connect(period_, &QComboBox::currentIndexChanged, this,
+            [this](int index) { cycle_.energy().choosePeriod(index); });
+    panels_[live::kEnergyPerPeriod] = readoutLabel(box, live::kEnergyPerPeriod, 20);
+    panels_[live::kCost] = readoutLabel(box, live::kCost, 20);
+    hoursPerDay_ = new QLineEdit("0", box);
+    hoursPerDay_->setObjectName("set_hrs_per_day");
+    hoursPerDay_->setMaximumWidth(70);
+    pricePerKwh_ = new QLineEdit("0", box);
+    pricePerKwh_->setObjectName("set_d_per_kwh");
+    pricePerKwh_->setMaximumWidth(70);
+    connect(hoursPerDay_, &QLineEdit::returnPressed, this, &MeterRec::hoursEntered);
+    connect(pricePerKwh_, &QLineEdit::returnPressed, this, &MeterRec::priceEntered);
+    hoursLabel_ = new QLabel(box);
+    hoursLabel_->setBuddy(hoursPerDay_);
+    priceLabel_ = new QLabel(box);
+    priceLabel_->setBuddy(pricePerKwh_);
+
+    auto* entries = new QGridLayout;
+    entries->addWidget(period_, 0, 0, 1, 2);
+    entries->addWidget(hoursPerDay_, 1, 0);
+    entries->addWidget(hoursLabel_, 1, 1);
+    entries->addWidget(pricePerKwh_, 2, 0);
+    entries->addWidget(priceLabel_, 2, 1);
+    row->addLayout(entries);
+    row->addWidget(panels_[live::kEnergyPerPeriod], 1);
+    row->addWidget(panels_[live::kCost], 1);
+    return box;
+}
+
+QWidget* MeterRec::buildStatus() {
+    auto* status = new QWidget(this);
+    auto* row = new QHBoxLayout(status);
+    auto makeLabel = [status](const char* name) {
+        auto* label = new QLabel(status);
+        label->setObjectName(name);
+        return label;
+    };
+    sampleCaption_ = makeLabel("Label1_0");
+    sampleValue_ = makeLabel("Label1_1");
+    modelCaption_ = makeLabel("ModelCaption");
+    modelValue_ = makeLabel("Model");
+    modelValue_->setText(kModel);
+    dateCaption_ = makeLabel("DateCaption");
+    dateValue_ = makeLabel("Date");
+    timeCaption_ = makeLabel("Label1_2");
+    clockValue_ = makeLabel("Label1_3");
+    warning_ = makeLabel("Warning");
+    hold_ = makeLabel("hold");
+    portState_ = makeLabel("PortState");
+    for (QLabel* l : {sampleCaption_, sampleValue_})
+        l->installEventFilter(this);
+    sampleCaption_->setToolTip("Double-click to change the sampling time");
+    sampleValue_->setToolTip("Double-click to change the sampling time");
+    QFont big = clockValue_->font();
+    big.setPointSize(big.pointSize() + 3);
+    big.setBold(true);
+    for (QLabel* l : {sampleValue_, modelValue_, dateValue_, clockValue_, warning_, hold_})
+        l->setFont(big);
+    warning_->setStyleSheet("color: white; background: #c62828; padding: 2px 10px;");
+    hold_->setStyleSheet("color: black; background: #ffb300; padding: 2px 10px;");
+    for (QLabel* l : {sampleCaption_, sampleValue_, modelCaption_, modelValue_, dateCaption_,
+                      dateValue_, timeCaption_, clockValue_})
+        row->addWidget(l);
+    row->addSpacing(12);
+    row->addWidget(warning_);
+    row->addWidget(hold_);
+    row->addStretch(1);
+    row->addWidget(portState_);
+    return status;
+}
+
+void MeterRec::buildBody() {
+    auto* body = new QWidget(this);
+    auto* layout = new QVBoxLayout(body);
+    layout->addWidget(buildReadings());
+
+    auto* buttons = new QHBoxLayout;
+    record_ = new QPushButton(body);
+    record_->setObjectName("Record");
+    record_->setVisible(false); // shown only while recording manually
+    connect(record_, &QPushButton::clicked, this, [this] { cycle_.requestRecord(); });
+    getHz_ = new QPushButton(body);
+    getHz_->setObjectName("get_hz");
+    connect(getHz_, &QPushButton::clicked, this, [this] {
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+        cycle_.GetHz();
+        QApplication::restoreOverrideCursor();
+        refresh();
+    });
+    reset_ = new QPushButton(body);
+    reset_->setObjectName("reset_kwh");
+    connect(reset_, &QPushButton::clicked, this, [this] {
+        cycle_.resetKwh();
+        refresh();
+    });
+    print_ = new QPushButton(body);
+    print_->setObjectName("Print");
+    connect(print_, &QPushButton::clicked, this, [this] {
+        QPrinter printer;
+        QPrintDialog dialog(&printer, this);
+        if (dialog.exec() == QDialog::Accepted)
+            printWindow(printer);
+    });
+    for (QPushButton* b : {record_, getHz_, reset_, print_})
+        buttons->addWidget(b);
+    buttons->addStretch(1);
+
+    recordingGroup_ = new QWidget(body);
+    auto* recording = new QHBoxLayout(recordingGroup_);
+    recording->setContentsMargins(0, 0, 0, 0);
+    serialNumberCaption_ = new QLabel(recordingGroup_);
+    recordNumber_ = new QLineEdit("0", recordingGroup_);
+    recordNumber_->setObjectName("Text1");
+    recordNumber_->setMaximumWidth(90);
+    lastRecordCaption_ = new QLabel(recordingGroup_);
+    lastRecord_ = new QLabel(recordingGroup_);
+    lastRecord_->setObjectName("Label2");
+    lastRecord_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    for (QWidget* w : std::initializer_list<QWidget*>{serialNumberCaption_, recordNumber_,
+                                                      lastRecordCaption_, lastRecord_})
+        recording->addWidget(w);
+    recording->addStretch(1);
+    recordingGroup_->setVisible(false); // until Start Recording is opened
+    buttons->addWidget(recordingGroup_, 3);
+
+    layout->addLayout(buttons);
+    layout->addWidget(buildStatus());
+    setCentralWidget(body);
+}
+
+void MeterRec::applyCaptions(int language) {
+    cycle_.setCaptions(caption(Caption::NoCom, language), caption(Caption::Hold, language));
+
+    fileMenu_->setTitle(captionText(Caption::MenuFile, language));
+    createDataFile_->setText(captionText(Caption::MenuCreateDataFile, language));
+    startRecordingMenu_->setTitle(captionText(Caption::MenuStartRecording, language));
+    recordAuto_->setText(captionText(Caption::MenuAuto, language));
+    recordManual_->setText(captionText(Caption::MenuManual, language));
+    endRecording_->setText(captionText(Caption::MenuEndRecording, language));
+    viewFile_->setText(captionText(Caption::MenuViewFile, language));
+    plotFile_->setText(captionText(Caption::MenuPlot, language));
+    printerSetup_->setText(captionText(Caption::MenuPrinterSetup, language));
+    print_->setText(captionText(Caption::PrintButton, language));
+    exit_->setText(captionText(Caption::MenuExit, language));
+    optionMenu_->setTitle(captionText(Caption::MenuOption, language));
+    sampleRate_->setText(captionText(Caption::MenuSampleRate, language));
+    improvePf_->setText(captionText(Caption::MenuImprovePF, language));
+    languageMenu_->setTitle(captionText(Caption::MenuLanguage, language));
+    english_->setText(captionText(Caption::MenuEnglish, language));
+    chinese_->setText(captionText(Caption::MenuChinese, language));
+    datalogger_->setText(captionText(Caption::MenuDatalogger, language));
+
+    // The period list starts again at "month" in every language change.
+    period_->clear();
+    for (Caption c : {Caption::PeriodMonth, Caption::PeriodDay, Caption::PeriodYear})
+        period_->addItem(captionText(c, language));
+    period_->setCurrentIndex(0);
+    cycle_.energy().choosePeriod(0);
+
+    setWindowTitle(captionText(Caption::WindowTitle, language));
+    const Caption readingTitles[] = {Caption::Reading0, Caption::Reading1, Caption::Reading2,
+                                     Caption::Reading3, Caption::Reading4, Caption::Reading5,
+                                     Caption::Reading6, Caption::Reading7, Caption::Reading8,
+                                     Caption::Reading9};
+    for (int i = 0; i <= live::kEnergyPerPeriod; ++i)
+        titles_[i]->setTitle(captionText(readingTitles[i], language));
+    hoursLabel_->setText(captionText(Caption::HoursPerDay, language));
+    priceLabel_->setText(captionText(Caption::PricePerKwh, language));
+    record_->setText(captionText(Caption::RecordButton, language));
+    getHz_->setText(captionText(Caption::GetHzButton, language));
+    reset_->setText(captionText(Caption::ResetButton, language));
+    serialNumberCaption_->setText(captionText(Caption::SerialNumber, language));
+    lastRecordCaption_->setText(captionText(Caption::LastRecord, language));
+    sampleCaption_->setText(captionText(Caption::Sample, language));
+    modelCaption_->setText(captionText(Caption::Model, language));
+    dateCaption_->setText(captionText(Caption::Date, language));
+    timeCaption_->setText(captionText(Caption::LastTime, language));
+
+    helpMenu_->setTitle(captionText(Caption::MenuHelp, language));
+    manualMenu_->setTitle(captionText(Caption::MenuUserManual, language));
+    about_->setText(captionText(Caption::MenuAbout, language));
+    refresh();
+}
+
+void MeterRec::setPorts(const std::vector<app::SystemPort>& ordered, bool windows) {
+    link_.setComDevices(app::comDevicePaths(ordered, windows));
+    for (int i = 0; i < portNumber_.size(); ++i) {
+        QString text = QString("COM %1").arg(i + 1);
+        if (!windows && i < static_cast<int>(ordered.size()))
+            text += QString("   (%1)").arg(qs(ordered[i].name));
+        portNumber_[i]->setText(text);
+    }
+}
+
+void MeterRec::startup() {
+    link_.Startup([this] { applyCaptions(state_.language); });
+    showPortState();
+}
+
+void MeterRec::selectPort(int n) {
+    link_.SelectPort(n);
+    showPortState();
+}
+
+void MeterRec::typePortName() {
+    const auto name = ui_.input("Serial port name or device path (for example COM7 or "
+                                "/dev/ttyUSB0):",
+                                "Other port", port_.portName());
+    if (name && !name->empty())
+        openPort(*name);
+}
+
+void MeterRec::openPort(const std::string& device) {
+    link_.SelectPortByName(device);
+    showPortState();
+}
+
+void MeterRec::selectBaud(int index) {
+    link_.SelectBaud(index);
+    showPortState();
+}
+
+void MeterRec::priceEntered() {
+    const auto refused = cycle_.energy().priceEntered(pricePerKwh_->text().toStdString());
+    if (!refused)
+        return;
+    ui_.message(refused->message);
+    if (refused->boxText)
+        pricePerKwh_->setText(qs(*refused->boxText));
+}
+
+void MeterRec::hoursEntered() {
+    const auto refused = cycle_.energy().hoursEntered(hoursPerDay_->text().toStdString());
+    if (refused)
+        ui_.message(refused->message);
+}
+
+void MeterRec::showPortState() {
+    comMenu_->setTitle(qs(link_.portCaption()));
+    baudMenu_->setTitle(qs(link_.baudCaption()));
+    portState_->setText(port_.isOpen() ? qs(port_.portName() + "  " + port_.settings())
+                                       : QString("no port open"));
+}
+
+void MeterRec::refresh() {
+    const live::Readouts& r = cycle_.readouts();
+    for (int i = 0; i < live::kPanels; ++i)
+        panels_[i]->setText(qs(r.Panel3D2[i]));
+    sampleValue_->setText(qs(r.sampleTime));
+    clockValue_->setText(qs(r.clockText));
+    warning_->setText(qs(r.warning));
+    warning_->setVisible(r.warningVisible && !r.warning.empty());
+    hold_->setText(qs(cycle_.holdCaption()));
+    hold_->setVisible(r.holdVisible);
+    const app::DateTime now = clock_.now();
+    dateValue_->setText(QString("%1-%2-%3")
+                            .arg(now.month, 2, 10, QChar('0'))
+                            .arg(now.day, 2, 10, QChar('0'))
+                            .arg(now.year, 4, 10, QChar('0')));
+    if (!port_.isOpen() && portState_)
+        showPortState();
+}
+
+void MeterRec::printWindow(QPrinter& printer) {
+    const QPixmap picture = grab();
+    QPainter painter(&printer);
+    const QRect page = painter.viewport();
+    QSize size = picture.size();
+    size.scale(page.size(), Qt::KeepAspectRatio);
+    painter.setViewport(page.x(), page.y(), size.width(), size.height());
+    painter.setWindow(picture.rect());
+    painter.drawPixmap(0, 0, picture);
+}
+
+bool MeterRec::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::MouseButtonDblClick &&
+        (watched == sampleCaption_ || watched == sampleValue_)) {
+        cycle_.SampleRate();
+        refresh();
+        return true;
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+void MeterRec::closeEvent(QCloseEvent* event) {
+    // Exit: close the port, whatever it says, and end at once.
+    link_.SetLiveSampling(0);
+    port_.close();
+    event->accept();
+    QApplication::quit();
+}
+
+} // namespace pa::ui

@@ -1,0 +1,132 @@
+#pragma once
+// The main window: the live readouts, the cost estimate, the status line and the menu bar
+// from which every other window is reached. It turns user actions into calls on the link
+// (port, baud, suspend/resume) and on the live cycle, and shows their state.
+#include "app/meter_link.h"
+#include "app/port_catalog.h"
+#include "app/program_state.h"
+#include "live/live_cycle.h"
+
+#include <QAction>
+#include <QComboBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMainWindow>
+#include <QMenu>
+#include <QPushButton>
+#include <QTimer>
+#include <array>
+#include <vector>
+
+class QPrinter;
+
+namespace pa::ui {
+
+class MeterRec : public QMainWindow {
+    Q_OBJECT
+  public:
+    MeterRec(app::ProgramState& state, app::Port& port, app::Clock& clock, app::Ui& ui,
+             QWidget* parent = nullptr);
+
+    // Lists the COM menu: the system's ports in menu order, then any extra (simulated) ones.
+    void setPorts(const std::vector<app::SystemPort>& ordered, bool windows);
+    // Runs the start-up sequence; the caller shows the window afterwards.
+    void startup();
+    // Applies the captions of a language (1 English, 2 Chinese) to every control.
+    void applyCaptions(int language);
+    // Opens a port by device path or name, as the COM menu's "Other port..." item does.
+    void openPort(const std::string& device);
+    // Prints the window as a picture, scaled to the page.
+    void printWindow(QPrinter& printer);
+
+    app::MeterLink& link() { return link_; }
+    live::LiveCycle& cycle() { return cycle_; }
+    QTimer& timer1() { return timer1_; }
+    QTimer& timer2() { return timer2_; }
+    QLabel* panel(int index) const { return panels_[index]; }
+
+  protected:
+    void closeEvent(QCloseEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+  private:
+    void buildMenus();
+    void buildBody();
+    QWidget* buildReadings();
+    QWidget* buildCostAndButtons();
+    QWidget* buildStatus();
+    void selectPort(int n);
+    void typePortName();
+    void selectBaud(int index);
+    void priceEntered();
+    void hoursEntered();
+    void showPortState();
+    void refresh();
+
+    app::ProgramState& state_;
+    app::Port& port_;
+    app::Clock& clock_;
+    app::Ui& ui_;
+    app::MeterLink link_;
+    live::LiveCycle cycle_;
+    QTimer timer1_; // sample clock
+    QTimer timer2_; // poll
+
+    // Menus.
+    QMenu* fileMenu_ = nullptr;
+    QMenu* optionMenu_ = nullptr;
+    QMenu* comMenu_ = nullptr;
+    QMenu* baudMenu_ = nullptr;
+    QMenu* languageMenu_ = nullptr;
+    QMenu* helpMenu_ = nullptr;
+    QMenu* manualMenu_ = nullptr;
+    QMenu* startRecordingMenu_ = nullptr;
+    QAction* createDataFile_ = nullptr;
+    QAction* recordAuto_ = nullptr;
+    QAction* recordManual_ = nullptr;
+    QAction* endRecording_ = nullptr;
+    QAction* viewFile_ = nullptr;
+    QAction* plotFile_ = nullptr;
+    QAction* printerSetup_ = nullptr;
+    QAction* exit_ = nullptr;
+    QAction* improvePf_ = nullptr;
+    QAction* datalogger_ = nullptr;
+    QAction* sampleRate_ = nullptr;
+    QAction* english_ = nullptr;
+    QAction* chinese_ = nullptr;
+    QAction* about_ = nullptr;
+    QList<QAction*> portNumber_; // index 0 is "COM 1"
+    QList<QAction*> baudRate_;
+
+    // Body.
+    std::array<QLabel*, live::kPanels> panels_{};    // Panel3D2
+    std::array<QGroupBox*, live::kPanels> titles_{}; // the titled boxes around them
+    QComboBox* period_ = nullptr;                    // Combo1
+    QLineEdit* hoursPerDay_ = nullptr;               // set_hrs_per_day
+    QLineEdit* pricePerKwh_ = nullptr;               // set_d_per_kwh
+    QLabel* hoursLabel_ = nullptr;
+    QLabel* priceLabel_ = nullptr;
+    QPushButton* record_ = nullptr;
+    QPushButton* getHz_ = nullptr;
+    QPushButton* reset_ = nullptr;
+    QPushButton* print_ = nullptr;
+    QWidget* recordingGroup_ = nullptr;
+    QLabel* serialNumberCaption_ = nullptr;
+    QLineEdit* recordNumber_ = nullptr; // Text1
+    QLabel* lastRecordCaption_ = nullptr;
+    QLabel* lastRecord_ = nullptr;    // Label2
+    QLabel* sampleCaption_ = nullptr; // Label1(0)
+    QLabel* sampleValue_ = nullptr;   // Label1(1)
+    QLabel* modelCaption_ = nullptr;
+    QLabel* modelValue_ = nullptr;
+    QLabel* dateCaption_ = nullptr;
+    QLabel* dateValue_ = nullptr;
+    QLabel* timeCaption_ = nullptr;
+    QLabel* clockValue_ = nullptr; // Label1(3)
+    QLabel* warning_ = nullptr;    // Warning
+    QLabel* hold_ = nullptr;       // hold
+    QLabel* portState_ = nullptr;
+};
+
+} // namespace pa::ui

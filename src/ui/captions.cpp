@@ -1,0 +1,86 @@
+#include "ui/captions.h"
+
+#include <array>
+
+namespace pa::ui {
+namespace {
+
+struct Pair {
+    std::string english;
+    std::string chinese;
+};
+
+// In the order of the Caption enumeration.
+const std::array<Pair, static_cast<std::size_t>(Caption::Count)> kTable{{
+    {"NO COM", "斷 線"},
+    {"HOLD", "讀值鎖定"},
+    {"Enter the name of file to store data", ""},
+    {"Input File Name", "請輸入檔案名稱"},
+    {"&File", "檔案"},
+    {"&Create Data File", "建立檔案名稱"},
+    {"&Start Recording", "開始記錄(&S)"},
+    {"Now(Auto)", "自動"},
+    {"Manually", "手動"},
+    {"&End Recording", "停止記錄(&E)"},
+    {"&View File", "瀏覽檔案(&V)"},
+    {"&Plot Data from File", "從檔案作圖(&D)"},
+    {"Printer &Setup", "設定印表機"},
+    {"Print", "印畫面"},
+    {"E&xit", "結束(&X)"},
+    {"&Option", "選擇"},
+    {"&Sample Rate", "取樣時間(&S)"},
+    {"&Improve PF", "功因改善篇"},
+    {"Language", "語言"},
+    {"English", "英文"},
+    {"Chinese", "中文"},
+    {"&Datalogger", "記錄器"},
+    {"Power Analyzer", "瓦特計/功率計"},
+    {"W", "瓦特(W)"},
+    {"PF", "功率因素(PF)"},
+    {"V", "電壓(V)"},
+    {"A", "電流(A)"},
+    {"Phase Angle", "相位角度"},
+    {"VA", "視在功率(VA)"},
+    {"VAR", "虛功率(VAR)"},
+    {"Hz", "頻率"},
+    {"KWH", "千瓦小時"},
+    {"Est. KWH ($) per", "估計用電度數/費用"},
+    {"month", "每月"},
+    {"day", "每天"},
+    {"year", "每年"},
+    {"hour", "每小時"},
+    {"hrs/day", "小時/天"},
+    {"$/kwh", "$/度"},
+    {"Record", "記錄"},
+    {"Get Hz", "讀取頻率"},
+    {"Reset", "歸零"},
+    {"Serial Number", "序列編號"},
+    {"Last Record", "上一次記錄資料"},
+    {"Sample", "取樣時間"},
+    {"Model", "機種"},
+    {"Date", "日期"},
+    {"Last Time", "時間"},
+    {"Improve PF (as reference for inductance load)", "功因改善篇(電感負載參考用)"},
+    {"Equivalent System Parameters", "系統等效參數"},
+    {"Current->", "現有->"},
+    {"Improved->", "改善後->"},
+    {"Type in target value and hit return to calculate needed capacitance",
+     "輸入希望值後按下Enter鍵以計算所需電容"},
+    {"Equivalent Circuit", "等效電路"},
+    {"Power Phase Diagram", "電力相位圖"},
+    {"E&xit", "離開(&X)"},
+    {"Print", "印畫面"},
+    {"Update", "更新"},
+    {"Help", "幫助"},
+    {"User Manual", "使用者手冊"},
+    {"About", "關於"},
+}};
+
+} // namespace
+
+const std::string& caption(Caption which, int language) {
+    const Pair& pair = kTable[static_cast<std::size_t>(which)];
+    return language == 2 ? pair.chinese : pair.english;
+}
+
+} // namespace pa::ui

@@ -1,0 +1,79 @@
+#pragma once
+// Every translatable text of the program as a pair (English, Traditional Chinese). The
+// program-wide language number (1 English, 2 Chinese) picks the element.
+#include <string>
+
+namespace pa::ui {
+
+enum class Caption {
+    NoCom,
+    Hold,
+    FileNamePrompt,
+    FileNameTitle,
+    MenuFile,
+    MenuCreateDataFile,
+    MenuStartRecording,
+    MenuAuto,
+    MenuManual,
+    MenuEndRecording,
+    MenuViewFile,
+    MenuPlot,
+    MenuPrinterSetup,
+    PrintButton,
+    MenuExit,
+    MenuOption,
+    MenuSampleRate,
+    MenuImprovePF,
+    MenuLanguage,
+    MenuEnglish,
+    MenuChinese,
+    MenuDatalogger,
+    WindowTitle,
+    Reading0,
+    Reading1,
+    Reading2,
+    Reading3,
+    Reading4,
+    Reading5,
+    Reading6,
+    Reading7,
+    Reading8,
+    Reading9,
+    PeriodMonth,
+    PeriodDay,
+    PeriodYear,
+    PeriodWord,
+    HoursPerDay,
+    PricePerKwh,
+    RecordButton,
+    GetHzButton,
+    ResetButton,
+    SerialNumber,
+    LastRecord,
+    Sample,
+    Model,
+    Date,
+    LastTime,
+    PfTitle,
+    PfParameters,
+    PfCurrentRow,
+    PfImprovedRow,
+    PfHint,
+    PfCircuit,
+    PfDiagram,
+    PfExit,
+    PfPrint,
+    PfUpdate,
+    MenuHelp,
+    MenuUserManual,
+    MenuAbout,
+    Count
+};
+
+// The caption in the given language (1 English, 2 Chinese; anything else reads as English).
+const std::string& caption(Caption which, int language);
+
+// The start-up caption of the help menu, replaced by the table's "Help" once captions apply.
+inline constexpr const char* kStartupHelpCaption = "&Help";
+
+} // namespace pa::ui

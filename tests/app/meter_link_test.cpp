@@ -1,0 +1,219 @@
+// Start-up, speed check, port and baud selection through the scripted seams.
+#include "app/meter_link.h"
+
+#include "app/commport_file.h"
+#include "support/fake_clock.h"
+#include "support/recording_port.h"
+#include "support/scripted_ui.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <unistd.h>
+
+namespace {
+
+using pa::app::MeterLink;
+using pa::testing::FakeClock;
+using pa::testing::RecordingPort;
+using pa::testing::ScriptedUi;
+namespace fs = std::filesystem;
+
+std::string readFile(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+class MeterLinkTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        folder = fs::temp_directory_path() /
+                 ("pa_link_" + std::to_string(::getpid()) + "_" +
+                  ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        fs::create_directories(folder);
+        link.setWorkingFolder(folder.string());
+        link.setTimerSwitch([this](bool on) {
+            timersOn = on;
+            ++timerSwitches;
+        });
+        link.setComDevices({"/dev/ttyUSB0", "/dev/ttyUSB1", "/dev/ttyS0", "", ""});
+        port.devices = {"/dev/ttyUSB0", "/dev/ttyS0"};
+    }
+    void TearDown() override { fs::remove_all(folder); }
+
+    RecordingPort port;
+    FakeClock clock;
+    ScriptedUi ui;
+    pa::app::ProgramState state;
+    MeterLink link{port, clock, ui, state};
+    fs::path folder;
+    bool timersOn = false;
+    int timerSwitches = 0;
+};
+
+TEST_F(MeterLinkTest, StartupAsksForAPortAndSendsNothing) {
+    state.language = 2;
+    state.baudCode = 4;
+    int captionsApplied = 0;
+    link.Startup([&] { ++captionsApplied; });
+
+    ASSERT_EQ(ui.messages.size(), 1u);
+    EXPECT_EQ(ui.messages[0].text, "Select COM port from the OPTION menu");
+    EXPECT_EQ(ui.messages[0].icon, pa::app::Icon::None);
+    EXPECT_EQ(ui.messages[0].buttons, pa::app::Buttons::Ok);
+    EXPECT_EQ(captionsApplied, 1);
+    EXPECT_EQ(state.language, 1);
+    EXPECT_EQ(state.baudCode, 0);
+    EXPECT_EQ(state.tickPeriod, 1000);
+    EXPECT_FALSE(timersOn);
+    EXPECT_EQ(timerSwitches, 2) << "start-up and speed check both keep the timers off";
+    EXPECT_TRUE(port.written.empty());
+    EXPECT_FALSE(ui.statusVisible) << "the status window is hidden after the speed check";
+}
+
+TEST_F(MeterLinkTest, SpeedCheckThresholdIsInclusive) {
+    const struct {
+        double elapsed;
+        int slow;
+    } cases[] = {{0.0, 0}, {1.4999, 0}, {1.5, 1}, {3.0, 1}};
+    for (const auto& c : cases) {
+        clock.setCostPerReading(c.elapsed); // t1 - t0 is one reading's cost
+        ui.statusUpdates = 0;
+        link.CheckPcSpeed();
+        EXPECT_EQ(state.slowPcFlag, c.slow) << c.elapsed;
+        EXPECT_EQ(ui.statusUpdates, 1010);
+        EXPECT_EQ(ui.statusTextNow, "      ") << "the last count, 0, prints as blanks";
+    }
+}
+
+TEST_F(MeterLinkTest, SpeedCheckAcrossMidnight) {
+    clock.set(86400.0 - 0.5);
+    clock.setCostPerReading(1.0);
+    link.CheckPcSpeed();
+    EXPECT_EQ(state.slowPcFlag, 0);
+    clock.setCostPerReading(2.0);
+    link.CheckPcSpeed();
+    EXPECT_EQ(state.slowPcFlag, 1);
+}
+
+TEST_F(MeterLinkTest, SelectingAPortOpensItWritesCommPortAndStartsSampling) {
+    EXPECT_TRUE(link.SelectPort(3));
+    EXPECT_TRUE(ui.messages.empty());
+    EXPECT_TRUE(port.isOpen());
+    EXPECT_EQ(port.portName(), "/dev/ttyS0");
+    EXPECT_EQ(link.portCaption(), "COM 3");
+    EXPECT_TRUE(timersOn);
+    EXPECT_EQ(port.written, " ");
+    EXPECT_EQ(readFile(folder / "commport.dat"), " 3 \r\n");
+
+    // A second selection replaces the file rather than appending to it.
+    port.close();
+    EXPECT_TRUE(link.SelectPort(1));
+    EXPECT_EQ(readFile(folder / "commport.dat"), " 1 \r\n");
+}
+
+TEST_F(MeterLinkTest, UnavailablePortsAreReportedAndNothingStarts) {
+    for (int n : {2, 5, 16, 17, 0}) {
+        ui.messages.clear();
+        EXPECT_FALSE(link.SelectPort(n)) << n;
+        ASSERT_EQ(ui.messages.size(), 1u) << n;
+        const std::string expected = "COM " + std::to_string(n) + " not available";
+        EXPECT_EQ(ui.messages[0].text.substr(0, expected.size()), expected);
+        EXPECT_GT(ui.messages[0].text.size(), expected.size()) << "the reason follows";
+        EXPECT_EQ(ui.messages[0].buttons, pa::app::Buttons::Ok);
+    }
+    EXPECT_FALSE(timersOn);
+    EXPECT_TRUE(port.written.empty());
+    EXPECT_FALSE(fs::exists(folder / "commport.dat"));
+}
+
+// Nothing sets the port-open flag, so the first port is never closed before a switch: the
+// second selection is refused and the first port stays in use.
+TEST_F(MeterLinkTest, SecondPortWhileOpenIsRefusedAndTheFirstStays) {
+    ASSERT_TRUE(link.SelectPort(1));
+    EXPECT_FALSE(link.SelectPort(3));
+    ASSERT_EQ(ui.messages.size(), 1u);
+    EXPECT_EQ(ui.messages[0].text.rfind("COM 3 not available", 0), 0u);
+    EXPECT_TRUE(port.isOpen());
+    EXPECT_EQ(port.portName(), "/dev/ttyUSB0");
+    EXPECT_EQ(link.portCaption(), "COM 1");
+    EXPECT_EQ(std::count(port.calls.begin(), port.calls.end(), "close"), 0);
+    EXPECT_EQ(readFile(folder / "commport.dat"), " 1 \r\n");
+}
+
+TEST_F(MeterLinkTest, PortsByNameUseTheirComNumberWhenListed) {
+    EXPECT_TRUE(link.SelectPortByName("/dev/ttyS0"));
+    EXPECT_EQ(link.portCaption(), "COM 3");
+    EXPECT_EQ(readFile(folder / "commport.dat"), " 3 \r\n");
+
+    port.close();
+    port.devices.insert("/dev/pts/7");
+    EXPECT_TRUE(link.SelectPortByName("/dev/pts/7"));
+    EXPECT_EQ(link.portCaption(), "/dev/pts/7");
+    EXPECT_EQ(readFile(folder / "commport.dat"), " 3 \r\n") << "an unnumbered port is not recorded";
+
+    port.close();
+    EXPECT_FALSE(link.SelectPortByName("/dev/nothing"));
+    EXPECT_EQ(ui.messages.back().text.rfind("/dev/nothing not available", 0), 0u);
+}
+
+TEST_F(MeterLinkTest, LiveSamplingOnlyForOne) {
+    ASSERT_TRUE(link.SelectPort(1));
+    port.written.clear();
+    for (int off : {0, 2, -1}) {
+        link.SetLiveSampling(off);
+        EXPECT_FALSE(timersOn) << off;
+        EXPECT_FALSE(link.sampling()) << off;
+    }
+    EXPECT_TRUE(port.written.empty());
+    link.SetLiveSampling(1);
+    EXPECT_TRUE(timersOn);
+    EXPECT_EQ(port.written, " ");
+}
+
+TEST_F(MeterLinkTest, BaudChangeTellsTheInstrumentFirstThenReopens) {
+    const struct {
+        int index;
+        const char* command;
+        const char* settings;
+        const char* caption;
+        int code;
+    } cases[] = {{0, "9", "9600,n,8,1", "Baud rate (9600)", 9},
+                 {1, "4", "4800,n,8,1", "Baud rate (4800)", 4},
+                 {2, "2", "2400,n,8,1", "Baud rate (2400)", 2},
+                 {3, "1", "1200,n,8,1", "Baud rate (1200)", 1}};
+    ASSERT_TRUE(link.SelectPort(1));
+    for (const auto& c : cases) {
+        port.calls.clear();
+        link.SelectBaud(c.index);
+        const std::vector<std::string> expected{std::string("write ") + c.command, "close",
+                                                std::string("settings ") + c.settings,
+                                                "open /dev/ttyUSB0", "write  "};
+        EXPECT_EQ(port.calls, expected) << c.index;
+        EXPECT_EQ(link.baudCaption(), c.caption);
+        EXPECT_EQ(state.baudCode, c.code);
+        EXPECT_TRUE(port.isOpen());
+    }
+}
+
+TEST_F(MeterLinkTest, BaudIndexesOutsideTheMenuDoNothing) {
+    ASSERT_TRUE(link.SelectPort(1));
+    port.calls.clear();
+    link.SelectBaud(-1);
+    link.SelectBaud(4);
+    EXPECT_TRUE(port.calls.empty());
+    EXPECT_EQ(state.baudCode, 0);
+    EXPECT_EQ(link.baudCaption(), "Baud Rate (9600)");
+}
+
+TEST(CommPortFile, NumbersArePrintedWithSignAndTrailingBlank) {
+    EXPECT_EQ(pa::app::commPortLine(3), " 3 \r\n");
+    EXPECT_EQ(pa::app::commPortLine(16), " 16 \r\n");
+}
+
+} // namespace

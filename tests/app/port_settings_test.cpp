@@ -1,0 +1,64 @@
+// Settings strings and the numbering of the COM menu.
+#include "app/line_settings.h"
+#include "app/port_catalog.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using pa::app::parseLineSettings;
+using pa::app::SystemPort;
+
+TEST(LineSettings, ValidStrings) {
+    const struct {
+        const char* text;
+        int baud;
+        char parity;
+        int bits;
+        double stop;
+    } cases[] = {{"9600,n,8,1", 9600, 'n', 8, 1},
+                 {"1200,n,8,1", 1200, 'n', 8, 1},
+                 {"19200,E,7,2", 19200, 'e', 7, 2},
+                 {"4800,o,8,1.5", 4800, 'o', 8, 1.5}};
+    for (const auto& c : cases) {
+        const auto s = parseLineSettings(c.text);
+        ASSERT_TRUE(s) << c.text;
+        EXPECT_EQ(s->baud, c.baud);
+        EXPECT_EQ(s->parity, c.parity);
+        EXPECT_EQ(s->dataBits, c.bits);
+        EXPECT_EQ(s->stopBits, c.stop);
+    }
+}
+
+TEST(LineSettings, InvalidStrings) {
+    for (const char* text : {"", "9600", "9600,n,8", "9600,x,8,1", "9600,n,9,1", "-1,n,8,1",
+                             "96OO,n,8,1", "9600,n,8,3", "9600,nn,8,1", "9600,n,8,1,"})
+        EXPECT_FALSE(parseLineSettings(text)) << text;
+}
+
+TEST(ComMenu, UsbAdaptersFirstThenByNameAndCallOutDevicesOnly) {
+    const std::vector<SystemPort> listed{{"ttyS0", "/dev/ttyS0", false},
+                                         {"ttyUSB1", "/dev/ttyUSB1", true},
+                                         {"tty.usbserial", "/dev/tty.usbserial", true},
+                                         {"cu.usbserial", "/dev/cu.usbserial", true},
+                                         {"ttyACM0", "/dev/ttyACM0", true}};
+    const auto ordered = pa::app::comMenuOrder(listed);
+    std::vector<std::string> names;
+    for (const auto& p : ordered)
+        names.push_back(p.name);
+    EXPECT_EQ(names, (std::vector<std::string>{"cu.usbserial", "ttyACM0", "ttyUSB1", "ttyS0"}));
+
+    const auto paths = pa::app::comDevicePaths(ordered, false);
+    ASSERT_EQ(paths.size(), 16u);
+    EXPECT_EQ(paths[0], "/dev/cu.usbserial");
+    EXPECT_EQ(paths[3], "/dev/ttyS0");
+    EXPECT_EQ(paths[4], "");
+}
+
+TEST(ComMenu, OnWindowsComNIsThePortCOMn) {
+    const auto paths = pa::app::comDevicePaths({}, true);
+    EXPECT_EQ(paths[0], "COM1");
+    EXPECT_EQ(paths[15], "COM16");
+}
+
+} // namespace

@@ -1,0 +1,172 @@
+// The main window offscreen against the simulator on a pseudo-terminal.
+#include "ui/MeterRec.h"
+
+#include "pty_host.h"
+#include "qt/qt_clock.h"
+#include "qt/qt_port.h"
+#include "support/scripted_ui.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QGroupBox>
+#include <QLabel>
+#include <QMenuBar>
+#include <QPrinter>
+#include <QThread>
+#include <filesystem>
+#include <functional>
+#include <gtest/gtest.h>
+
+namespace {
+
+using pa::ui::MeterRec;
+
+// Serves events until the condition holds or the cap runs out.
+bool waitFor(const std::function<bool()>& condition, int capMs = 8000) {
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition() && timer.elapsed() < capMs) {
+        QApplication::processEvents(QEventLoop::AllEvents, 20);
+        QThread::msleep(5);
+    }
+    return condition();
+}
+
+QString screenshotPath(const char* name) {
+    QDir().mkpath(PA_TEST_OUTPUT_DIR);
+    return QString(PA_TEST_OUTPUT_DIR) + "/" + name;
+}
+
+QAction* findMenuItem(QWidget* root, const QString& text) {
+    for (QAction* a : root->findChildren<QAction*>())
+        if (a->text() == text)
+            return a;
+    return nullptr;
+}
+
+class MeterRecTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        load.noise = 0;
+        sim = std::make_unique<pa::sim::PtyHost>(load);
+        ASSERT_TRUE(sim->start());
+        window.setPorts({{"ttyUSB0", "/dev/pa-test-absent", true},
+                         {"simulated instrument", sim->devicePath(), false}},
+                        false);
+        workDir = std::filesystem::current_path();
+        std::filesystem::current_path(::testing::TempDir()); // commport.dat goes here
+    }
+    void TearDown() override { std::filesystem::current_path(workDir); }
+
+    pa::sim::Load load;
+    std::unique_ptr<pa::sim::PtyHost> sim;
+    pa::app::ProgramState state;
+    pa::qt::QtPort port;
+    pa::qt::QtClock clock;
+    pa::testing::ScriptedUi ui;
+    MeterRec window{state, port, clock, ui};
+    std::filesystem::path workDir;
+};
+
+TEST_F(MeterRecTest, StartsUpAsksForThePortAndShowsLiveReadings) {
+    window.startup();
+    ASSERT_FALSE(ui.messages.empty());
+    EXPECT_EQ(ui.messages[0].text, "Select COM port from the OPTION menu");
+    EXPECT_FALSE(window.timer1().isActive()) << "nothing runs before a port is chosen";
+    window.show();
+
+    // COM 1 has no device behind it here: refused, the program keeps running.
+    findMenuItem(&window, "COM 1   (ttyUSB0)")->trigger();
+    EXPECT_EQ(ui.messages.back().text.rfind("COM 1 not available", 0), 0u);
+    EXPECT_FALSE(window.timer2().isActive());
+
+    findMenuItem(&window, "COM 2   (simulated instrument)")->trigger();
+    EXPECT_TRUE(window.timer1().isActive());
+    EXPECT_TRUE(window.timer2().isActive());
+    ASSERT_TRUE(waitFor([&] { return window.panel(pa::live::kW)->text() == " 116.4"; }))
+        << window.panel(pa::live::kW)->text().toStdString();
+    EXPECT_EQ(window.panel(pa::live::kPF)->text(), "  .920");
+    EXPECT_EQ(window.panel(pa::live::kV)->text(), "  230");
+    EXPECT_EQ(window.panel(pa::live::kA)->text(), "  .550");
+    EXPECT_EQ(window.panel(pa::live::kVA)->text(), "126.50");
+    ASSERT_TRUE(waitFor([&] { return !window.cycle().readouts().clockText.empty(); }));
+    ASSERT_TRUE(waitFor([&] { return !window.panel(pa::live::kKWH)->text().isEmpty(); }));
+    window.grab().save(screenshotPath("meterrec_en.png"));
+
+    // Chinese and back; the period list restarts at month each time.
+    findMenuItem(&window, "Chinese")->trigger();
+    EXPECT_EQ(window.windowTitle(), "瓦特計/功率計");
+    EXPECT_EQ(window.findChild<QGroupBox*>("Frame_0")->title(), "瓦特(W)");
+    auto* period = window.findChild<QComboBox*>("Combo1");
+    EXPECT_EQ(period->currentText(), "每月");
+    QApplication::processEvents();
+    window.grab().save(screenshotPath("meterrec_zh.png"));
+    period->setCurrentIndex(2);
+    EXPECT_EQ(window.cycle().energy().periodHours(), 8640);
+    findMenuItem(&window, "英文")->trigger();
+    EXPECT_EQ(window.windowTitle(), "Power Analyzer");
+    EXPECT_EQ(period->currentText(), "month");
+    EXPECT_EQ(window.cycle().energy().periodHours(), 720);
+}
+
+TEST_F(MeterRecTest, MenusAtStartUp) {
+    window.startup();
+    QMenuBar* bar = window.menuBar();
+    QStringList top;
+    for (QAction* a : bar->actions())
+        top << a->text();
+    EXPECT_EQ(top, (QStringList{"&File", "&Improve PF", "&Datalogger", "&Option", "Help", "V6.7"}));
+    EXPECT_FALSE(bar->actions().last()->isEnabled()) << "the version item is disabled";
+    auto* com = window.findChild<QMenu*>("port");
+    ASSERT_TRUE(com);
+    EXPECT_EQ(com->actions().size(), 18); // COM 1..16, a separator, Other port...
+    auto* baud = window.findChild<QMenu*>("baud");
+    EXPECT_EQ(baud->title(), "Baud Rate (9600)");
+    EXPECT_EQ(baud->actions().size(), 4);
+    EXPECT_FALSE(window.findChild<QMenu*>("FileStart")->isEnabled());
+    EXPECT_FALSE(window.findChild<QAction*>("FileEnd")->isEnabled());
+    EXPECT_FALSE(window.findChild<QWidget*>("Record")->isVisibleTo(&window));
+}
+
+TEST_F(MeterRecTest, BaudChoiceFromTheMenuKeepsReadingsComing) {
+    window.startup();
+    window.openPort(sim->devicePath());
+    ASSERT_TRUE(waitFor([&] { return window.panel(pa::live::kW)->text() == " 116.4"; }));
+    window.findChild<QAction*>("baud_rate_2")->trigger();
+    EXPECT_EQ(window.findChild<QMenu*>("baud")->title(), "Baud rate (2400)");
+    EXPECT_EQ(port.settings(), "2400,n,8,1");
+    const int before = sim->framesSent();
+    ASSERT_TRUE(waitFor([&] { return sim->framesSent() > before + 2; }));
+    EXPECT_FALSE(window.cycle().readouts().warningVisible);
+}
+
+TEST_F(MeterRecTest, SilentInstrumentShowsNoComWithoutADialog) {
+    window.startup();
+    window.openPort(sim->devicePath());
+    ASSERT_TRUE(waitFor([&] { return window.panel(pa::live::kW)->text() == " 116.4"; }));
+    const std::size_t messages = ui.messages.size();
+    sim->withInstrument([](pa::sim::Instrument& i) { i.setFault(pa::sim::Fault::Silent); });
+    auto* warning = window.findChild<QLabel*>("Warning");
+    ASSERT_TRUE(waitFor([&] { return warning->isVisible() && warning->text() == "NO COM"; }));
+    EXPECT_TRUE(state.noData);
+    sim->withInstrument([](pa::sim::Instrument& i) { i.setFault(pa::sim::Fault::None); });
+    // The port reset after ten silent ticks asks again; readings resume by themselves.
+    ASSERT_TRUE(waitFor([&] { return !state.noData; }));
+    EXPECT_EQ(ui.messages.size(), messages);
+}
+
+TEST_F(MeterRecTest, PrintsTheWindowToPdf) {
+    window.startup();
+    window.show();
+    const QString pdf = screenshotPath("meterrec_print.pdf");
+    QPrinter printer(QPrinter::HighResolution);
+    printer.setOutputFormat(QPrinter::PdfFormat);
+    printer.setOutputFileName(pdf);
+    window.printWindow(printer);
+    EXPECT_GT(QFileInfo(pdf).size(), 1000);
+}
+
+} // namespace

@@ -1,0 +1,171 @@
+// Display-block decoding against value words worked out by hand, bit by bit.
+#include "live/frame_decoder.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <random>
+#include <set>
+#include <string>
+
+using pa::live::BlockReading;
+using pa::live::DecodeBlock;
+
+namespace {
+
+std::string block(int code, std::uint16_t word) {
+    return {static_cast<char>(code), static_cast<char>(word & 0xFF), static_cast<char>(word >> 8),
+            0, 0};
+}
+
+struct ValueCase {
+    const char* what;
+    int code;
+    std::uint16_t word;
+    const char* value;
+    int decimals;
+    int negative;
+};
+
+// Digits are stored bit-reversed: 0->0, 1->8, 2->4, 3->12, 4->2, 5->10, 6->6, 8->1.
+// Word = sign(bit 0) | half(bit 1) | n1<<2 | n2<<6 | n3<<10 | P<<14.
+const ValueCase kValues[] = {
+    {"all zero digits, positive", 3, 0x0001, "  000", 0, 0},
+    // 1 | 2 | 8<<2 | 4<<6 | 12<<10 | 1<<14 = 1+2+32+256+12288+16384
+    {"half digit 1, digits 1 2 3, P=1", 3, 0x7123, " 11.23", 2, 0},
+    // 1 | 2 | 4<<2 | 12<<6 | 2<<10 | 3<<14 = 1+2+16+768+2048+49152
+    {"half digit 1, digits 2 3 4, P=3", 3, 0xCB13, " 1.234", 3, 0},
+    // 1 | 2 | 8<<2 | 6<<6 | 2<<10 | 2<<14 = 1+2+32+384+2048+32768
+    {"116.4 on the 200W range, P=2", 192, 0x89A3, " 116.4", 1, 0},
+    // 0 | 0 | 0<<2 | 10<<6 | 8<<10 | 3<<14 = 640+8192+49152: negative, digits 0 5 1
+    {"negative, P=3, blank half digit", 33, 0xE280, "- .051", 3, 1},
+    // 1 | 10<<2 | 10<<6 | 0<<10 = 1+40+640: digits 5 5 0, no point
+    {"no decimal point", 4, 0x02A9, "  550", 0, 0},
+    // first nibble 5 reverses to 10 (":"): low six bits 010101 -> overload by sign
+    {"non-digit nibble, positive", 3, 0x0015, "OL", 0, 0},
+    {"non-digit nibble, negative", 3, 0x0014, "-OL", 0, 1},
+    // non-digit in the third digit only: 1 | 15<<10
+    {"non-digit third digit", 3, 0x3C01, "OL", 0, 0},
+    {"start-up pattern", 3, 0xFFFF, "Init", 3, 0},
+    // low six bits all ones with a non-digit: Init even when other bits differ
+    {"low six bits all ones", 208, 0x003F, "Init", 0, 0},
+};
+
+TEST(FrameDecoder, ValueWords) {
+    for (const ValueCase& c : kValues) {
+        BlockReading r;
+        DecodeBlock(block(c.code, c.word), r);
+        EXPECT_EQ(r.value, c.value) << c.what;
+        EXPECT_EQ(r.decimals, c.decimals) << c.what;
+        EXPECT_EQ(r.negative, c.negative) << c.what;
+    }
+}
+
+TEST(FrameDecoder, FrequencyBlocksLeaveTheSignAlone) {
+    BlockReading r;
+    DecodeBlock(block(3, 0x0014), r); // a negative overload before
+    ASSERT_EQ(r.negative, 1);
+
+    // 50 Hz as 0.050 kHz: 0 | 0 | 0 | 10<<6 | 0 | 3<<14, bit 0 clear = KHz
+    DecodeBlock(block(5, 0xC280), r);
+    EXPECT_EQ(r.function, "FREQ");
+    EXPECT_EQ(r.range, "KHz");
+    EXPECT_EQ(r.value, "  .050");
+    EXPECT_EQ(r.negative, 1) << "a frequency block must not touch the negative flag";
+
+    DecodeBlock(block(5, 0xC281), r);
+    EXPECT_EQ(r.range, "MHz");
+    EXPECT_EQ(r.value, "  .050");
+
+    // An undecodable frequency takes its overload sign from the earlier block.
+    DecodeBlock(block(5, 0x0014), r);
+    EXPECT_EQ(r.value, "-OL");
+    DecodeBlock(block(3, 0x0001), r);
+    DecodeBlock(block(5, 0x0014), r);
+    EXPECT_EQ(r.value, "OL");
+}
+
+struct CodeCase {
+    int code;
+    const char* function;
+    const char* range;
+};
+
+const CodeCase kCodes[] = {
+    {0, "DCV", "200mV"},       {4, "DCV", "1000V"},        {5, "FREQ", "KHz"},
+    {6, "DIODE", ""},          {8, "RES", "200Ohm"},       {17, "RES", "20MOhm"},
+    {32, "CAP", "2000pF"},     {33, "DCA", "20A"},         {49, "DCA", "2A"},
+    {64, "TEMP", "200\u868C"}, {68, "TEMP", "2000\u8693"}, {128, "ACV", "200mV"},
+    {132, "ACV", "750V"},      {161, "ACA", "20A"},        {176, "ACA", "200uA"},
+    {192, "W", "200W"},        {193, "W", "2000W"},        {208, "PF", "1.000"},
+};
+
+TEST(FrameDecoder, FunctionCodes) {
+    for (const CodeCase& c : kCodes) {
+        BlockReading r;
+        DecodeBlock(block(c.code, 0x0000), r);
+        EXPECT_EQ(r.function, c.function) << c.code;
+        if (c.code != 5)
+            EXPECT_EQ(r.range, c.range) << c.code;
+        EXPECT_FALSE(r.hold);
+    }
+}
+
+TEST(FrameDecoder, EveryGapReadsAsUnknown) {
+    const std::pair<int, int> gaps[] = {{7, 7},     {11, 11},   {13, 15},   {19, 19},   {21, 23},
+                                        {25, 31},   {35, 35},   {37, 39},   {41, 47},   {50, 63},
+                                        {67, 67},   {69, 127},  {133, 160}, {163, 163}, {165, 167},
+                                        {169, 175}, {177, 191}, {194, 207}, {209, 254}};
+    int unknown = 0;
+    for (int code = 0; code < 256; ++code) {
+        bool inGap = false;
+        for (auto [lo, hi] : gaps)
+            inGap = inGap || (code >= lo && code <= hi);
+        BlockReading r;
+        pa::live::DecodeFunctionCode(block(code, 0), r);
+        if (inGap) {
+            EXPECT_EQ(r.function, "?") << code;
+            EXPECT_EQ(r.range, "?") << code;
+            ++unknown;
+        } else {
+            EXPECT_NE(r.function, "?") << code;
+        }
+    }
+    EXPECT_EQ(unknown, 256 - 41);
+}
+
+TEST(FrameDecoder, HoldKeepsTheRangeAndRaisesTheIndicator) {
+    BlockReading r;
+    DecodeBlock(block(193, 0x0001), r);
+    ASSERT_EQ(r.range, "2000W");
+    DecodeBlock(block(255, 0x89A3), r);
+    EXPECT_EQ(r.function, "HOLD");
+    EXPECT_EQ(r.range, "2000W");
+    EXPECT_TRUE(r.hold);
+    EXPECT_EQ(r.value, " 116.4");
+    DecodeBlock(block(208, 0x0001), r);
+    EXPECT_FALSE(r.hold);
+}
+
+// Whatever arrives, the value is either an overload word or a display text that the
+// decimals describe; short blocks read missing bytes as zero.
+TEST(FrameDecoder, AnyBytesGiveAWellFormedReading) {
+    const std::set<std::string> words{"OL", "-OL", "Init"};
+    std::mt19937 rng(7);
+    BlockReading r;
+    for (int i = 0; i < 200000; ++i) {
+        std::string b(rng() % 6, '\0');
+        for (char& ch : b)
+            ch = static_cast<char>(rng() % 4 == 0 ? 0xFF : rng());
+        DecodeBlock(b, r);
+        ASSERT_FALSE(r.value.empty());
+        if (words.count(r.value))
+            continue;
+        ASSERT_EQ(r.value.find_first_not_of(" -0123456789."), std::string::npos) << r.value;
+        const auto point = r.value.find('.');
+        ASSERT_EQ(point == std::string::npos ? 0 : r.value.size() - point - 1,
+                  static_cast<std::size_t>(r.decimals));
+    }
+}
+
+} // namespace

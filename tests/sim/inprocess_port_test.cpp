@@ -1,0 +1,80 @@
+// The simulator behind the program's Port interface.
+#include "inprocess_port.h"
+#include "serial_line.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace pa::sim;
+
+class InProcessPortTest : public ::testing::Test {
+  protected:
+    Instrument meter{Load{230, 0.55, 0.92, 50, 0}};
+    InProcessPort port{meter};
+    const std::string frame = Instrument{Load{230, 0.55, 0.92, 50, 0}}.liveFrame();
+};
+
+TEST_F(InProcessPortTest, OpensOnlyTheInstrumentsPresentFreeDevice) {
+    const struct {
+        const char* name;
+        bool present, busy, opens;
+    } cases[] = {{"SIM", true, false, true},
+                 {"COM1", true, false, false},
+                 {"", true, false, false},
+                 {"SIM", false, false, false},
+                 {"SIM", true, true, false}};
+    for (const auto& c : cases) {
+        port.close();
+        port.setPresent(c.present);
+        port.setBusy(c.busy);
+        ASSERT_TRUE(port.setPortName(c.name));
+        EXPECT_EQ(port.open(), c.opens) << c.name;
+        EXPECT_EQ(port.isOpen(), c.opens);
+        EXPECT_EQ(port.lastError().empty(), c.opens) << c.name;
+    }
+    port.setBusy(false);
+    ASSERT_TRUE(port.open());
+    EXPECT_FALSE(port.setPortName("COM2")) << "refused while open";
+    EXPECT_EQ(port.portName(), "SIM");
+}
+
+TEST_F(InProcessPortTest, WritesReachTheInstrumentAtTheSettingsSpeed) {
+    port.setPortName("SIM");
+    ASSERT_TRUE(port.open());
+    port.write(" ");
+    EXPECT_EQ(port.bytesWaiting(), 21);
+    EXPECT_EQ(port.readAll(), frame);
+    EXPECT_EQ(port.bytesWaiting(), 0);
+
+    port.setSettings("2400,n,8,1"); // the instrument was not told
+    port.write(" ");
+    EXPECT_EQ(port.readAll(), resampleLine(frame, 9600, 2400));
+
+    port.setSettings("9600,n,8,1");
+    port.write("2"); // as the program changes speed: the character first, then the port
+    port.setSettings("2400,n,8,1");
+    port.write(" ");
+    EXPECT_EQ(port.readAll(), frame);
+    EXPECT_EQ(meter.baud(), 2400);
+}
+
+TEST_F(InProcessPortTest, ClosingOrLosingTheDeviceDropsWaitingBytes) {
+    port.setPortName("SIM");
+    ASSERT_TRUE(port.open());
+    port.write(" ");
+    port.close();
+    port.write(" ");
+    EXPECT_EQ(port.readAll(), "");
+    EXPECT_EQ(meter.requestsServed(), 1) << "a closed port sends nothing";
+
+    ASSERT_TRUE(port.open());
+    port.write(" ");
+    port.setPresent(false);
+    EXPECT_FALSE(port.isOpen());
+    EXPECT_EQ(port.bytesWaiting(), 0);
+    EXPECT_FALSE(port.lastError().empty());
+    EXPECT_FALSE(port.open());
+}
+
+} // namespace

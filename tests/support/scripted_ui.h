@@ -1,0 +1,50 @@
+#pragma once
+// A Ui that records every request and answers from a script, so tests never meet a real
+// dialog. Unscripted questions get OK / cancel.
+#include "app/ui.h"
+
+#include <deque>
+#include <string>
+#include <vector>
+
+namespace pa::testing {
+
+struct ShownMessage {
+    std::string text, title;
+    app::Icon icon;
+    app::Buttons buttons;
+};
+
+class ScriptedUi : public app::Ui {
+  public:
+    app::Answer message(const std::string& text, const std::string& title, app::Icon icon,
+                        app::Buttons buttons) override;
+    std::optional<std::string> input(const std::string& prompt, const std::string& title,
+                                     const std::string& defaultText) override;
+    std::optional<std::string> openFile(const std::string& title,
+                                        const std::string& filter) override;
+    std::optional<std::string> saveFile(const std::string& title,
+                                        const std::string& filter) override;
+    void statusShow() override { statusVisible = true; }
+    void statusHide() override { statusVisible = false; }
+    void statusCaption(const std::string& caption) override { statusCaptionText = caption; }
+    void statusText(const std::string& text) override;
+    void processEvents() override { ++eventsProcessed; }
+    void beep() override { ++beeps; }
+    void openDocument(const std::string& path) override { documents.push_back(path); }
+
+    // The script.
+    std::deque<app::Answer> answers;
+    std::deque<std::optional<std::string>> inputs; // nullopt = Cancel
+    std::deque<std::optional<std::string>> files;
+
+    // What happened.
+    std::vector<ShownMessage> messages;
+    std::vector<std::string> prompts;
+    std::vector<std::string> documents;
+    bool statusVisible = false;
+    std::string statusCaptionText, statusTextNow;
+    int statusUpdates = 0, eventsProcessed = 0, beeps = 0;
+};
+
+} // namespace pa::testing
