@@ -71,7 +71,7 @@ TEST_F(MeterLinkTest, StartupAsksForAPortAndSendsNothing) {
     EXPECT_EQ(state.baudCode, 0);
     EXPECT_EQ(state.tickPeriod, 1000);
     EXPECT_FALSE(timersOn);
-    EXPECT_EQ(timerSwitches, 2) << "start-up and speed check both keep the timers off";
+    EXPECT_EQ(timerSwitches, 1) << "start-up switches the timers off once";
     EXPECT_TRUE(port.written.empty());
     EXPECT_FALSE(ui.statusVisible) << "the status window is hidden after the speed check";
 }

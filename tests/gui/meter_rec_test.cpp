@@ -150,7 +150,7 @@ TEST_F(MeterRecTest, SilentInstrumentShowsNoComWithoutADialog) {
     const std::size_t messages = ui.messages.size();
     sim->withInstrument([](pa::sim::Instrument& i) { i.setFault(pa::sim::Fault::Silent); });
     auto* warning = window.findChild<QLabel*>("Warning");
-    ASSERT_TRUE(waitFor([&] { return warning->isVisible() && warning->text() == "NO COM"; }));
+    ASSERT_TRUE(waitFor([&] { return warning->isVisibleTo(&window) && warning->text() == "NO COM"; }));
     EXPECT_TRUE(state.noData);
     sim->withInstrument([](pa::sim::Instrument& i) { i.setFault(pa::sim::Fault::None); });
     // The port reset after ten silent ticks asks again; readings resume by themselves.

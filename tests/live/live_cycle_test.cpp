@@ -144,11 +144,12 @@ TEST_F(CycleTest, FewerThanTwentyBytesAreNoData) {
     EXPECT_EQ(panel(kW), "  50.0");
     EXPECT_EQ(panel(kV), "  230");
     EXPECT_EQ(panel(kA), "  .200");
-    // A start character in the second half keeps only the buffer's tail: the blocks that
-    // no longer fit are left out and the panels keep their readings.
+    // A start character in the second half keeps only the buffer's last ten bytes (from 20
+    // bytes with STX at the 16th): the blocks are then read at their fixed offsets in that
+    // tail, so block 1 is the W block behind the STX, and blocks past the end are left out.
     sample(std::string(15, '\x07') + "\x02" + blockBytes(W, 0x89A3).substr(0, 4));
     EXPECT_EQ(cycle.noDataTicks(), 0);
-    EXPECT_EQ(panel(kW), "  50.0");
+    EXPECT_EQ(panel(kW), " 116.4");
     EXPECT_EQ(panel(kA), "  .200");
 }
 
