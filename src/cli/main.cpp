@@ -1,170 +1,70 @@
-// poweranalyzer-cli: the program's logic without a window.
-//
-//   poweranalyzer-cli monitor (--port PATH | --simulate) [--interval SECONDS] [--count N]
-//                             [--baud 9600|4800|2400|1200]
-//
-// monitor runs the live cycle and prints one line per sample: the clock text, then W, PF,
-// V, A, phase angle, VA, VAR, Hz and KWH as the main window shows them, separated by tabs.
-#include "app/meter_link.h"
-#include "cli/console_ui.h"
-#include "live/live_cycle.h"
-#include "pty_host.h"
-#include "qt/qt_clock.h"
-#include "qt/qt_port.h"
+// poweranalyzer-cli: the program's logic without a window. Each subcommand lives in its own
+// file (cli/*_command.cpp); this file picks one by name.
+#include "cli/commands.h"
 
 #include <QCoreApplication>
-#include <QTimer>
 #include <atomic>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
-#include <memory>
 #include <string>
 #include <vector>
 
+namespace pa::cli {
 namespace {
 
-// Ctrl-C and kill end the monitor between ticks (a signal handler may only set a flag).
-std::atomic<bool> stopRequested{false};
-void quitOnSignal(int) {
-    stopRequested = true;
+std::atomic<bool> stopFlag{false};
+void setStopFlag(int) {
+    stopFlag = true; // a signal handler may only set a flag
 }
 
-constexpr const char* kUsage =
-    "usage: poweranalyzer-cli monitor (--port PATH | --simulate) [--interval SECONDS]\n"
-    "                                 [--count N] [--baud 9600|4800|2400|1200]\n";
+struct Command {
+    const char* name;
+    int (*run)(const std::vector<std::string>&);
+    const char* usage;
+};
+
+const Command kCommands[] = {
+    {"monitor", monitorCommand,
+     "monitor (--port PATH | --simulate) [--interval SECONDS] [--count N]\n"
+     "          [--baud 9600|4800|2400|1200]"},
+};
+
+void printUsage(std::FILE* to) {
+    std::fputs("usage: poweranalyzer-cli COMMAND [OPTIONS]\n\ncommands:\n", to);
+    for (const Command& c : kCommands)
+        std::fprintf(to, "  %s\n", c.usage);
+}
+
+} // namespace
 
 int fail(const std::string& message) {
     std::fprintf(stderr, "poweranalyzer-cli: %s\n", message.c_str());
     return 2;
 }
 
-struct MonitorOptions {
-    std::string port;
-    bool simulate = false;
-    std::string interval;
-    long count = -1; // until interrupted
-    int baudIndex = -1;
-};
-
-// Parses the options after the subcommand; returns an error text or "".
-std::string parseMonitor(const std::vector<std::string>& args, MonitorOptions& o) {
-    for (std::size_t i = 0; i < args.size(); ++i) {
-        const std::string& a = args[i];
-        auto value = [&]() -> const std::string* {
-            return i + 1 < args.size() ? &args[++i] : nullptr;
-        };
-        if (a == "--simulate") {
-            o.simulate = true;
-        } else if (a == "--port" || a == "--interval" || a == "--count" || a == "--baud") {
-            const std::string* v = value();
-            if (!v)
-                return a + " needs a value";
-            if (a == "--port") {
-                o.port = *v;
-            } else if (a == "--interval") {
-                o.interval = *v;
-            } else if (a == "--count") {
-                char* end = nullptr;
-                o.count = std::strtol(v->c_str(), &end, 10);
-                if (v->empty() || *end || o.count < 1)
-                    return "--count takes a whole number of at least 1";
-            } else {
-                const char* rates[] = {"9600", "4800", "2400", "1200"};
-                for (int r = 0; r < 4; ++r)
-                    if (*v == rates[r])
-                        o.baudIndex = r;
-                if (o.baudIndex < 0)
-                    return "--baud takes 9600, 4800, 2400 or 1200";
-            }
-        } else {
-            return "unknown option " + a;
-        }
-    }
-    if (o.simulate == !o.port.empty())
-        return "give either --port PATH or --simulate";
-    return "";
+void quitOnCtrlC() {
+    std::signal(SIGINT, setStopFlag);
+    std::signal(SIGTERM, setStopFlag);
 }
 
-int monitor(const MonitorOptions& o) {
-    std::unique_ptr<pa::sim::PtyHost> simulator;
-    std::string device = o.port;
-    if (o.simulate) {
-        simulator = std::make_unique<pa::sim::PtyHost>();
-        if (!simulator->start())
-            return fail("could not start the simulated instrument");
-        device = simulator->devicePath();
-    }
-
-    pa::app::ProgramState state;
-    pa::qt::QtPort port;
-    pa::qt::QtClock clock;
-    pa::cli::ConsoleUi ui;
-    pa::app::MeterLink link(port, clock, ui, state);
-    pa::live::LiveCycle cycle(port, clock, ui, state);
-    QTimer timer1, timer2;
-    timer1.setInterval(pa::live::kFirstSampleMs);
-    timer1.setTimerType(Qt::PreciseTimer);
-    timer2.setInterval(pa::live::kPollMs);
-    link.setTimerSwitch([&](bool on) {
-        if (on) {
-            timer1.start();
-            timer2.start();
-        } else {
-            timer1.stop();
-            timer2.stop();
-        }
-    });
-    cycle.setLiveSampling([&](int on) { link.SetLiveSampling(on); });
-    QObject::connect(&timer1, &QTimer::timeout, [&] { timer1.setInterval(cycle.Timer1Tick()); });
-    QObject::connect(&timer2, &QTimer::timeout, [&] { cycle.Timer2Tick(); });
-
-    long printed = 0;
-    cycle.setSampleListener([&] {
-        const auto& r = cycle.readouts();
-        std::string line = r.clockText;
-        for (int p : {pa::live::kW, pa::live::kPF, pa::live::kV, pa::live::kA, pa::live::kAngle,
-                      pa::live::kVA, pa::live::kVAR, pa::live::kHz, pa::live::kKWH})
-            line += "\t" + r.Panel3D2[p];
-        std::printf("%s\n", line.c_str());
-        std::fflush(stdout);
-        if (o.count > 0 && ++printed >= o.count)
-            QCoreApplication::quit();
-    });
-
-    if (!o.interval.empty())
-        cycle.applySamplingTime(o.interval);
-    if (!link.SelectPortByName(device))
-        return 1; // the console seam has said why
-    if (o.baudIndex >= 0)
-        link.SelectBaud(o.baudIndex);
-    QTimer stopCheck;
-    QObject::connect(&stopCheck, &QTimer::timeout, [] {
-        if (stopRequested)
-            QCoreApplication::quit();
-    });
-    stopCheck.start(100);
-    return QCoreApplication::exec();
+bool stopRequested() {
+    return stopFlag;
 }
 
-} // namespace
+} // namespace pa::cli
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     std::vector<std::string> args(argv + 1, argv + argc);
     if (args.empty())
-        return std::fputs(kUsage, stderr), 2;
+        return pa::cli::printUsage(stderr), 2;
     if (args[0] == "--help" || args[0] == "-h")
-        return std::fputs(kUsage, stdout), 0;
-    const std::string command = args[0];
-    args.erase(args.begin());
-    if (command == "monitor") {
-        MonitorOptions options;
-        if (const std::string error = parseMonitor(args, options); !error.empty())
-            return fail(error);
-        std::signal(SIGINT, quitOnSignal);
-        std::signal(SIGTERM, quitOnSignal);
-        return monitor(options);
+        return pa::cli::printUsage(stdout), 0;
+    for (const auto& c : pa::cli::kCommands) {
+        if (args[0] == c.name) {
+            args.erase(args.begin());
+            return c.run(args);
+        }
     }
-    return fail("unknown command " + command + " (try --help)");
+    return pa::cli::fail("unknown command " + args[0] + " (try --help)");
 }

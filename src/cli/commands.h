@@ -1,0 +1,18 @@
+#pragma once
+// The subcommands of poweranalyzer-cli. Each takes the arguments after its name and returns
+// the exit status; bad input gives a one-line error on standard error and a non-zero status.
+#include <string>
+#include <vector>
+
+namespace pa::cli {
+
+int monitorCommand(const std::vector<std::string>& args);
+
+// Shared by the subcommands.
+// Prints "poweranalyzer-cli: message" on standard error and returns 2.
+int fail(const std::string& message);
+// Makes Ctrl-C and kill end the running event loop between ticks.
+void quitOnCtrlC();
+bool stopRequested();
+
+} // namespace pa::cli
