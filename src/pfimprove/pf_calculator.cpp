@@ -11,11 +11,11 @@ namespace {
 using text::formatMask;
 using text::leadingNumber;
 
-constexpr double kPi = 3.1415926;          // capacitance and the angle target
-constexpr double kAnglePi = 3.1416;        // degrees from the angle formula
-constexpr double kHalfPi = 1.5708;         // the angle formula's quarter turn
+constexpr double kPi = 3.1415926;            // capacitance and the angle target
+constexpr double kAnglePi = 3.1416;          // degrees from the angle formula
+constexpr double kHalfPi = 1.5708;           // the angle formula's quarter turn
 constexpr double kInductanceTwoPi = 6.28318; // inductance from reactance
-constexpr double kNoImprovement = 0.001;   // a power factor step smaller than this needs nothing
+constexpr double kNoImprovement = 0.001;     // a power factor step smaller than this needs nothing
 
 // The improved row's display masks, box by box (box 5, the capacitance, has its own text).
 constexpr const char* kBoxMasks[] = {"0.0##", "###0.0#", "###0.0", "###0.0#", "##0.0"};

@@ -17,9 +17,10 @@ using Kind = EnterResult::Kind;
 using Boxes = std::array<std::string, kTargets>;
 
 // Readouts as the main window shows them: W, PF, V, A, angle, VA, VAR, Hz.
-const ReadoutTexts kLoadA{" 100.0", "  .870", "  230", "  .500", "  29.6",
-                          "115.00", " 56.79", "50Hz"};
-const ReadoutTexts kLoadB{"1000", "  .725", "  230", " 6.00", "  43.5", "1380.00", "951.10", "50Hz"};
+const ReadoutTexts kLoadA{" 100.0", "  .870", "  230",  "  .500",
+                          "  29.6", "115.00", " 56.79", "50Hz"};
+const ReadoutTexts kLoadB{"1000",   "  .725",  "  230",  " 6.00",
+                          "  43.5", "1380.00", "951.10", "50Hz"};
 
 PfCalculator calculatorFor(const ReadoutTexts& readouts) {
     PfCalculator pf;
@@ -55,20 +56,32 @@ INSTANTIATE_TEST_SUITE_P(
     LoadA, Targets,
     ::testing::Values(
         // Above 1 is taken as 1: all reactive power compensated.
-        TargetCase{"pf_above_one", kTargetPF, "1.2", {"1.0", "0.43", "100.0", "0.0", "0.0", "3.4uF"}},
+        TargetCase{
+            "pf_above_one", kTargetPF, "1.2", {"1.0", "0.43", "100.0", "0.0", "0.0", "3.4uF"}},
         // Less than 0.001 above PF1: the present state, nothing to add; the angle is the
         // typed PF's.
-        TargetCase{"pf_no_step", kTargetPF, ".8705", {"0.87", "0.5", "115.0", "56.79", "29.5", ".0F"}},
+        TargetCase{
+            "pf_no_step", kTargetPF, ".8705", {"0.87", "0.5", "115.0", "56.79", "29.5", ".0F"}},
         TargetCase{"pf", kTargetPF, "0.95", {"0.95", "0.46", "105.3", "32.87", "18.2", "1.4uF"}},
-        TargetCase{"current", kTargetA, "0.45", {"0.966", "0.45", "103.5", "26.69", "14.9", "1.8uF"}},
-        TargetCase{"apparent_power", kTargetVA, "110",
+        TargetCase{
+            "current", kTargetA, "0.45", {"0.966", "0.45", "103.5", "26.69", "14.9", "1.8uF"}},
+        TargetCase{"apparent_power",
+                   kTargetVA,
+                   "110",
                    {"0.909", "0.48", "110.0", "45.83", "24.6", "659.7nF"}},
-        TargetCase{"reactive_power", kTargetVAR, "20", {"0.981", "0.44", "102.0", "20.0", "11.3", "2.2uF"}},
+        TargetCase{"reactive_power",
+                   kTargetVAR,
+                   "20",
+                   {"0.981", "0.44", "102.0", "20.0", "11.3", "2.2uF"}},
         // No lower bound: past full compensation onto the capacitive side.
-        TargetCase{"reactive_power_negative", kTargetVAR, "-10",
+        TargetCase{"reactive_power_negative",
+                   kTargetVAR,
+                   "-10",
                    {"0.995", "0.44", "100.5", "-10.0", "5.7", "4.0uF"}},
-        TargetCase{"angle", kTargetAngle, "10", {"0.985", "0.44", "101.5", "17.63", "10.0", "2.4uF"}},
-        TargetCase{"angle_zero", kTargetAngle, "0", {"1.0", "0.43", "100.0", "0.0", "0.0", "3.4uF"}}),
+        TargetCase{
+            "angle", kTargetAngle, "10", {"0.985", "0.44", "101.5", "17.63", "10.0", "2.4uF"}},
+        TargetCase{
+            "angle_zero", kTargetAngle, "0", {"1.0", "0.43", "100.0", "0.0", "0.0", "3.4uF"}}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(PfTarget, AboveOneGivesFullCompensation) {
@@ -108,8 +121,8 @@ TEST(CapacitanceTarget, UnitLettersAndTheCap) {
 }
 
 TEST(Refusals, MessagesInTheirOrder) {
-    const ReadoutTexts unknownAngle{" 100.0", "  .870", "  230", "  .500", "?",
-                                    "115.00", " 56.79", "50Hz"};
+    const ReadoutTexts unknownAngle{" 100.0", "  .870", "  230",  "  .500",
+                                    "?",      "115.00", " 56.79", "50Hz"};
     ReadoutTexts overloadPf = kLoadA;
     overloadPf[pa::live::kPF] = " OL";
     ReadoutTexts noVolts = kLoadA;
@@ -157,8 +170,7 @@ TEST(Refusals, MessagesInTheirOrder) {
     for (const auto& c : cases) {
         PfCalculator pf = calculatorFor(c.present);
         ASSERT_EQ(pf.Enter(kTargetPF, "0.95").kind == Kind::Done,
-                  &c.present == &kLoadA || &c.present == &unknownAngle ||
-                      &c.present == &noPower);
+                  &c.present == &kLoadA || &c.present == &unknownAngle || &c.present == &noPower);
         const Improved before = pf.improved();
         const EnterResult r = pf.Enter(c.box, c.typed);
         EXPECT_EQ(r.kind, Kind::Refused) << c.typed;
@@ -182,7 +194,8 @@ TEST(Refusals, EmptyBoxDoesNothingButIsRemembered) {
 
 TEST(Results, NeverShowNanOrInfinity) {
     // Odd present readings and odd targets: each is either refused or gives finite texts.
-    const ReadoutTexts presents[] = {kLoadA, kLoadB,
+    const ReadoutTexts presents[] = {kLoadA,
+                                     kLoadB,
                                      {"OL", "OL", "OL", "OL", "?", "?", "?", "50Hz"},
                                      {"-100", "-.870", "230", ".5", "?", "115", "56.79", "50Hz"},
                                      {"100", "1.000", "230", ".435", "0.0", "100", "0", "60Hz"},
@@ -234,8 +247,8 @@ TEST(CircuitFields, FromThePresentReading) {
         EXPECT_EQ(pf.circuitFields(), c.fields) << c.present[0];
     }
     const PfCalculator pf = calculatorFor(kLoadA);
-    EXPECT_EQ(pf.currentRow(), (std::array<std::string, kCurrentFields>{"  .870", "  .500", "115.00",
-                                                                         " 56.79", "  29.6"}));
+    EXPECT_EQ(pf.currentRow(), (std::array<std::string, kCurrentFields>{
+                                   "  .870", "  .500", "115.00", " 56.79", "  29.6"}));
     EXPECT_DOUBLE_EQ(pf.present().IR1, 100.0 / 230);
     EXPECT_DOUBLE_EQ(pf.present().Hz, 50);
     EXPECT_NEAR(pf.circuit().L, 2.96507, 1e-5);
@@ -247,11 +260,26 @@ TEST(ScaleToPrefix, EveryThreshold) {
         double scaled;
         const char* prefix;
     } cases[] = {
-        {2.5e12, 2.5e12, "E"}, {1e12, 1e12, "E"}, {999e9, 999, "G"}, {1e9, 1, "G"},
-        {1e6, 1, "M"},         {4700, 4.7, "K"},  {1000, 1, "K"},    {999, 999, ""},
-        {1, 1, ""},            {0.5, 500, "m"},   {0.001, 1, "m"},   {33.2e-6, 33.2, "u"},
-        {1e-6, 1, "u"},        {2.2e-9, 2.2, "n"}, {1e-9, 1, "n"},   {0, 0, ""},
-        {9e-10, 9e-10, "E"},   {-1, -1, "E"},     {-5e-3, -5e-3, "E"}, {-2e6, -2e6, "E"},
+        {2.5e12, 2.5e12, "E"},
+        {1e12, 1e12, "E"},
+        {999e9, 999, "G"},
+        {1e9, 1, "G"},
+        {1e6, 1, "M"},
+        {4700, 4.7, "K"},
+        {1000, 1, "K"},
+        {999, 999, ""},
+        {1, 1, ""},
+        {0.5, 500, "m"},
+        {0.001, 1, "m"},
+        {33.2e-6, 33.2, "u"},
+        {1e-6, 1, "u"},
+        {2.2e-9, 2.2, "n"},
+        {1e-9, 1, "n"},
+        {0, 0, ""},
+        {9e-10, 9e-10, "E"},
+        {-1, -1, "E"},
+        {-5e-3, -5e-3, "E"},
+        {-2e6, -2e6, "E"},
     };
     for (const auto& c : cases) {
         const Scaled s = ScaleToPrefix(c.x);
@@ -265,9 +293,9 @@ TEST(CapacitanceText, MasksAndPrefixes) {
         double farads;
         const char* text;
     } cases[] = {
-        {0, ".0F"},           {1, "1.0F"},          {0.0015, "1.5mF"},   {33.2e-6, "33.2uF"},
-        {2.2e-9, "2.2nF"},    {4.7e-10, "4.7E-10F"}, {1e-12, "1.E-12F"}, {3.456e-11, "3.46E-11F"},
-        {0.0005, "500.0uF"}, {1500, "1.5KF"},      {2e12, "2.E12F"},
+        {0, ".0F"},          {1, "1.0F"},           {0.0015, "1.5mF"},  {33.2e-6, "33.2uF"},
+        {2.2e-9, "2.2nF"},   {4.7e-10, "4.7E-10F"}, {1e-12, "1.E-12F"}, {3.456e-11, "3.46E-11F"},
+        {0.0005, "500.0uF"}, {1500, "1.5KF"},       {2e12, "2.E12F"},
     };
     for (const auto& c : cases)
         EXPECT_EQ(capacitanceText(c.farads), c.text) << c.farads;
@@ -278,7 +306,7 @@ TEST(ReadCapacitance, FirstUnitLetterWins) {
         const char* typed;
         double farads;
     } cases[] = {{"10u", 10e-6}, {"4.7 nF", 4.7e-9}, {"22p", 22e-12}, {"1.5m", 1.5e-3},
-                 {"3", 3},       {"2um", 2e-3},    {"2pn", 2e-9},    {"5M", 5},
+                 {"3", 3},       {"2um", 2e-3},      {"2pn", 2e-9},   {"5M", 5},
                  {"uF", 0},      {"1e-6", 1e-6}};
     for (const auto& c : cases)
         EXPECT_NEAR(readCapacitance(c.typed), c.farads, c.farads * 1e-12) << c.typed;
