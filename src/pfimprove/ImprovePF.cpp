@@ -1,11 +1,11 @@
 #include "pfimprove/ImprovePF.h"
 
 #include "pfimprove/PfPictures.h"
+#include "ui/PrintPicture.h"
 #include "ui/captions.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>
-#include <QPainter>
 #include <QPrintDialog>
 #include <QPrinter>
 #include <QVBoxLayout>
@@ -220,15 +220,7 @@ void ImprovePF::PrintPF() {
 }
 
 void ImprovePF::printTo(QPrinter& printer) {
-    // The window as a picture, as large as the page allows.
-    const QPixmap picture = grab();
-    QPainter painter(&printer);
-    const QRect page = painter.viewport();
-    QSize size = picture.size();
-    size.scale(page.size(), Qt::KeepAspectRatio);
-    painter.setViewport(page.x(), page.y(), size.width(), size.height());
-    painter.setWindow(picture.rect());
-    painter.drawPixmap(0, 0, picture);
+    ui::printPicture(*this, printer);
 }
 
 void ImprovePF::resizeEvent(QResizeEvent* event) {

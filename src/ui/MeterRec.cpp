@@ -3,6 +3,7 @@
 #include "pfimprove/ImprovePF.h"
 #include "pfimprove/hz_wait.h"
 #include "text/mask_format.h"
+#include "ui/PrintPicture.h"
 #include "ui/captions.h"
 
 #include <QApplication>
@@ -472,14 +473,7 @@ void MeterRec::refresh() {
 }
 
 void MeterRec::printWindow(QPrinter& printer) {
-    const QPixmap picture = grab();
-    QPainter painter(&printer);
-    const QRect page = painter.viewport();
-    QSize size = picture.size();
-    size.scale(page.size(), Qt::KeepAspectRatio);
-    painter.setViewport(page.x(), page.y(), size.width(), size.height());
-    painter.setWindow(picture.rect());
-    painter.drawPixmap(0, 0, picture);
+    printPicture(*this, printer);
 }
 
 void MeterRec::showPF() {

@@ -2,6 +2,7 @@
 // a pseudo-terminal (one Get Hz, 5.5 s), and on its own with fixed readouts.
 #include "pfimprove/ImprovePF.h"
 
+#include "gui_support.h"
 #include "pfimprove/PfPictures.h"
 #include "pty_host.h"
 #include "qt/qt_clock.h"
@@ -10,14 +11,11 @@
 #include "ui/MeterRec.h"
 
 #include <QApplication>
-#include <QDir>
-#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QGroupBox>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPrinter>
-#include <QThread>
 #include <filesystem>
 #include <gtest/gtest.h>
 
@@ -25,20 +23,8 @@ namespace {
 
 using pa::pfimprove::ImprovePF;
 
-bool waitFor(const std::function<bool()>& condition, int capMs = 8000) {
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition() && timer.elapsed() < capMs) {
-        QApplication::processEvents(QEventLoop::AllEvents, 20);
-        QThread::msleep(5);
-    }
-    return condition();
-}
-
-QString outputPath(const char* name) {
-    QDir().mkpath(PA_TEST_OUTPUT_DIR);
-    return QString(PA_TEST_OUTPUT_DIR) + "/" + name;
-}
+using pa::testing::screenshotPath;
+using pa::testing::waitFor;
 
 std::array<QString, 6> boxTexts(const ImprovePF& w) {
     std::array<QString, 6> texts;
@@ -109,7 +95,7 @@ TEST(ImprovePFWindow, OpensFromTheMainWindowAndCalculates) {
     EXPECT_EQ(boxColour(*pf, 5), QColor(Qt::white));
     EXPECT_TRUE(ui.messages.empty());
     QApplication::processEvents();
-    const QString png = outputPath("improvepf_en.png");
+    const QString png = screenshotPath("improvepf_en.png");
     ASSERT_TRUE(pf->grab().save(png));
     EXPECT_GT(QFileInfo(png).size(), 20000) << "the window with its pictures";
 
@@ -127,9 +113,9 @@ TEST(ImprovePFWindow, OpensFromTheMainWindowAndCalculates) {
     // Print to a PDF file; Exit hides the window.
     QPrinter printer(QPrinter::HighResolution);
     printer.setOutputFormat(QPrinter::PdfFormat);
-    printer.setOutputFileName(outputPath("improvepf_print.pdf"));
+    printer.setOutputFileName(screenshotPath("improvepf_print.pdf"));
     pf->printTo(printer);
-    EXPECT_GT(QFileInfo(outputPath("improvepf_print.pdf")).size(), 1000);
+    EXPECT_GT(QFileInfo(screenshotPath("improvepf_print.pdf")).size(), 1000);
     pf->findChild<QPushButton*>("Exit_Improve_PF")->click();
     EXPECT_FALSE(pf->isVisible());
     std::filesystem::current_path(workDir);
@@ -191,7 +177,7 @@ TEST_F(ImprovePFAlone, RefreshesOnResizeAndSpeaksChinese) {
     window.Text1_KeyPress(4, pa::pfimprove::kEnterKey);
     EXPECT_EQ(window.box(4)->text(), "10.0");
     QApplication::processEvents();
-    window.grab().save(outputPath("improvepf_zh.png"));
+    window.grab().save(screenshotPath("improvepf_zh.png"));
     window.applyCaptions(1);
     EXPECT_EQ(labelText(window, "Label1_2"),
               "Type in target value and hit return to calculate needed capacitance");
@@ -219,7 +205,7 @@ TEST_F(ImprovePFAlone, PicturesScaleWithTheWindow) {
         EXPECT_GT(improved, image.height() / 4) << size.width();
         EXPECT_GT(diagram->width(), size.width() / 3);
     }
-    window.grab().save(outputPath("improvepf_large.png"));
+    window.grab().save(screenshotPath("improvepf_large.png"));
 }
 
 } // namespace
