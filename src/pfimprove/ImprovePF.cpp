@@ -8,6 +8,7 @@
 #include <QHBoxLayout>
 #include <QPrintDialog>
 #include <QPrinter>
+#include <QShortcut>
 #include <QVBoxLayout>
 
 namespace pa::pfimprove {
@@ -62,6 +63,8 @@ ImprovePF::ImprovePF(app::Ui& ui, std::function<ReadoutTexts()> readouts, QWidge
     connect(update_, &QPushButton::clicked, this, &ImprovePF::UpdateP);
     connect(print_, &QPushButton::clicked, this, &ImprovePF::PrintPF);
     connect(exit_, &QPushButton::clicked, this, &ImprovePF::Exit_Improve_PF);
+    auto* escape = new QShortcut(QKeySequence::Cancel, this);
+    connect(escape, &QShortcut::activated, this, &ImprovePF::Exit_Improve_PF);
     buttons->addStretch(1);
     for (QPushButton* b : {update_, print_, exit_})
         buttons->addWidget(b);

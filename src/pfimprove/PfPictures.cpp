@@ -224,9 +224,12 @@ void CircuitPicture::paintEvent(QPaintEvent*) {
     }
     const bool improved = pf_.hasImproved();
     const QString volts = "V " + qs(f[kFieldV]), hz = qs(f[kFieldHz]);
-    const QStringList rTexts{"R " + qs(f[kFieldR]) + "Ω", "IR " + qs(f[kFieldIR])};
-    const QStringList lTexts{"L " + qs(f[kFieldL]), "X " + qs(f[kFieldX]) + "Ω",
-                             "IX " + qs(f[kFieldIX])};
+    auto ohms = [&](int field) {
+        const QString t = qs(f[field]);
+        return t == "?" ? t : t + "Ω"; // the fields show impedances without a unit
+    };
+    const QStringList rTexts{"R " + ohms(kFieldR), "IR " + qs(f[kFieldIR])};
+    const QStringList lTexts{"L " + qs(f[kFieldL]), "X " + ohms(kFieldX), "IX " + qs(f[kFieldIX])};
     const QString cText =
         improved ? "+C " + QString::fromStdString(capacitanceText(pf_.improved().Cadd)) : "+C ?";
 

@@ -158,6 +158,8 @@ TEST_F(ImprovePFAlone, RefusalsEmptyTheBoxesAndOtherKeysDoNothing) {
     window.box(0)->setText("0.95");
     window.Text1_KeyPress(0, pa::pfimprove::kEnterKey);
     EXPECT_EQ(ui.messages.back().text, "Unknown PF");
+    EXPECT_FALSE(window.calculator().hasImproved());
+    window.grab().save(screenshotPath("improvepf_no_target.png"));
 }
 
 TEST_F(ImprovePFAlone, RefreshesOnResizeAndSpeaksChinese) {
