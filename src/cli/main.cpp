@@ -27,6 +27,9 @@ const Command kCommands[] = {
     {"monitor", monitorCommand,
      "monitor (--port PATH | --simulate) [--interval SECONDS] [--count N]\n"
      "          [--baud 9600|4800|2400|1200]"},
+    {"pf", pfCommand,
+     "pf --w W --pf PF --v V --a A --angle DEG --va VA --var VAR --hz HZ\n"
+     "          --target pf|a|va|var|angle|c VALUE"},
 };
 
 void printUsage(std::FILE* to) {

@@ -1,6 +1,9 @@
 #include "ui/MeterRec.h"
 
+#include "pfimprove/ImprovePF.h"
+#include "pfimprove/hz_wait.h"
 #include "text/mask_format.h"
+#include "ui/PrintPicture.h"
 #include "ui/captions.h"
 
 #include <QApplication>
@@ -114,7 +117,8 @@ void MeterRec::buildMenus() {
     startRecordingMenu_->setEnabled(false);
 
     improvePf_ = bar->addAction(QString());
-    improvePf_->setEnabled(false);
+    improvePf_->setObjectName("showPF");
+    connect(improvePf_, &QAction::triggered, this, &MeterRec::showPF);
     datalogger_ = bar->addAction(QString());
     datalogger_->setEnabled(false);
 
@@ -384,6 +388,8 @@ void MeterRec::applyCaptions(int language) {
     helpMenu_->setTitle(captionText(Caption::MenuHelp, language));
     manualMenu_->setTitle(captionText(Caption::MenuUserManual, language));
     about_->setText(captionText(Caption::MenuAbout, language));
+    if (improvePF_)
+        improvePF_->applyCaptions(language);
     refresh();
 }
 
@@ -467,14 +473,34 @@ void MeterRec::refresh() {
 }
 
 void MeterRec::printWindow(QPrinter& printer) {
-    const QPixmap picture = grab();
-    QPainter painter(&printer);
-    const QRect page = painter.viewport();
-    QSize size = picture.size();
-    size.scale(page.size(), Qt::KeepAspectRatio);
-    painter.setViewport(page.x(), page.y(), size.width(), size.height());
-    painter.setWindow(picture.rect());
-    painter.drawPixmap(0, 0, picture);
+    printPicture(*this, printer);
+}
+
+void MeterRec::showPF() {
+    // While waiting for a frequency the live timers run from the event loop, which the wait
+    // serves between its steps; each step shows what they brought.
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    const bool ready = pfimprove::PrepareHz(cycle_, clock_, ui_, [this] { refresh(); });
+    QApplication::restoreOverrideCursor();
+    refresh();
+    if (!ready)
+        return;
+    if (!improvePF_) {
+        improvePF_ = new pfimprove::ImprovePF(
+            ui_,
+            [this] {
+                pfimprove::ReadoutTexts texts;
+                for (std::size_t i = 0; i < texts.size(); ++i)
+                    texts[i] = panels_[i]->text().toStdString();
+                return texts;
+            },
+            this);
+        improvePF_->applyCaptions(state_.language);
+    }
+    improvePF_->UpdateP();
+    improvePF_->show();
+    improvePF_->raise();
+    improvePF_->activateWindow();
 }
 
 bool MeterRec::eventFilter(QObject* watched, QEvent* event) {

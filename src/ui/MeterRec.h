@@ -21,6 +21,10 @@
 
 class QPrinter;
 
+namespace pa::pfimprove {
+class ImprovePF;
+}
+
 namespace pa::ui {
 
 class MeterRec : public QMainWindow {
@@ -39,6 +43,9 @@ class MeterRec : public QMainWindow {
     void openPort(const std::string& device);
     // Prints the window as a picture, scaled to the page.
     void printWindow(QPrinter& printer);
+    // The "&Improve PF" item: Get Hz, then the PF improvement window (nullptr until opened).
+    void showPF();
+    pfimprove::ImprovePF* improvePF() const { return improvePF_; }
 
     app::MeterLink& link() { return link_; }
     live::LiveCycle& cycle() { return cycle_; }
@@ -127,6 +134,8 @@ class MeterRec : public QMainWindow {
     QLabel* warning_ = nullptr;    // Warning
     QLabel* hold_ = nullptr;       // hold
     QLabel* portState_ = nullptr;
+
+    pfimprove::ImprovePF* improvePF_ = nullptr; // created on first use
 };
 
 } // namespace pa::ui

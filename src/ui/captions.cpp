@@ -74,6 +74,7 @@ const std::array<Pair, static_cast<std::size_t>(Caption::Count)> kTable{{
     {"Help", "幫助"},
     {"User Manual", "使用者手冊"},
     {"About", "關於"},
+    {"C to add", "需加電容"},
 }};
 
 } // namespace

@@ -67,6 +67,7 @@ enum class Caption {
     MenuHelp,
     MenuUserManual,
     MenuAbout,
+    PfCapacitance, // PF window: heading of the capacitance box
     Count
 };
 

@@ -1,6 +1,7 @@
 // The main window offscreen against the simulator on a pseudo-terminal.
 #include "ui/MeterRec.h"
 
+#include "gui_support.h"
 #include "pty_host.h"
 #include "qt/qt_clock.h"
 #include "qt/qt_port.h"
@@ -25,21 +26,8 @@ namespace {
 
 using pa::ui::MeterRec;
 
-// Serves events until the condition holds or the cap runs out.
-bool waitFor(const std::function<bool()>& condition, int capMs = 8000) {
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition() && timer.elapsed() < capMs) {
-        QApplication::processEvents(QEventLoop::AllEvents, 20);
-        QThread::msleep(5);
-    }
-    return condition();
-}
-
-QString screenshotPath(const char* name) {
-    QDir().mkpath(PA_TEST_OUTPUT_DIR);
-    return QString(PA_TEST_OUTPUT_DIR) + "/" + name;
-}
+using pa::testing::screenshotPath;
+using pa::testing::waitFor;
 
 QAction* findMenuItem(QWidget* root, const QString& text) {
     for (QAction* a : root->findChildren<QAction*>())
@@ -151,7 +139,8 @@ TEST_F(MeterRecTest, SilentInstrumentShowsNoComWithoutADialog) {
     const std::size_t messages = ui.messages.size();
     sim->withInstrument([](pa::sim::Instrument& i) { i.setFault(pa::sim::Fault::Silent); });
     auto* warning = window.findChild<QLabel*>("Warning");
-    ASSERT_TRUE(waitFor([&] { return warning->isVisibleTo(&window) && warning->text() == "NO COM"; }));
+    ASSERT_TRUE(
+        waitFor([&] { return warning->isVisibleTo(&window) && warning->text() == "NO COM"; }));
     EXPECT_TRUE(state.noData);
     sim->withInstrument([](pa::sim::Instrument& i) { i.setFault(pa::sim::Fault::None); });
     // The port reset after ten silent ticks asks again; readings resume by themselves.

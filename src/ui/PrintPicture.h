@@ -1,0 +1,10 @@
+#pragma once
+// Printing a window as it stands: its picture scaled to the page, keeping its proportions.
+class QPrinter;
+class QWidget;
+
+namespace pa::ui {
+
+void printPicture(QWidget& window, QPrinter& printer);
+
+} // namespace pa::ui

@@ -1,0 +1,140 @@
+// Preparing the frequency before the PF window opens, on the virtual clock.
+#include "pfimprove/hz_wait.h"
+
+#include "display_word.h"
+#include "inprocess_port.h"
+#include "instrument.h"
+#include "support/fake_clock.h"
+#include "support/recording_port.h"
+#include "support/scripted_ui.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using pa::live::kHz;
+using pa::live::LiveCycle;
+using pa::testing::FakeClock;
+using pa::testing::RecordingPort;
+using pa::testing::ScriptedUi;
+
+// Counts status-window requests on top of the script, to see the wait box's life.
+struct WatchingUi : ScriptedUi {
+    void statusShow() override {
+        ScriptedUi::statusShow();
+        ++shows;
+    }
+    int shows = 0;
+};
+
+TEST(PrepareHz, GetsHzBehindTheWaitBox) {
+    pa::sim::Instrument instrument;
+    pa::sim::InProcessPort port(instrument);
+    port.setPortName("SIM");
+    ASSERT_TRUE(port.open());
+    FakeClock clock;
+    WatchingUi ui;
+    pa::app::ProgramState state;
+    LiveCycle cycle(port, clock, ui, state);
+    std::vector<int> switches;
+    cycle.setLiveSampling([&](int on) { switches.push_back(on); });
+    int samples = 0;
+
+    const double start = clock.secondsSinceMidnight();
+    EXPECT_TRUE(pa::pfimprove::PrepareHz(cycle, clock, ui, [&] { ++samples; }));
+    EXPECT_EQ(cycle.readouts().Panel3D2[kHz], "50Hz");
+    EXPECT_EQ(ui.statusCaptionText, "Getting Hz");
+    EXPECT_EQ(ui.statusTextNow, "   Wait...");
+    EXPECT_EQ(ui.shows, 1);
+    EXPECT_FALSE(ui.statusVisible) << "the wait box is gone when the window opens";
+    EXPECT_TRUE(ui.messages.empty());
+    EXPECT_EQ(samples, 0) << "a frequency is shown: no waiting";
+    EXPECT_EQ(switches, (std::vector<int>{0, 1}));
+    EXPECT_NEAR(clock.secondsSinceMidnight() - start, 5.5, 1e-9);
+}
+
+// Get Hz gets no answer; the live cycle keeps running while the wait lasts.
+class NoHzReply : public ::testing::TestWithParam<double> {
+  protected:
+    void SetUp() override {
+        port.devices = {"COM1"};
+        port.setPortName("COM1");
+        port.open();
+        clock.set(GetParam());
+    }
+    RecordingPort port;
+    FakeClock clock;
+    ScriptedUi ui;
+    pa::app::ProgramState state;
+    LiveCycle cycle{port, clock, ui, state};
+};
+
+TEST_P(NoHzReply, WaitsFiveSecondsThenRefusesAtZeroHz) {
+    int samples = 0;
+    const double start = clock.secondsSinceMidnight();
+    EXPECT_FALSE(pa::pfimprove::PrepareHz(cycle, clock, ui, [&] { ++samples; }));
+    double waited = clock.secondsSinceMidnight() - start;
+    if (waited < 0)
+        waited += 86400;
+    EXPECT_NEAR(waited, 5.5 + 5.0, 0.06);
+    EXPECT_GT(samples, 50) << "the sampling cycle runs during the wait";
+    ASSERT_EQ(ui.messages.size(), 2u);
+    EXPECT_EQ(ui.messages[0].text, "Please press the Get Hz button again");
+    EXPECT_EQ(ui.messages[1].text, "0 Hz, Can not improve PF of a DC system");
+    EXPECT_EQ(ui.messages[1].icon, pa::app::Icon::Exclamation);
+    EXPECT_FALSE(ui.statusVisible);
+}
+
+TEST_P(NoHzReply, OpensWhenALiveFrequencyArrivesDuringTheWait) {
+    // The third sampling cycle finds a frame whose four displays show .050 kHz.
+    const std::uint16_t word = pa::sim::encodeReading(0.050, 3);
+    std::string frame(1, '\x02');
+    for (int i = 0; i < 4; ++i)
+        frame += {static_cast<char>(pa::sim::kFrequencyCode), static_cast<char>(word & 0xFF),
+                  static_cast<char>(word >> 8), 0, 0};
+    int samples = 0;
+    const double start = clock.secondsSinceMidnight();
+    EXPECT_TRUE(pa::pfimprove::PrepareHz(cycle, clock, ui, [&] {
+        if (++samples == 3)
+            port.incoming = frame;
+        cycle.Timer2Tick();
+    }));
+    EXPECT_EQ(cycle.readouts().Panel3D2[kHz], "50Hz");
+    EXPECT_EQ(samples, 3);
+    double waited = clock.secondsSinceMidnight() - start;
+    if (waited < 0)
+        waited += 86400;
+    EXPECT_LT(waited, 6.0);
+    ASSERT_EQ(ui.messages.size(), 1u) << "only Get Hz's own message";
+}
+
+// Noon, and two seconds before midnight so that the wait crosses it.
+INSTANTIATE_TEST_SUITE_P(Clock, NoHzReply, ::testing::Values(12 * 3600.0, 86398.0));
+
+TEST(PrepareHz, ZeroHzReplyIsRefusedWithoutWaiting) {
+    RecordingPort port;
+    port.devices = {"COM1"};
+    port.setPortName("COM1");
+    port.open();
+    // The reply arrives during Get Hz's measuring pause: a frequency block reading 0.
+    struct ReplyClock : FakeClock {
+        RecordingPort* port = nullptr;
+        void pause(double s) override {
+            FakeClock::pause(s);
+            if (s > 1)
+                port->incoming = std::string("\x02\x05\x15\x00\x03", 5);
+        }
+    } clock;
+    clock.port = &port;
+    ScriptedUi ui;
+    pa::app::ProgramState state;
+    LiveCycle cycle(port, clock, ui, state);
+    int samples = 0;
+    EXPECT_FALSE(pa::pfimprove::PrepareHz(cycle, clock, ui, [&] { ++samples; }));
+    EXPECT_EQ(cycle.readouts().Panel3D2[kHz], "0Hz");
+    EXPECT_EQ(samples, 0);
+    ASSERT_EQ(ui.messages.size(), 1u);
+    EXPECT_EQ(ui.messages[0].text, "0 Hz, Can not improve PF of a DC system");
+}
+
+} // namespace

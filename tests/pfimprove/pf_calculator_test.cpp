@@ -1,0 +1,324 @@
+// The PF improvement calculation with hand-worked loads.
+//
+// Load A: 100 W at 230 V and 0.5 A (115 VA, 56.79 VAR, PF .870, 29.6 degrees, 50 Hz); one
+// farad at 230 V and 50 Hz carries 230 * 230 * 50 * 2 * 3.1415926 = 16619024.85 VAR, so full
+// compensation needs 56.79 / 16619024.85 = 3.417 uF.
+// Load B: 1000 W at 230 V and 6 A (1380 VA, 951.1 VAR, PF .725), full compensation 57.23 uF.
+#include "pfimprove/pf_calculator.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace {
+
+using namespace pa::pfimprove;
+using Kind = EnterResult::Kind;
+using Boxes = std::array<std::string, kTargets>;
+
+// Readouts as the main window shows them: W, PF, V, A, angle, VA, VAR, Hz.
+const ReadoutTexts kLoadA{" 100.0", "  .870", "  230",  "  .500",
+                          "  29.6", "115.00", " 56.79", "50Hz"};
+const ReadoutTexts kLoadB{"1000",   "  .725",  "  230",  " 6.00",
+                          "  43.5", "1380.00", "951.10", "50Hz"};
+
+PfCalculator calculatorFor(const ReadoutTexts& readouts) {
+    PfCalculator pf;
+    pf.UpdateP(readouts);
+    return pf;
+}
+
+struct TargetCase {
+    const char* name;
+    int box;
+    const char* typed;
+    Boxes boxes;
+};
+
+class Targets : public ::testing::TestWithParam<TargetCase> {};
+
+TEST_P(Targets, FillTheImprovedRow) {
+    const TargetCase& c = GetParam();
+    PfCalculator pf = calculatorFor(kLoadA);
+    const EnterResult r = pf.Enter(c.box, c.typed);
+    ASSERT_EQ(r.kind, Kind::Done) << r.message;
+    EXPECT_EQ(r.boxes, c.boxes);
+    EXPECT_TRUE(r.notice.empty());
+    EXPECT_EQ(pf.lastIndex(), c.box);
+    EXPECT_TRUE(pf.hasImproved());
+    // Active power is unchanged by the capacitor (the no-step case copies the reading).
+    if (std::string(c.name) != "pf_no_step") {
+        EXPECT_NEAR(pf.improved().PF2 * pf.improved().VA2, 100, 1e-9);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    LoadA, Targets,
+    ::testing::Values(
+        // Above 1 is taken as 1: all reactive power compensated.
+        TargetCase{
+            "pf_above_one", kTargetPF, "1.2", {"1.0", "0.43", "100.0", "0.0", "0.0", "3.4uF"}},
+        // Less than 0.001 above PF1: the present state, nothing to add; the angle is the
+        // typed PF's.
+        TargetCase{
+            "pf_no_step", kTargetPF, ".8705", {"0.87", "0.5", "115.0", "56.79", "29.5", ".0F"}},
+        TargetCase{"pf", kTargetPF, "0.95", {"0.95", "0.46", "105.3", "32.87", "18.2", "1.4uF"}},
+        TargetCase{
+            "current", kTargetA, "0.45", {"0.966", "0.45", "103.5", "26.69", "14.9", "1.8uF"}},
+        TargetCase{"apparent_power",
+                   kTargetVA,
+                   "110",
+                   {"0.909", "0.48", "110.0", "45.83", "24.6", "659.7nF"}},
+        TargetCase{"reactive_power",
+                   kTargetVAR,
+                   "20",
+                   {"0.981", "0.44", "102.0", "20.0", "11.3", "2.2uF"}},
+        // No lower bound: past full compensation onto the capacitive side.
+        TargetCase{"reactive_power_negative",
+                   kTargetVAR,
+                   "-10",
+                   {"0.995", "0.44", "100.5", "-10.0", "5.7", "4.0uF"}},
+        TargetCase{
+            "angle", kTargetAngle, "10", {"0.985", "0.44", "101.5", "17.63", "10.0", "2.4uF"}},
+        TargetCase{
+            "angle_zero", kTargetAngle, "0", {"1.0", "0.43", "100.0", "0.0", "0.0", "3.4uF"}}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(PfTarget, AboveOneGivesFullCompensation) {
+    PfCalculator pf = calculatorFor(kLoadA);
+    ASSERT_EQ(pf.Enter(kTargetPF, "1.2").kind, Kind::Done);
+    EXPECT_EQ(pf.improved().PF2, 1);
+    EXPECT_EQ(pf.improved().Angle2, 0);
+    EXPECT_DOUBLE_EQ(pf.improved().Cadd, 56.79 / (2 * 3.1415926 * 50 * 230 * 230));
+}
+
+TEST(CapacitanceTarget, UnitLettersAndTheCap) {
+    const struct {
+        const char* typed;
+        double farads;
+        bool capped;
+        Boxes boxes;
+    } cases[] = {
+        {"10u", 10e-6, false, {"0.787", "5.53", "1271.3", "784.91", "38.1", "10.0uF"}},
+        {"10000n", 10e-6, false, {"0.787", "5.53", "1271.3", "784.91", "38.1", "10.0uF"}},
+        {"10000000 p", 10e-6, false, {"0.787", "5.53", "1271.3", "784.91", "38.1", "10.0uF"}},
+        // A negative capacitance is trusted: it adds reactive power.
+        {"-5u", -5e-6, false, {"0.695", "6.25", "1438.6", "1034.2", "46.0", "-5.E-6F"}},
+        // Farads without a letter, a capital U (not a unit), and "m" before "u": all capped.
+        {"10", 57.229591e-6, true, {"1.0", "4.35", "1000.0", "0.0", "0.0", "57.2uF"}},
+        {"10U", 57.229591e-6, true, {"1.0", "4.35", "1000.0", "0.0", "0.0", "57.2uF"}},
+        {"10um", 57.229591e-6, true, {"1.0", "4.35", "1000.0", "0.0", "0.0", "57.2uF"}},
+    };
+    for (const auto& c : cases) {
+        PfCalculator pf = calculatorFor(kLoadB);
+        const EnterResult r = pf.Enter(kTargetC, c.typed);
+        ASSERT_EQ(r.kind, Kind::Done) << c.typed << ": " << r.message;
+        EXPECT_NEAR(pf.improved().Cadd, c.farads, 1e-12) << c.typed;
+        EXPECT_EQ(r.boxes, c.boxes) << c.typed;
+        EXPECT_EQ(r.notice, c.capped ? "Max. capacitance to be added is 57.2uF(PF=1)" : "")
+            << c.typed;
+    }
+}
+
+TEST(Refusals, MessagesInTheirOrder) {
+    const ReadoutTexts unknownAngle{" 100.0", "  .870", "  230",  "  .500",
+                                    "?",      "115.00", " 56.79", "50Hz"};
+    ReadoutTexts overloadPf = kLoadA;
+    overloadPf[pa::live::kPF] = " OL";
+    ReadoutTexts noVolts = kLoadA;
+    noVolts[pa::live::kV] = "  0";
+    ReadoutTexts noHz = kLoadA;
+    noHz[pa::live::kHz] = "0Hz";
+    ReadoutTexts noPower = kLoadA; // no load at all: nothing to improve
+    noPower[pa::live::kW] = noPower[pa::live::kVAR] = "0";
+
+    const struct {
+        const ReadoutTexts& present;
+        int box;
+        const char* typed;
+        const char* message;
+    } cases[] = {
+        // W1 100, V1 230: IR1 = 0.4348 A.
+        {kLoadA, kTargetA, "0.4", "A2 < IR1, can not reduce active current"},
+        {kLoadA, kTargetA, "0.6", "A2 > A1, can only reduce current"},
+        {kLoadA, kTargetA, "-1", "A2 < IR1, can not reduce active current"},
+        {kLoadA, kTargetPF, "0.8", "PF2 < PF1, can only improve PF"},
+        {kLoadA, kTargetPF, "-0.9", "PF2 < PF1, can only improve PF"},
+        {overloadPf, kTargetPF, "0.95", "Unknown PF"},
+        {overloadPf, kTargetPF, "abc", "Unknown PF"},
+        {kLoadA, kTargetVA, "120", "VA2 > VA1, can only reduce apparent power"},
+        {kLoadA, kTargetVA, "99", "VA2 < W1, can not reduce active power"},
+        {kLoadA, kTargetVAR, "60", "VAR2 > VAR1, can only reduce reactive power"},
+        {unknownAngle, kTargetAngle, "abc", "Current phase angle not known"},
+        {unknownAngle, kTargetAngle, "10", "Current phase angle not known"},
+        {kLoadA, kTargetAngle, "-5", "Must enter positive angle in degree"},
+        {kLoadA, kTargetAngle, "29.7", "Angle2 > Angle1, can only reduce phase angle"},
+        {kLoadA, kTargetPF, "abc", "\"abc\" is not a number"},
+        {kLoadA, kTargetC, "u", "\"u\" is not a number"},
+        {kLoadA, kTargetVAR, "-", "\"-\" is not a number"},
+        // The target's own check comes first, then the missing voltage or frequency.
+        {noVolts, kTargetPF, "0.8", "PF2 < PF1, can only improve PF"},
+        {noVolts, kTargetPF, "0.95",
+         "No voltage reading (0 V), can not calculate. Press Update with the load connected."},
+        {noVolts, kTargetC, "1u",
+         "No voltage reading (0 V), can not calculate. Press Update with the load connected."},
+        {noHz, kTargetVAR, "20", "0 Hz, Can not improve PF of a DC system"},
+        {noPower, kTargetVAR, "0",
+         "The present reading gives no result for this target (is the load drawing power?). "
+         "Press Update and try again."},
+    };
+    for (const auto& c : cases) {
+        PfCalculator pf = calculatorFor(c.present);
+        ASSERT_EQ(pf.Enter(kTargetPF, "0.95").kind == Kind::Done,
+                  &c.present == &kLoadA || &c.present == &unknownAngle || &c.present == &noPower);
+        const Improved before = pf.improved();
+        const EnterResult r = pf.Enter(c.box, c.typed);
+        EXPECT_EQ(r.kind, Kind::Refused) << c.typed;
+        EXPECT_EQ(r.message, c.message) << c.typed;
+        EXPECT_EQ(r.boxes, Boxes{}) << "all six boxes are emptied";
+        EXPECT_EQ(pf.lastIndex(), c.box);
+        EXPECT_EQ(pf.improved().Cadd, before.Cadd) << "the stored numbers stay";
+    }
+}
+
+TEST(Refusals, EmptyBoxDoesNothingButIsRemembered) {
+    PfCalculator pf = calculatorFor(kLoadA);
+    for (const char* typed : {"", "   "}) {
+        const EnterResult r = pf.Enter(kTargetVA, typed);
+        EXPECT_EQ(r.kind, Kind::Ignored);
+        EXPECT_TRUE(r.message.empty());
+        EXPECT_EQ(pf.lastIndex(), kTargetVA);
+    }
+    EXPECT_FALSE(pf.hasImproved());
+}
+
+TEST(Results, NeverShowNanOrInfinity) {
+    // Odd present readings and odd targets: each is either refused or gives finite texts.
+    const ReadoutTexts presents[] = {kLoadA,
+                                     kLoadB,
+                                     {"OL", "OL", "OL", "OL", "?", "?", "?", "50Hz"},
+                                     {"-100", "-.870", "230", ".5", "?", "115", "56.79", "50Hz"},
+                                     {"100", "1.000", "230", ".435", "0.0", "100", "0", "60Hz"},
+                                     {"", "", "", "", "", "", "", ""}};
+    const char* typed[] = {"1", "0", "-1", "1e300", "90", "1E-300", "0.001p", "9999999"};
+    for (const auto& present : presents) {
+        for (int box = 0; box < kTargets; ++box) {
+            for (const char* t : typed) {
+                PfCalculator pf = calculatorFor(present);
+                const EnterResult r = pf.Enter(box, t);
+                for (const std::string& s : r.boxes) {
+                    EXPECT_EQ(s.find("nan"), std::string::npos) << box << " " << t;
+                    EXPECT_EQ(s.find("inf"), std::string::npos) << box << " " << t;
+                }
+                if (r.kind != Kind::Done)
+                    continue;
+                for (double v : {pf.improved().PF2, pf.improved().A2, pf.improved().Cadd}) {
+                    EXPECT_TRUE(std::isfinite(v)) << box << " " << t;
+                }
+            }
+        }
+    }
+}
+
+TEST(CircuitFields, FromThePresentReading) {
+    const struct {
+        ReadoutTexts present;
+        std::array<std::string, kCircuitFields> fields; // W, V, IR, R, IX, X, L, Hz
+    } cases[] = {
+        {kLoadA, {" 100.0", "  230", "434.8mA", "529.0", "246.9mA", "931.5", "3.0H", "50Hz"}},
+        // A small load: kilohms; no reactive power: no reactance or inductance.
+        {{"1", ".999", "230", ".004", "0.0", ".92", "0", "60Hz"},
+         {"1", "230", "4.3mA", "52.9K", "0.0A", "?", "?", "60Hz"}},
+        // No active power: the active current reads 0 and the resistance is not known.
+        {{"0", "0", "230", ".2", "90.0", "46", "46", "50Hz"},
+         {"0", "230", "0", "?", "200.0mA", "1.2K", "3.7H", "50Hz"}},
+        // No voltage: no current or impedance can be derived.
+        {{"100", ".870", "OL", ".5", "29.6", "0", "0", "50Hz"},
+         {"100", "OL", "?", "?", "?", "?", "?", "50Hz"}},
+        // Power flowing back: negative values in scientific form.
+        {{"-100", "-.870", "230", ".5", "?", "115", "56.79", "50Hz"},
+         {"-100", "230", "-4.35E-1A", "-5.29E2", "246.9mA", "931.5", "3.0H", "50Hz"}},
+        // No frequency: the inductance is not known.
+        {{"100", ".870", "230", ".5", "29.6", "115", "56.79", ""},
+         {"100", "230", "434.8mA", "529.0", "246.9mA", "931.5", "?", ""}},
+    };
+    for (const auto& c : cases) {
+        const PfCalculator pf = calculatorFor(c.present);
+        EXPECT_EQ(pf.circuitFields(), c.fields) << c.present[0];
+    }
+    const PfCalculator pf = calculatorFor(kLoadA);
+    EXPECT_EQ(pf.currentRow(), (std::array<std::string, kCurrentFields>{
+                                   "  .870", "  .500", "115.00", " 56.79", "  29.6"}));
+    EXPECT_DOUBLE_EQ(pf.present().IR1, 100.0 / 230);
+    EXPECT_DOUBLE_EQ(pf.present().Hz, 50);
+    EXPECT_NEAR(pf.circuit().L, 2.96507, 1e-5);
+}
+
+TEST(ScaleToPrefix, EveryThreshold) {
+    const struct {
+        double x;
+        double scaled;
+        const char* prefix;
+    } cases[] = {
+        {2.5e12, 2.5e12, "E"},
+        {1e12, 1e12, "E"},
+        {999e9, 999, "G"},
+        {1e9, 1, "G"},
+        {1e6, 1, "M"},
+        {4700, 4.7, "K"},
+        {1000, 1, "K"},
+        {999, 999, ""},
+        {1, 1, ""},
+        {0.5, 500, "m"},
+        {0.001, 1, "m"},
+        {33.2e-6, 33.2, "u"},
+        {1e-6, 1, "u"},
+        {2.2e-9, 2.2, "n"},
+        {1e-9, 1, "n"},
+        {0, 0, ""},
+        {9e-10, 9e-10, "E"},
+        {-1, -1, "E"},
+        {-5e-3, -5e-3, "E"},
+        {-2e6, -2e6, "E"},
+    };
+    for (const auto& c : cases) {
+        const Scaled s = ScaleToPrefix(c.x);
+        EXPECT_NEAR(s.value, c.scaled, std::fabs(c.scaled) * 1e-12) << c.x;
+        EXPECT_EQ(s.prefix, c.prefix) << c.x;
+    }
+}
+
+TEST(CapacitanceText, MasksAndPrefixes) {
+    const struct {
+        double farads;
+        const char* text;
+    } cases[] = {
+        {0, ".0F"},          {1, "1.0F"},           {0.0015, "1.5mF"},  {33.2e-6, "33.2uF"},
+        {2.2e-9, "2.2nF"},   {4.7e-10, "4.7E-10F"}, {1e-12, "1.E-12F"}, {3.456e-11, "3.46E-11F"},
+        {0.0005, "500.0uF"}, {1500, "1.5KF"},       {2e12, "2.E12F"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(capacitanceText(c.farads), c.text) << c.farads;
+}
+
+TEST(ReadCapacitance, FirstUnitLetterWins) {
+    const struct {
+        const char* typed;
+        double farads;
+    } cases[] = {{"10u", 10e-6}, {"4.7 nF", 4.7e-9}, {"22p", 22e-12}, {"1.5m", 1.5e-3},
+                 {"3", 3},       {"2um", 2e-3},      {"2pn", 2e-9},   {"5M", 5},
+                 {"uF", 0},      {"1e-6", 1e-6}};
+    for (const auto& c : cases)
+        EXPECT_NEAR(readCapacitance(c.typed), c.farads, c.farads * 1e-12) << c.typed;
+}
+
+TEST(AngleFromPf, RoundedConstants) {
+    EXPECT_EQ(angleFromPf(1), 0);
+    EXPECT_NEAR(angleFromPf(0), 90, 1e-12);
+    // The rounded constants show in the fourth decimal: 36.86990 with the true pi.
+    EXPECT_NEAR(angleFromPf(0.8), 36.87002, 1e-5);
+    EXPECT_NEAR(angleFromPf(0.95), 18.19504, 1e-5);
+    EXPECT_NEAR(angleFromPf(0.5), 60.0, 1e-2);
+}
+
+} // namespace
