@@ -201,8 +201,8 @@ void PlotFile::buildMenus() {
         grid_.append(a);
     }
     QMenu* titles = graph->addMenu("&Titles");
-    const char* titleItems[] = {"Set &X Title...",  "Set &Y Title...",  "Set &Graph Title...",
-                                "Clear X Title",    "Clear Y Title",    "Clear Graph Title"};
+    const char* titleItems[] = {"Set &X Title...", "Set &Y Title...", "Set &Graph Title...",
+                                "Clear X Title",   "Clear Y Title",   "Clear Graph Title"};
     for (int i = 0; i < 6; ++i) {
         if (i == 3)
             titles->addSeparator();

@@ -3,10 +3,10 @@
 #include "plot/PlotFile.h"
 
 #include "../plot/plot_test_files.h"
-#include "support/scripted_ui.h"
-#include "ui/MeterRec.h"
 #include "qt/qt_clock.h"
 #include "support/recording_port.h"
+#include "support/scripted_ui.h"
+#include "ui/MeterRec.h"
 
 #include <QApplication>
 #include <QDir>

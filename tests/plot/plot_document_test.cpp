@@ -2,6 +2,8 @@
 #include "plot_test_files.h"
 #include "support/scripted_ui.h"
 
+#include <cmath>
+#include <filesystem>
 #include <gtest/gtest.h>
 
 namespace {
@@ -185,6 +187,77 @@ TEST(NumberTextTest, AsMessagesShowThem) {
     const NiceRange flat = niceRange(5, 5);
     EXPECT_LT(flat.low, 5);
     EXPECT_GT(flat.high, 5);
+}
+
+} // namespace
+
+namespace {
+
+// Bad input gives a message or a plot, never a crash or a hang.
+TEST(PlotBadInputTest, BinaryEnormousUnevenAndChangingFiles) {
+    pa::testing::ScriptedUi ui;
+    PlotDocument doc(ui);
+
+    const std::string binary = pa::testing::tempFile("binary.dat");
+    {
+        std::string bytes;
+        for (int i = 0; i < 40000; ++i)
+            bytes += static_cast<char>((i * 7919) % 256);
+        pa::testing::DataFileWriter(binary).raw(bytes);
+    }
+    doc.setFileName(binary);
+    ui.answers = {Answer::Yes};
+    doc.SelectData(3);
+    ASSERT_FALSE(ui.messages.empty());
+    EXPECT_EQ(ui.messages[0].text, "Inncorrect file format, proceed anyway");
+    EXPECT_GE(doc.data().points(), 1u);
+    for (double v : doc.data().sets[0])
+        EXPECT_TRUE(std::isfinite(v));
+
+    const std::string enormous = pa::testing::tempFile("enormous.txt");
+    pa::testing::DataFileWriter(enormous).raw(std::string(3 << 20, '9'));
+    ui.messages.clear();
+    ui.answers = {Answer::Yes};
+    doc.setFileName(enormous);
+    doc.SelectData(0);
+    ASSERT_EQ(ui.messages.size(), 2u);
+    EXPECT_EQ(ui.messages[1].text,
+              "Only one record, can not plot.  Please use VIEW to review your record.");
+
+    // A short first line underestimates nothing here: 20 long lines after it are counted as
+    // more records than there are, and the plot holds the lines there are.
+    const std::string uneven = pa::testing::tempFile("uneven.txt");
+    {
+        pa::testing::DataFileWriter w(uneven);
+        w.line(pa::testing::headerLine().substr(0, 70));
+        for (int i = 0; i < 20; ++i) {
+            pa::testing::RecordTexts r;
+            r.watt = std::to_string(i);
+            w.line(pa::testing::recordLine(r) + std::string(i * 10, ' '));
+        }
+    }
+    ui.messages.clear();
+    doc.setFileName(uneven);
+    doc.SelectData(0);
+    EXPECT_TRUE(ui.messages.empty());
+    EXPECT_GT(doc.records(), 21);
+    EXPECT_EQ(doc.data().points(), 21u);
+    EXPECT_EQ(doc.data().sets[0][20], 19);
+}
+
+TEST(PlotBadInputTest, FileThatShrinksOrGrowsAfterTheCount) {
+    const std::string path = recordsFile("changing.txt", 100);
+    // Counted at 100 records, then cut to 40: the plot holds what is there.
+    std::filesystem::resize_file(path, 40 * 143);
+    auto data = loadRecords(path, kQuantities[0], 100);
+    ASSERT_TRUE(data);
+    EXPECT_EQ(data->points(), 40u);
+    // Counted at 4000 records (an envelope), then grown to 4100: the envelope keeps its
+    // 1334 points and the rest is reported, not dropped silently.
+    recordsFile("changing.txt", 4100);
+    data = loadRecords(path, kQuantities[0], 4000);
+    EXPECT_EQ(data->points(), 1334u);
+    EXPECT_EQ(data->linesNotPlotted, 98u); // 4100 - 1334 * 3
 }
 
 } // namespace
