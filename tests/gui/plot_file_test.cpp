@@ -12,6 +12,7 @@
 #include <QDir>
 #include <QImage>
 #include <QMenuBar>
+#include <QProcess>
 #include <QtCharts/QCategoryAxis>
 #include <QtCharts/QChartView>
 #include <QtCharts/QLineSeries>
@@ -149,6 +150,58 @@ TEST(PlotFileTest, MainWindowPausesLiveSamplingWhileThePlotIsOpen) {
     EXPECT_FALSE(main.timer1().isActive());
     plot->exit_plot();
     EXPECT_TRUE(main.timer1().isActive());
+}
+
+} // namespace
+
+namespace {
+
+// The command line's plot subcommand, run as a user runs it.
+struct CliRun {
+    int exitCode;
+    QString out, err;
+};
+CliRun runCli(const QStringList& args) {
+    QProcess p;
+    p.start(QString(PA_TEST_OUTPUT_DIR) + "/../poweranalyzer-cli", QStringList{"plot"} + args);
+    p.waitForFinished(30000);
+    return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()),
+            QString::fromUtf8(p.readAllStandardError())};
+}
+
+TEST(PlotCliTest, PointsStatsImagesAndRefusals) {
+    const std::string five = pa::testing::recordsFile("cli5.txt", 5);
+    CliRun r = runCli({QString::fromStdString(five), "--points", "--stats", "--quantity", "0"});
+    ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
+    const QStringList lines = r.out.split('\n', Qt::SkipEmptyParts);
+    ASSERT_EQ(lines.size(), 10); // 5 points, 5 statistics lines
+    EXPECT_EQ(lines[0], "1,1,1,\"08:00:01.0, \"");
+    EXPECT_EQ(lines[4], "1,5,5,\"08:00:05.0, \"");
+    EXPECT_EQ(lines[8], "mean 3");
+
+    const QString png = shot("cli_plot.png");
+    QFile::remove(png);
+    r = runCli(
+        {QString::fromStdString(five), "--zoom", "2", "4", "--png", png, "--size", "640x360"});
+    EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
+    EXPECT_EQ(QImage(png).size(), QSize(640, 360));
+
+    r = runCli({QString::fromStdString(five), "--zoom", "4", "4", "--points"});
+    EXPECT_NE(r.exitCode, 0);
+    EXPECT_TRUE(r.err.contains("End record <= Start record"));
+
+    const std::string odd = pa::testing::tempFile("cli_odd.txt");
+    pa::testing::DataFileWriter(odd).raw("1\r\n2\r\n3\r\n");
+    r = runCli({QString::fromStdString(odd), "--points"});
+    EXPECT_NE(r.exitCode, 0);
+    EXPECT_TRUE(r.err.contains("Inncorrect file format, proceed anyway"));
+    r = runCli({QString::fromStdString(odd), "--points", "--force"});
+    EXPECT_EQ(r.exitCode, 0);
+    EXPECT_EQ(r.out.count('\n'), 3);
+
+    EXPECT_NE(runCli({"--points"}).exitCode, 0);
+    EXPECT_NE(runCli({QString::fromStdString(five)}).exitCode, 0) << "nothing to do";
+    EXPECT_NE(runCli({QString::fromStdString(five), "--points", "--quantity", "9"}).exitCode, 0);
 }
 
 } // namespace
