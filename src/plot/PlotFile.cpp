@@ -248,39 +248,27 @@ void PlotFile::SelectData(int entry) {
     redraw();
 }
 
+// Each graph command changes the document, then the chart is drawn again.
 void PlotFile::set_scale(int entry) {
-    document_.set_scale(entry);
-    redraw();
+    document_.set_scale(entry), redraw();
 }
-
 void PlotFile::set_grid(int entry) {
-    document_.set_grid(entry);
-    redraw();
+    document_.set_grid(entry), redraw();
 }
-
 void PlotFile::set_title(int entry) {
-    document_.set_title(entry);
-    redraw();
+    document_.set_title(entry), redraw();
 }
-
 void PlotFile::set_x_label(int entry) {
-    document_.set_x_label(entry);
-    redraw();
+    document_.set_x_label(entry), redraw();
 }
-
 void PlotFile::ZoomIn() {
-    document_.ZoomIn();
-    redraw();
+    document_.ZoomIn(), redraw();
 }
-
 void PlotFile::StatOption() {
-    document_.StatOption();
-    redraw();
+    document_.StatOption(), redraw();
 }
-
 void PlotFile::clear_graphics() {
-    document_.clear_graphics();
-    redraw();
+    document_.clear_graphics(), redraw();
 }
 
 void PlotFile::exit_plot() {
