@@ -3,7 +3,8 @@
 //   gnuplot plotting the same column (the wattage) of the same file to PNG.
 // Each is run three times after a warm-up read of the file; the best wall time and the
 // largest resident memory are printed, and the ratio.
-// Usage: cli_plot_bench [DATAFILE]   (written when missing; default plot_1m.txt here)
+// Usage: cli_plot_bench [DATAFILE]   (written when missing; default plot_1m.txt beside this
+// program, where the two PNG files go too)
 #include "support/data_file_writer.h"
 
 #include <chrono>
@@ -84,7 +85,8 @@ void writeDataFile(const std::string& path) {
 } // namespace
 
 int main(int argc, char** argv) {
-    const std::string data = argc > 1 ? argv[1] : "plot_1m.txt";
+    const auto here = std::filesystem::canonical("/proc/self/exe").parent_path();
+    const std::string data = argc > 1 ? argv[1] : (here / "plot_1m.txt").string();
     if (!std::filesystem::exists(data))
         writeDataFile(data);
     const auto bytes = std::filesystem::file_size(data);
@@ -94,20 +96,19 @@ int main(int argc, char** argv) {
         while (warm.read(buffer.data(), static_cast<std::streamsize>(buffer.size())))
             ;
     }
-    const std::string cli =
-        (std::filesystem::canonical("/proc/self/exe").parent_path().parent_path() /
-         "poweranalyzer-cli")
-            .string();
+    const std::string cli = (here.parent_path() / "poweranalyzer-cli").string();
+    const std::string ourPng = (here / "ours.png").string();
+    const std::string peerPng = (here / "gnuplot.png").string();
     std::printf("data file: %s, %.1f MB\n", data.c_str(), bytes / 1e6);
 
-    const Run ours = best({cli, "plot", data, "--png", "ours.png"});
+    const Run ours = best({cli, "plot", data, "--png", ourPng});
     std::printf("poweranalyzer-cli plot --png : %7.3f s  max RSS %6.1f MB%s\n", ours.seconds,
                 ours.maxRssKb / 1024.0, ours.ok ? "" : "  (FAILED)");
 
     if (runOnce({"gnuplot", "--version"}).ok) {
-        const std::string script = "set terminal png size 1280,720; set output 'gnuplot.png';"
-                                   " set datafile separator ','; plot '" +
-                                   data + "' using 0:4 with lines title 'Watt'";
+        const std::string script = "set terminal png size 1280,720; set output '" + peerPng +
+                                   "'; set datafile separator ','; plot '" + data +
+                                   "' using 0:4 with lines title 'Watt'";
         const Run peer = best({"gnuplot", "-e", script});
         std::printf("gnuplot (png, column 4)      : %7.3f s  max RSS %6.1f MB%s\n", peer.seconds,
                     peer.maxRssKb / 1024.0, peer.ok ? "" : "  (FAILED)");
