@@ -8,6 +8,7 @@ namespace pa::cli {
 
 int monitorCommand(const std::vector<std::string>& args);
 int pfCommand(const std::vector<std::string>& args);
+int plotCommand(const std::vector<std::string>& args);
 
 // Shared by the subcommands.
 // Prints "poweranalyzer-cli: message" on standard error and returns 2.

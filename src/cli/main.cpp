@@ -2,10 +2,12 @@
 // file (cli/*_command.cpp); this file picks one by name.
 #include "cli/commands.h"
 
+#include <QApplication>
 #include <QCoreApplication>
 #include <atomic>
 #include <csignal>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -30,6 +32,9 @@ const Command kCommands[] = {
     {"pf", pfCommand,
      "pf --w W --pf PF --v V --a A --angle DEG --va VA --var VAR --hz HZ\n"
      "          --target pf|a|va|var|angle|c VALUE"},
+    {"plot", plotCommand,
+     "plot FILE [--quantity 0..8] [--png OUT] [--pdf OUT] [--size WxH]\n"
+     "          [--zoom START END] [--stats] [--points] [--force]"},
 };
 
 void printUsage(std::FILE* to) {
@@ -57,8 +62,14 @@ bool stopRequested() {
 } // namespace pa::cli
 
 int main(int argc, char** argv) {
-    QCoreApplication app(argc, argv);
     std::vector<std::string> args(argv + 1, argv + argc);
+    // Drawing (plot) needs widgets; without a chosen platform it draws offscreen.
+    const bool widgets = !args.empty() && args[0] == "plot";
+    if (widgets && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    std::unique_ptr<QCoreApplication> app = widgets
+                                                ? std::make_unique<QApplication>(argc, argv)
+                                                : std::make_unique<QCoreApplication>(argc, argv);
     if (args.empty())
         return pa::cli::printUsage(stderr), 2;
     if (args[0] == "--help" || args[0] == "-h")

@@ -2,6 +2,7 @@
 
 #include "pfimprove/ImprovePF.h"
 #include "pfimprove/hz_wait.h"
+#include "plot/PlotFile.h"
 #include "text/mask_format.h"
 #include "ui/PrintPicture.h"
 #include "ui/captions.h"
@@ -111,9 +112,11 @@ void MeterRec::buildMenus() {
         QPrinter printer;
         QPageSetupDialog(&printer, this).exec();
     });
-    // Recording, the viewer and the plot window come in later builds.
-    for (QAction* a : {createDataFile_, endRecording_, viewFile_, plotFile_})
+    // Recording and the viewer come in later builds.
+    for (QAction* a : {createDataFile_, endRecording_, viewFile_})
         a->setEnabled(false);
+    plotFile_->setObjectName("PlotData");
+    connect(plotFile_, &QAction::triggered, this, &MeterRec::openPlotWindow);
     startRecordingMenu_->setEnabled(false);
 
     improvePf_ = bar->addAction(QString());
@@ -470,6 +473,18 @@ void MeterRec::refresh() {
                             .arg(now.year, 4, 10, QChar('0')));
     if (!port_.isOpen() && portState_)
         showPortState();
+}
+
+void MeterRec::openPlotWindow() {
+    link_.SetLiveSampling(0);
+    if (!plotWindow_) {
+        plotWindow_ = new plot::PlotFile(ui_, this);
+        plotWindow_->setWindowFlag(Qt::Window);
+        connect(plotWindow_, &plot::PlotFile::closed, this, [this] { link_.SetLiveSampling(1); });
+    }
+    plotWindow_->show();
+    plotWindow_->raise();
+    plotWindow_->activateWindow();
 }
 
 void MeterRec::printWindow(QPrinter& printer) {

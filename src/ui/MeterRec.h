@@ -20,6 +20,9 @@
 #include <vector>
 
 class QPrinter;
+namespace pa::plot {
+class PlotFile;
+}
 
 namespace pa::pfimprove {
 class ImprovePF;
@@ -70,6 +73,9 @@ class MeterRec : public QMainWindow {
     void hoursEntered();
     void showPortState();
     void refresh();
+    // "&Plot Data from File": the live cycle pauses while the plot window is open.
+    void openPlotWindow();
+    plot::PlotFile* plotWindow_ = nullptr;
 
     app::ProgramState& state_;
     app::Port& port_;

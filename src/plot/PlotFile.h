@@ -1,0 +1,78 @@
+#pragma once
+// The plot window: one quantity of a data file against the record number, drawn with Qt
+// Charts from a PlotDocument. Every chart call of the program lives in this file pair, so the
+// command line's PNG/PDF output uses the same drawing.
+#include "app/ui.h"
+#include "plot/plot_document.h"
+
+#include <QMainWindow>
+#include <QSize>
+#include <memory>
+
+class QAction;
+class QActionGroup;
+class QChart;
+class QChartView;
+class QLabel;
+class QMenu;
+class QPainter;
+class QPrinter;
+
+namespace pa::plot {
+
+class PlotFile : public QMainWindow {
+    Q_OBJECT
+  public:
+    explicit PlotFile(app::Ui& ui, QWidget* parent = nullptr);
+    ~PlotFile() override;
+
+    PlotDocument& document() { return document_; }
+    QChartView* chartView() const { return view_; }
+
+    // The window's commands.
+    void openfileforplot();
+    void SelectData(int entry);
+    void set_scale(int entry);
+    void set_grid(int entry);
+    void set_title(int entry);
+    void set_x_label(int entry);
+    void ZoomIn();
+    void StatOption();
+    void Pgraphics();
+    void clear_graphics();
+    void exit_plot();
+    void savePngAs();
+    void savePdfAs();
+
+    // The chart as shown, at a size of its own (the command line's output).
+    bool savePng(const QString& path, QSize size = {1280, 720}) const;
+    bool savePdf(const QString& path) const;
+    void print(QPrinter& printer) const;
+    // Rebuilds the chart from the document.
+    void redraw();
+
+  signals:
+    void closed();
+
+  protected:
+    void closeEvent(QCloseEvent* event) override;
+
+  private:
+    void buildMenus();
+    void showState();
+    void renderChart(QPainter& painter, const QRectF& target, QSize logical) const;
+
+    app::Ui& ui_;
+    PlotDocument document_;
+    QChartView* view_ = nullptr;
+    QLabel* status_ = nullptr;
+    QList<QAction*> quantity_;
+    QList<QAction*> grid_;
+    QList<QAction*> xLabels_;
+    QAction* statistics_ = nullptr;
+};
+
+// A chart of the document's state (owned by the caller).
+QChart* buildChart(const PlotDocument& document);
+
+} // namespace pa::plot

@@ -1,0 +1,177 @@
+#include "plot/line_reader.h"
+
+#include "text/leading_number.h"
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+
+namespace pa::plot {
+namespace {
+
+std::filesystem::path toPath(const std::string& utf8) {
+    return std::filesystem::path(
+        std::u8string(reinterpret_cast<const char8_t*>(utf8.data()), utf8.size()));
+}
+
+bool isContinuation(char c) {
+    return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
+}
+
+// Byte offset of the character at 0-based index `column` (or the end of the text).
+std::size_t byteOfColumn(std::string_view text, std::size_t column) {
+    std::size_t chars = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (isContinuation(text[i]))
+            continue;
+        if (chars == column)
+            return i;
+        ++chars;
+    }
+    return text.size();
+}
+
+} // namespace
+
+bool LineReader::open(const std::string& path) {
+    in_.open(toPath(path), std::ios::binary);
+    if (!in_)
+        return false;
+    block_.resize(kBlockBytes);
+    pos_ = end_ = 0;
+    consumed_ = 0;
+    return true;
+}
+
+bool LineReader::fill() {
+    if (!in_)
+        return false;
+    in_.read(block_.data(), static_cast<std::streamsize>(block_.size()));
+    end_ = static_cast<std::size_t>(in_.gcount());
+    pos_ = 0;
+    return end_ > 0;
+}
+
+bool LineReader::next(std::string_view& head, std::uint64_t& length) {
+    if (pos_ == end_ && !fill())
+        return false;
+    const char* start = block_.data() + pos_;
+    if (const void* nl = std::memchr(start, '\n', end_ - pos_)) {
+        // The common case: the whole line lies in the block.
+        std::size_t n = static_cast<const char*>(nl) - start;
+        pos_ += n + 1;
+        consumed_ += n + 1;
+        if (n > 0 && start[n - 1] == '\r')
+            --n;
+        length = n;
+        head = std::string_view(start, std::min(n, kKeepBytes));
+        return true;
+    }
+    // The line runs past the block: keep its head and count the rest.
+    std::size_t n = end_ - pos_;
+    carry_.assign(start, std::min(n, kKeepBytes));
+    length = n;
+    char last = n ? start[n - 1] : '\0';
+    consumed_ += n;
+    pos_ = end_;
+    while (fill()) {
+        const void* nl = std::memchr(block_.data(), '\n', end_);
+        const std::size_t m = nl ? static_cast<const char*>(nl) - block_.data() : end_;
+        if (carry_.size() < kKeepBytes)
+            carry_.append(block_.data(), std::min(m, kKeepBytes - carry_.size()));
+        if (m > 0)
+            last = block_[m - 1];
+        length += m;
+        pos_ = nl ? m + 1 : end_;
+        consumed_ += pos_;
+        if (nl)
+            break;
+    }
+    if (length > 0 && last == '\r') {
+        --length;
+        if (carry_.size() > length)
+            carry_.resize(length);
+    }
+    head = carry_;
+    return true;
+}
+
+std::int64_t fileLength(const std::string& path) {
+    std::error_code error;
+    const auto size = std::filesystem::file_size(toPath(path), error);
+    return error ? -1 : static_cast<std::int64_t>(size);
+}
+
+std::string_view columnSlice(std::string_view line, int startColumn, int width) {
+    const std::size_t first = static_cast<std::size_t>(std::max(startColumn, 1) - 1);
+    const std::size_t past = first + static_cast<std::size_t>(std::max(width, 0));
+    const std::size_t scan = std::min(past, line.size());
+    bool ascii = true;
+    for (std::size_t i = 0; i < scan && ascii; ++i)
+        ascii = static_cast<unsigned char>(line[i]) < 0x80;
+    if (ascii) {
+        if (first >= line.size())
+            return {};
+        return line.substr(first, past - first);
+    }
+    const std::size_t from = byteOfColumn(line, first);
+    const std::size_t to = byteOfColumn(line, past);
+    return line.substr(from, to - from);
+}
+
+std::size_t characterCount(std::string_view text) {
+    return static_cast<std::size_t>(
+        std::count_if(text.begin(), text.end(), [](char c) { return !isContinuation(c); }));
+}
+
+double sliceValue(std::string_view slice) {
+    // Fast path for the shape the recorder writes: blanks, a sign, digits with one point,
+    // then a unit or a comma. Anything else (blanks inside, exponents, "&H") goes the long
+    // way. Up to 15 digits over a power of ten up to 1e22 divides exactly as strtod rounds.
+    std::size_t i = 0;
+    const std::size_t n = slice.size();
+    while (i < n && slice[i] == ' ')
+        ++i;
+    bool negative = false;
+    if (i < n && (slice[i] == '-' || slice[i] == '+'))
+        negative = slice[i++] == '-';
+    std::uint64_t mantissa = 0;
+    int digits = 0, decimals = 0;
+    bool point = false;
+    for (; i < n; ++i) {
+        const char c = slice[i];
+        if (c >= '0' && c <= '9') {
+            mantissa = mantissa * 10 + static_cast<unsigned>(c - '0');
+            ++digits;
+            decimals += point;
+        } else if (c == '.' && !point) {
+            point = true;
+        } else {
+            break;
+        }
+    }
+    bool plain = digits > 0 && digits <= 15;
+    if (plain && i < n) {
+        // What follows must not continue the number once blanks are skipped.
+        std::size_t j = i;
+        while (j < n && slice[j] == ' ')
+            ++j;
+        if (j < n) {
+            const char c = slice[j];
+            plain = !((c >= '0' && c <= '9') || c == '.' || c == 'E' || c == 'e' || c == 'D' ||
+                      c == 'd' || c == '\t' || c == '\r' || c == '\n');
+        }
+    }
+    if (!plain)
+        return text::leadingNumber(slice);
+    static constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                         1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                         1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    const double value = static_cast<double>(mantissa) / kPowers[decimals];
+    if (value == 0)
+        return 0;
+    return negative ? -value : value;
+}
+
+} // namespace pa::plot

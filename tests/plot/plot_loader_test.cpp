@@ -1,0 +1,260 @@
+#include "plot/line_reader.h"
+#include "plot/plot_loader.h"
+#include "plot_test_files.h"
+#include "text/leading_number.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace pa::plot;
+using pa::testing::recordsFile;
+using pa::testing::tempFile;
+const Quantity& kWatt = kQuantities[0];
+
+TEST(PlotLoaderTest, WriterLinesMatchTheColumnsThePlotterReads) {
+    pa::testing::RecordTexts r;
+    r.cost = "0.0";
+    const std::string line = pa::testing::recordLine(r);
+    EXPECT_EQ(line.size(), pa::testing::headerLine().size());
+    EXPECT_TRUE(formatOk(line));
+    EXPECT_TRUE(formatOk(pa::testing::headerLine()));
+    EXPECT_DOUBLE_EQ(sliceValue(columnSlice(line, 35, 9)), 123.4);
+    EXPECT_DOUBLE_EQ(sliceValue(columnSlice(line, 44, 9)), 0.98);
+    EXPECT_DOUBLE_EQ(sliceValue(columnSlice(line, 53, 9)), 230.1);
+    EXPECT_DOUBLE_EQ(sliceValue(columnSlice(line, 62, 9)), 0.547);
+    // Entries 5 to 8 start three columns before the recorder's fields: VA begins with the
+    // tail ".5," of the phase angle 11.5, KWH and Est. KWH with the units "AR," and "WH,".
+    EXPECT_EQ(columnSlice(line, 80, 12), ".5,    125.9");
+    EXPECT_DOUBLE_EQ(sliceValue(columnSlice(line, 80, 12)), 0.5);
+    EXPECT_EQ(sliceValue(columnSlice(line, 106, 14)), 0);
+    EXPECT_EQ(sliceValue(columnSlice(line, 120, 14)), 0);
+    EXPECT_EQ(columnSlice(line, kLabelColumn, kLabelWidth), "16:58:09.4, ");
+}
+
+TEST(PlotLoaderTest, EstimatesAndEnvelopeFigures) {
+    struct Case {
+        long records, step, points;
+        int interval;
+    } cases[] = {
+        {3600, 2, 1800, 360},
+        {3599, 1, 3599, 720},
+        {5, 1, 5, 1},
+        {2, 1, 2, 1},
+        {5401, 4, 1351, 270},
+        {3601, 3, 1201, 240},
+        {1000000, 556, 1799, 360},
+    };
+    for (const auto& c : cases) {
+        const bool envelope = c.records >= kEnvelopeFrom;
+        const long step = envelope ? envelopeStep(c.records) : 1;
+        const long points = envelope ? envelopePoints(c.records, step) : c.records;
+        EXPECT_EQ(step, c.step) << c.records;
+        EXPECT_EQ(points, c.points) << c.records;
+        EXPECT_EQ(labelInterval(static_cast<double>(points)), c.interval) << c.records;
+    }
+    EXPECT_EQ(estimateRecords(141 * 100, 139), 100); // 139 + CR LF
+    EXPECT_EQ(estimateRecords(0, 0), 0);
+    EXPECT_EQ(estimateRecords(250, 98), 2); // 2.5 rounds to even
+}
+
+TEST(PlotLoaderTest, ThirtySixHundredRecordsMakeAnEnvelopeOfPairs) {
+    const std::string path = recordsFile("r3600.txt", 3600);
+    const auto probe = probeFile(path);
+    ASSERT_TRUE(probe);
+    EXPECT_EQ(probe->records, 3600);
+    EXPECT_TRUE(probe->formatOk);
+    const auto data = loadRecords(path, kWatt, probe->records);
+    ASSERT_TRUE(data);
+    EXPECT_EQ(data->setCount, 2);
+    ASSERT_EQ(data->sets[0].size(), 1800u);
+    ASSERT_EQ(data->sets[1].size(), 1800u);
+    EXPECT_EQ(data->sets[0][0], 1);
+    EXPECT_EQ(data->sets[1][0], 2);
+    EXPECT_EQ(data->sets[0][1799], 3599);
+    EXPECT_EQ(data->sets[1][1799], 3600);
+    EXPECT_EQ(data->step, 2);
+    EXPECT_EQ(data->labelInterval, 360);
+    ASSERT_EQ(data->labels.size(), 5u);
+    // Point 361 starts with record 721.
+    EXPECT_EQ(data->labels[1], pa::testing::clockFor(721) + ", ");
+}
+
+TEST(PlotLoaderTest, EnvelopeLastGroupMayBeShort) {
+    // 3601 records: groups of 3, the last holds record 3601 alone. Values zigzag so that
+    // minimum and maximum of each group differ from its first and last record.
+    auto zigzag = [](long i) { return i % 3 == 2 ? -static_cast<double>(i) : i * 2.0; };
+    const std::string path = recordsFile("r3601.txt", 3601, zigzag);
+    const auto data = loadRecords(path, kWatt, probeFile(path)->records);
+    ASSERT_TRUE(data);
+    ASSERT_EQ(data->sets[0].size(), 1201u);
+    EXPECT_EQ(data->sets[0][0], -2); // records 1, 2, 3: 2, -2, 6
+    EXPECT_EQ(data->sets[1][0], 6);
+    EXPECT_EQ(data->sets[0][1200], 7202); // record 3601 alone
+    EXPECT_EQ(data->sets[1][1200], 7202);
+}
+
+TEST(PlotLoaderTest, EveryRecordBelowThirtySixHundred) {
+    const std::string path = recordsFile("r3599.txt", 3599);
+    const auto probe = probeFile(path);
+    const auto data = loadRecords(path, kWatt, probe->records);
+    ASSERT_TRUE(data);
+    EXPECT_EQ(data->setCount, 1);
+    ASSERT_EQ(data->sets[0].size(), 3599u);
+    EXPECT_EQ(data->sets[0][3598], 3599);
+    EXPECT_EQ(data->labelInterval, 720);
+    ASSERT_EQ(data->labels.size(), 5u);
+    EXPECT_EQ(data->labels[4], pa::testing::clockFor(2881) + ", ");
+
+    const std::string five = recordsFile("r5.txt", 5);
+    const auto small = loadRecords(five, kWatt, probeFile(five)->records);
+    EXPECT_EQ(small->labelInterval, 1);
+    EXPECT_EQ(small->labels.size(), 5u) << "every point carries its label";
+}
+
+TEST(PlotLoaderTest, HeaderLostCommunicationOverloadAndShortLinesReadAsZero) {
+    const std::string path = tempFile("mixed.txt");
+    {
+        pa::testing::DataFileWriter w(path);
+        w.line(pa::testing::headerLine());
+        pa::testing::RecordTexts r;
+        r.watt = "OL";
+        w.line(pa::testing::recordLine(r));
+        r.watt = "-OL";
+        w.line(pa::testing::recordLine(r));
+        w.line(pa::testing::lostCommunicationLine("11-15-2026", "16:58:10.0"));
+        w.line("         4, 11-15-2026,16:58:11.0,"); // cut short before the wattage
+        r.watt = "12345.67";                          // loses its leftmost digit in the file
+        w.line(pa::testing::recordLine(r));
+    }
+    const auto probe = probeFile(path);
+    ASSERT_TRUE(probe->formatOk);
+    const auto data = loadRecords(path, kWatt, 6);
+    ASSERT_EQ(data->sets[0].size(), 6u);
+    EXPECT_EQ(data->sets[0], (std::vector<double>{0, 0, 0, 0, 0, 2345.67}));
+    EXPECT_EQ(data->labels[0], "      Time, ");
+    EXPECT_EQ(data->labels[4], "16:58:11.0,");
+    EXPECT_EQ(pa::testing::lostCommunicationLine("11-15-2026", "16:58:10.0").size(), 143u);
+}
+
+TEST(PlotLoaderTest, FormatCheckLooksOnlyAtThreeColumns) {
+    std::string line(70, 'x');
+    line[10] = line[42] = line[60] = ',';
+    EXPECT_TRUE(formatOk(line));
+    line[42] = ' ';
+    EXPECT_FALSE(formatOk(line));
+    EXPECT_FALSE(formatOk(""));
+    EXPECT_FALSE(formatOk("short,"));
+}
+
+TEST(PlotLoaderTest, TinyAndOddFiles) {
+    struct Case {
+        const char* name;
+        std::string bytes;
+        long records;
+        std::size_t lines;
+        bool full;
+    } cases[] = {
+        {"empty.txt", "", 0, 0, false},
+        {"one.txt", pa::testing::recordLine({}) + "\r\n", 1, 1, true},
+        {"noend.txt", pa::testing::recordLine({}), 1, 1, true},
+        {"lf.txt", "a\nb\nc\n", 2, 3, false}, // counted as CR LF lines
+        {"short.txt", std::string(60, ' ') + "\r\n" + std::string(60, ' ') + "\r\n", 2, 2, false},
+    };
+    for (const auto& c : cases) {
+        const std::string path = tempFile(c.name);
+        pa::testing::DataFileWriter(path).raw(c.bytes);
+        const auto probe = probeFile(path);
+        ASSERT_TRUE(probe) << c.name;
+        EXPECT_EQ(probe->records, c.records) << c.name;
+        EXPECT_EQ(probe->fullLines, c.full) << c.name;
+        LineReader reader;
+        ASSERT_TRUE(reader.open(path));
+        std::string_view head;
+        std::uint64_t length;
+        std::size_t lines = 0;
+        while (reader.next(head, length))
+            ++lines;
+        EXPECT_EQ(lines, c.lines) << c.name;
+    }
+    EXPECT_FALSE(probeFile(tempFile("does-not-exist.txt")));
+}
+
+TEST(PlotLoaderTest, LongLinesKeepTheirHeadAndLength) {
+    // One line longer than a read block, a CR at the block's edge, then a normal line.
+    const std::string path = tempFile("long.txt");
+    const std::size_t big = LineReader::kBlockBytes + 10;
+    std::string first(big, '7');
+    first[0] = ' ';
+    pa::testing::DataFileWriter(path).raw(first + "\r\nnext\r\n");
+    LineReader reader;
+    ASSERT_TRUE(reader.open(path));
+    std::string_view head;
+    std::uint64_t length;
+    ASSERT_TRUE(reader.next(head, length));
+    EXPECT_EQ(length, big);
+    EXPECT_EQ(head.size(), LineReader::kKeepBytes);
+    ASSERT_TRUE(reader.next(head, length));
+    EXPECT_EQ(head, "next");
+    EXPECT_FALSE(reader.next(head, length));
+
+    const auto probe = probeFile(path);
+    EXPECT_EQ(probe->records, 1);
+    EXPECT_FALSE(probe->formatOk);
+}
+
+TEST(PlotLoaderTest, ColumnsCountCharactersNotBytes) {
+    const std::string line = "\xe6\xaf\x8f\xe6\x9c\x88" + std::string(8, ' ') + "42x";
+    EXPECT_EQ(columnSlice(line, 3, 10), "        42");
+    EXPECT_EQ(columnSlice(line, 1, 2), "\xe6\xaf\x8f\xe6\x9c\x88");
+    EXPECT_EQ(columnSlice("abc", 5, 3), "");
+    EXPECT_EQ(characterCount(line), 13u);
+}
+
+TEST(PlotLoaderTest, SliceValueAgreesWithTheGeneralReader) {
+    const char* slices[] = {"  123.4W,",
+                            " 0.98 PF,",
+                            "   -0.5V,",
+                            "      OL,",
+                            "     -OL,",
+                            "1 2 3",
+                            "1.5E3",
+                            "&H1F",
+                            "",
+                            " .5A",
+                            "-0",
+                            "+7.25",
+                            "99999999999999999",
+                            "12.",
+                            " 1.2.3",
+                            "\t5",
+                            "7 e2",
+                            "0.000000000000001"};
+    for (const char* s : slices)
+        EXPECT_EQ(sliceValue(s), pa::text::leadingNumber(s)) << '"' << s << '"';
+}
+
+TEST(PlotLoaderTest, ZoomReadsARangeOfRecords) {
+    const std::string path = recordsFile("zoom.txt", 50);
+    const auto data = loadRange(path, kWatt, 11, 20);
+    ASSERT_TRUE(data);
+    EXPECT_EQ(data->sets[0].front(), 11);
+    EXPECT_EQ(data->sets[0].back(), 20);
+    EXPECT_EQ(data->firstRecord, 11);
+    EXPECT_EQ(data->labelInterval, 2);
+    EXPECT_EQ(data->labels.size(), 5u);
+    EXPECT_EQ(data->labels[0], pa::testing::clockFor(11) + ", ");
+}
+
+TEST(PlotLoaderTest, Statistics) {
+    const Statistics s = statistics({2, 4, 4, 4, 5, 5, 7, 9});
+    EXPECT_EQ(s.count, 8);
+    EXPECT_EQ(s.minimum, 2);
+    EXPECT_EQ(s.maximum, 9);
+    EXPECT_DOUBLE_EQ(s.mean, 5);
+    EXPECT_NEAR(s.standardDeviation, 2.1380899, 1e-6);
+    EXPECT_EQ(statistics({3}).standardDeviation, 0);
+    EXPECT_EQ(statistics({}).count, 0);
+}
+
+} // namespace
