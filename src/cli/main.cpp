@@ -27,6 +27,9 @@ const Command kCommands[] = {
     {"monitor", monitorCommand,
      "monitor (--port PATH | --simulate) [--interval SECONDS] [--count N]\n"
      "          [--baud 9600|4800|2400|1200]"},
+    {"record", recordCommand,
+     "record (--port PATH | --simulate) --out FILE [--interval SECONDS] [--count N]\n"
+     "          [--period month|day|year] [--price P] [--hours H] [--start NUMBER]"},
 };
 
 void printUsage(std::FILE* to) {

@@ -81,8 +81,8 @@ class File {
         const long long before = size();
         for (std::size_t done = 0; done < bytes.size();) {
 #ifdef _WIN32
-            const int n = ::_write(fd_, bytes.data() + done,
-                                   static_cast<unsigned>(bytes.size() - done));
+            const int n =
+                ::_write(fd_, bytes.data() + done, static_cast<unsigned>(bytes.size() - done));
 #else
             const ssize_t n = ::write(fd_, bytes.data() + done, bytes.size() - done);
 #endif

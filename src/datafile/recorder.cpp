@@ -6,8 +6,7 @@
 
 namespace pa::datafile {
 
-Recorder::Recorder(live::LiveCycle& cycle, app::Clock& clock, app::Ui& ui,
-                   app::ProgramState& state)
+Recorder::Recorder(live::LiveCycle& cycle, app::Clock& clock, app::Ui& ui, app::ProgramState& state)
     : cycle_(cycle), clock_(clock), ui_(ui), programState_(state) {}
 
 void Recorder::applyCaptions(const RecorderCaptions& captions) {
@@ -39,8 +38,7 @@ bool Recorder::CreateDataFile() {
     if (!folder.ok()) {
         lastError_ = folder.error;
         noFile();
-        ui_.message(folder.error + "\n\nNo data file was created.", captions_.title,
-                    app::Icon::Exclamation);
+        ui_.message(folder.error + "\n\nNo data file was created.", "", app::Icon::Exclamation);
         return false;
     }
     dataFolder_ = folder.path;
@@ -58,8 +56,7 @@ bool Recorder::createFileAt(const std::string& path) {
     if (std::string error = createWithHeader(path, period); !error.empty()) {
         lastError_ = error;
         noFile();
-        ui_.message(error + "\n\nNo data file was created.", captions_.title,
-                    app::Icon::Exclamation);
+        ui_.message(error + "\n\nNo data file was created.", "", app::Icon::Exclamation);
         return false;
     }
     const std::filesystem::path p = pathFromUtf8(path);

@@ -74,6 +74,13 @@ const std::array<Pair, static_cast<std::size_t>(Caption::Count)> kTable{{
     {"Help", "幫助"},
     {"User Manual", "使用者手冊"},
     {"About", "關於"},
+    {"&Open...", "開啟檔案(&O)..."},
+    {"&Reload", "重新讀取(&R)"},
+    {"Page &Orientation", "紙張方向(&O)"},
+    {"&Portrait", "直印(&P)"},
+    {"&Landscape", "橫印(&L)"},
+    {"&Font...", "字型(&F)..."},
+    {"&Close", "關閉(&C)"},
 }};
 
 } // namespace

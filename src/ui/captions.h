@@ -67,6 +67,13 @@ enum class Caption {
     MenuHelp,
     MenuUserManual,
     MenuAbout,
+    ViewerOpen,
+    ViewerReload,
+    ViewerOrientation,
+    ViewerPortrait,
+    ViewerLandscape,
+    ViewerFont,
+    ViewerClose,
     Count
 };
 

@@ -41,9 +41,9 @@ TEST(DataFileLine, FieldKeepsTheRightmostCharacters) {
         const char* field;
     } cases[] = {
         {"3", ",", 11, "         3,"},
-        {"12345.67", "W,", 9, "2345.67W,"},  // cut from the left, digits too
+        {"12345.67", "W,", 9, "2345.67W,"},       // cut from the left, digits too
         {"123456789012", ",", 11, "3456789012,"}, // longer than the ten blanks
-        {"", ",", 11, "          ,"},         // ten blanks are all there is to pad with
+        {"", ",", 11, "          ,"},             // ten blanks are all there is to pad with
         {"OL", "W,", 9, "     OLW,"},
         {"KWH/每月", "", 14, "        KWH/每月"}, // widths in characters, not bytes
         {"每月每月每月每月", "", 5, "月每月每月"},
@@ -85,11 +85,12 @@ TEST(DataFileLine, RecordFieldsCutAndGlued) {
 
 TEST(DataFileLine, LostCommunicationIs143Characters) {
     const std::string line = lostCommunicationLine("11-15-2026", "16:58:09.4");
-    EXPECT_EQ(line, " 11-15-2026,16:58:09.4, NO COM, DATA LOST, !, !,!,!,!,!,!,!" +
-                        std::string(84, ' '));
+    EXPECT_EQ(line,
+              " 11-15-2026,16:58:09.4, NO COM, DATA LOST, !, !,!,!,!,!,!,!" + std::string(84, ' '));
     EXPECT_EQ(line.size(), 143u);
     const std::string longClock(200, '9');
-    EXPECT_EQ(lostCommunicationLine("11-15-2026", longClock), " 11-15-2026," + longClock.substr(0, 131));
+    EXPECT_EQ(lostCommunicationLine("11-15-2026", longClock),
+              " 11-15-2026," + longClock.substr(0, 131));
     EXPECT_EQ(lostCommunicationLine("11-15-2026", "").size(), 143u);
 }
 

@@ -166,8 +166,9 @@ TEST_F(RecorderTest, AutomaticRecordsOncePerClockText) {
 
     const auto lines = readLines(dataFile("test.txt"));
     ASSERT_EQ(lines.size(), 4u);
-    EXPECT_EQ(lines[1], "        17, 11-22-2026,16:58:09.4,  116.4W, .920 PF,    230V,   .550A,"
-                        "       23.1,   126.50VA,     49.53VAR,       0.0KWH,    0.00/month 0$0.00");
+    EXPECT_EQ(lines[1],
+              "        17, 11-22-2026,16:58:09.4,  116.4W, .920 PF,    230V,   .550A,"
+              "       23.1,   126.50VA,     49.53VAR,       0.0KWH,    0.00/month 0$0.00");
     EXPECT_EQ(lines[2].substr(0, 34), "        18, 11-22-2026,16:58:10.4,");
     EXPECT_EQ(lines[3].substr(0, 34), "        19, 11-22-2026,16:58:11.4,");
     EXPECT_EQ(recorder.recordNumberText(), "19");
