@@ -520,7 +520,7 @@ void MeterRec::showRecording() {
 }
 
 void MeterRec::viewFile() {
-    if (viewer_) {
+    if (viewer_ && viewer_->isVisible()) {
         viewer_->raise();
         viewer_->activateWindow();
         return;
@@ -529,15 +529,17 @@ void MeterRec::viewFile() {
     // on if it was running.
     const bool wasSampling = link_.sampling();
     link_.SetLiveSampling(0);
-    viewer_ = new VIEW(ui_, state_.language, this);
-    connect(viewer_, &QObject::destroyed, this, [this, wasSampling] {
+    auto resume = [this, wasSampling] {
         if (wasSampling)
             link_.SetLiveSampling(1);
-    });
+    };
+    viewer_ = new VIEW(ui_, state_.language, this);
     if (!viewer_->chooseAndOpen()) {
         delete viewer_;
+        resume();
         return;
     }
+    connect(viewer_, &VIEW::closed, this, resume);
     viewer_->show();
 }
 

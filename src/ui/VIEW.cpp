@@ -4,6 +4,7 @@
 #include "ui/captions.h"
 
 #include <QActionGroup>
+#include <QCloseEvent>
 #include <QApplication>
 #include <QFileInfo>
 #include <QFontDatabase>
@@ -167,6 +168,12 @@ VIEW::VIEW(app::Ui& ui, int language, QWidget* parent)
 
     applyCaptions(language);
     resize(900, 560);
+}
+
+void VIEW::closeEvent(QCloseEvent* event) {
+    indexTimer_.stop();
+    QMainWindow::closeEvent(event);
+    emit closed();
 }
 
 void VIEW::applyCaptions(int language) {

@@ -67,6 +67,13 @@ class VIEW : public QMainWindow {
     const datafile::LineIndex& index() const { return index_; }
     LineView* lineView() const { return view_; }
 
+  signals:
+    // The user closed the window (not sent when the window goes with the program).
+    void closed();
+
+  protected:
+    void closeEvent(QCloseEvent* event) override;
+
   private:
     void indexStep();
     void showProgress();
