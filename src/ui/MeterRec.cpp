@@ -321,10 +321,14 @@ void MeterRec::buildBody() {
     lastRecord_ = new QLabel(recordingGroup_);
     lastRecord_->setObjectName("Label2");
     lastRecord_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    // A record line is wider than the window: it is shown as far as it fits, whole in the
+    // tooltip, and never widens the window.
+    lastRecord_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    lastRecord_->setTextInteractionFlags(Qt::TextSelectableByMouse);
     for (QWidget* w : std::initializer_list<QWidget*>{serialNumberCaption_, recordNumber_,
                                                       lastRecordCaption_, lastRecord_})
         recording->addWidget(w);
-    recording->addStretch(1);
+    recording->setStretch(3, 1);
     recordingGroup_->setVisible(false); // until Start Recording is opened
     buttons->addWidget(recordingGroup_, 3);
 
@@ -517,6 +521,7 @@ void MeterRec::showRecording() {
     if (recordNumber_->text() != qs(recorder_.recordNumberText()))
         recordNumber_->setText(qs(recorder_.recordNumberText()));
     lastRecord_->setText(qs(recorder_.lastRecordText()));
+    lastRecord_->setToolTip(lastRecord_->text());
 }
 
 void MeterRec::viewFile() {
