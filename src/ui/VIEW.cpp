@@ -4,8 +4,8 @@
 #include "ui/captions.h"
 
 #include <QActionGroup>
-#include <QCloseEvent>
 #include <QApplication>
+#include <QCloseEvent>
 #include <QFileInfo>
 #include <QFontDatabase>
 #include <QFontDialog>

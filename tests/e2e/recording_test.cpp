@@ -323,8 +323,7 @@ TEST_F(RecordingTest, ViewerPrintsInBothOrientations) {
     viewer->show();
     viewer->grab().save(QString(PA_TEST_OUTPUT_DIR) + "/view.png");
     int pages[2] = {};
-    const QPageLayout::Orientation orientations[] = {QPageLayout::Portrait,
-                                                     QPageLayout::Landscape};
+    const QPageLayout::Orientation orientations[] = {QPageLayout::Portrait, QPageLayout::Landscape};
     for (int i = 0; i < 2; ++i) {
         viewer->setOrientation(orientations[i]);
         const QString pdf = QString(PA_TEST_OUTPUT_DIR) + QString("/view_print_%1.pdf").arg(i);
@@ -358,9 +357,8 @@ TEST_F(RecordingTest, CommandLineRecorderWritesTheWindowsLines) {
     const std::string out = (profile.path() / "cli.txt").string();
     QProcess cli;
     cli.start(PA_CLI_PROGRAM, {"record", "--port", QString::fromStdString(other.devicePath()),
-                               "--out", QString::fromStdString(out), "--interval", "0.5",
-                               "--count", "3", "--period", "day", "--hours", "8", "--price",
-                               "0.5"});
+                               "--out", QString::fromStdString(out), "--interval", "0.5", "--count",
+                               "3", "--period", "day", "--hours", "8", "--price", "0.5"});
     ASSERT_TRUE(cli.waitForFinished(20000));
     EXPECT_EQ(cli.exitCode(), 0) << cli.readAllStandardError().toStdString();
 

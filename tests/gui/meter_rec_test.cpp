@@ -4,6 +4,7 @@
 #include "pty_host.h"
 #include "qt/qt_clock.h"
 #include "qt/qt_port.h"
+#include "support/qt_wait.h"
 #include "support/scripted_ui.h"
 
 #include <QApplication>
@@ -26,13 +27,7 @@ using pa::ui::MeterRec;
 
 // Serves events until the condition holds or the cap runs out.
 bool waitFor(const std::function<bool()>& condition, int capMs = 8000) {
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition() && timer.elapsed() < capMs) {
-        QApplication::processEvents(QEventLoop::AllEvents, 20);
-        QThread::msleep(5);
-    }
-    return condition();
+    return pa::testing::waitUntil(condition, capMs);
 }
 
 QString screenshotPath(const char* name) {
@@ -150,7 +145,8 @@ TEST_F(MeterRecTest, SilentInstrumentShowsNoComWithoutADialog) {
     const std::size_t messages = ui.messages.size();
     sim->withInstrument([](pa::sim::Instrument& i) { i.setFault(pa::sim::Fault::Silent); });
     auto* warning = window.findChild<QLabel*>("Warning");
-    ASSERT_TRUE(waitFor([&] { return warning->isVisibleTo(&window) && warning->text() == "NO COM"; }));
+    ASSERT_TRUE(
+        waitFor([&] { return warning->isVisibleTo(&window) && warning->text() == "NO COM"; }));
     EXPECT_TRUE(state.noData);
     sim->withInstrument([](pa::sim::Instrument& i) { i.setFault(pa::sim::Fault::None); });
     // The port reset after ten silent ticks asks again; readings resume by themselves.
