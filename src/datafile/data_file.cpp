@@ -136,8 +136,13 @@ class File {
 #ifdef _WIN32
         return ::_commit(fd_) == 0 || errno == EBADF;
 #else
+#ifdef __APPLE__
+        const int result = ::fsync(fd_); // macOS has no fdatasync
+#else
+        const int result = ::fdatasync(fd_);
+#endif
         // Devices and pipes cannot be synced; that is no loss of data.
-        return ::fdatasync(fd_) == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
+        return result == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
 #endif
     }
     bool closeFile() {
