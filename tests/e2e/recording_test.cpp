@@ -24,6 +24,8 @@
 #include <QScrollBar>
 #include <gtest/gtest.h>
 
+#include <csignal>
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -380,6 +382,23 @@ TEST_F(RecordingTest, CommandLineRecorderWritesTheWindowsLines) {
     EXPECT_EQ(fromWindow[3].substr(122), "      0.93/day 8$0.47");
     EXPECT_EQ(cli.readAllStandardOutput().toStdString(),
               fromCli[1] + "\n" + fromCli[2] + "\n" + fromCli[3] + "\n");
+}
+
+TEST(RecordCommand, CtrlCEndsWithEveryLineWhole) {
+    pa::testing::TempFolder folder;
+    const QString out = QString::fromStdString((folder.path() / "run.txt").string());
+    QProcess cli;
+    cli.start(PA_CLI_PROGRAM, {"record", "--simulate", "--out", out, "--interval", "0.5"});
+    ASSERT_TRUE(cli.waitForStarted());
+    ASSERT_TRUE(waitUntil([&] { return cli.canReadLine(); }, 10000));
+    ::kill(static_cast<pid_t>(cli.processId()), SIGINT);
+    ASSERT_TRUE(cli.waitForFinished(5000));
+    EXPECT_EQ(cli.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(cli.exitCode(), 0);
+    const auto lines = readLines(out.toStdString());
+    ASSERT_GE(lines.size(), 2u);
+    for (std::size_t i = 1; i < lines.size(); ++i)
+        EXPECT_TRUE(lines[i].ends_with("0$0.00")) << "a whole record line: " << lines[i];
 }
 
 TEST(RecordCommand, RefusesBadInput) {
