@@ -24,6 +24,12 @@ class Ui {
                                                 const std::string& filter) = 0;
     virtual std::optional<std::string> saveFile(const std::string& title,
                                                 const std::string& filter) = 0;
+    // An open dialog that starts at a path (a folder and a proposed name, "folder/.txt").
+    virtual std::optional<std::string>
+    openFileIn(const std::string& title, const std::string& filter, const std::string& startPath) {
+        (void)startPath;
+        return openFile(title, filter);
+    }
 
     // The small status window (CHKSPEED): a caption and one line of text.
     virtual void statusShow() = 0;

@@ -9,6 +9,7 @@ namespace pa::cli {
 int monitorCommand(const std::vector<std::string>& args);
 int pfCommand(const std::vector<std::string>& args);
 int plotCommand(const std::vector<std::string>& args);
+int recordCommand(const std::vector<std::string>& args);
 
 // Shared by the subcommands.
 // Prints "poweranalyzer-cli: message" on standard error and returns 2.

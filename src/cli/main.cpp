@@ -35,6 +35,9 @@ const Command kCommands[] = {
     {"plot", plotCommand,
      "plot FILE [--quantity 0..8] [--png OUT] [--pdf OUT] [--size WxH]\n"
      "          [--zoom START END] [--stats] [--points] [--force]"},
+    {"record", recordCommand,
+     "record (--port PATH | --simulate) --out FILE [--interval SECONDS] [--count N]\n"
+     "          [--period month|day|year] [--price P] [--hours H] [--start NUMBER]"},
 };
 
 void printUsage(std::FILE* to) {

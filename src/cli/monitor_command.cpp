@@ -5,19 +5,12 @@
 //
 // Each line holds the clock text, then W, PF, V, A, phase angle, VA, VAR, Hz and KWH as the
 // main window shows them, separated by tabs.
-#include "app/meter_link.h"
 #include "cli/commands.h"
-#include "cli/console_ui.h"
-#include "live/live_cycle.h"
-#include "pty_host.h"
-#include "qt/qt_clock.h"
-#include "qt/qt_port.h"
+#include "cli/live_session.h"
 
 #include <QCoreApplication>
-#include <QTimer>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -73,41 +66,12 @@ std::string parseMonitor(const std::vector<std::string>& args, MonitorOptions& o
 }
 
 int monitor(const MonitorOptions& o) {
-    std::unique_ptr<pa::sim::PtyHost> simulator;
-    std::string device = o.port;
-    if (o.simulate) {
-        simulator = std::make_unique<pa::sim::PtyHost>();
-        if (!simulator->start())
-            return fail("could not start the simulated instrument");
-        device = simulator->devicePath();
-    }
-
-    pa::app::ProgramState state;
-    pa::qt::QtPort port;
-    pa::qt::QtClock clock;
-    pa::cli::ConsoleUi ui;
-    pa::app::MeterLink link(port, clock, ui, state);
-    pa::live::LiveCycle cycle(port, clock, ui, state);
-    QTimer timer1, timer2;
-    timer1.setInterval(pa::live::kFirstSampleMs);
-    timer1.setTimerType(Qt::PreciseTimer);
-    timer2.setInterval(pa::live::kPollMs);
-    link.setTimerSwitch([&](bool on) {
-        if (on) {
-            timer1.start();
-            timer2.start();
-        } else {
-            timer1.stop();
-            timer2.stop();
-        }
-    });
-    cycle.setLiveSampling([&](int on) { link.SetLiveSampling(on); });
-    QObject::connect(&timer1, &QTimer::timeout, [&] { timer1.setInterval(cycle.Timer1Tick()); });
-    QObject::connect(&timer2, &QTimer::timeout, [&] { cycle.Timer2Tick(); });
-
+    LiveSession session;
+    if (const std::string error = session.prepare(o.port, o.simulate); !error.empty())
+        return fail(error);
     long printed = 0;
-    cycle.setSampleListener([&] {
-        const auto& r = cycle.readouts();
+    session.cycle.setSampleListener([&] {
+        const auto& r = session.cycle.readouts();
         std::string line = r.clockText;
         for (int p : {pa::live::kW, pa::live::kPF, pa::live::kV, pa::live::kA, pa::live::kAngle,
                       pa::live::kVA, pa::live::kVAR, pa::live::kHz, pa::live::kKWH})
@@ -119,18 +83,12 @@ int monitor(const MonitorOptions& o) {
     });
 
     if (!o.interval.empty())
-        cycle.applySamplingTime(o.interval);
-    if (!link.SelectPortByName(device))
+        session.cycle.applySamplingTime(o.interval);
+    if (!session.open())
         return 1; // the console seam has said why
     if (o.baudIndex >= 0)
-        link.SelectBaud(o.baudIndex);
-    QTimer stopCheck;
-    QObject::connect(&stopCheck, &QTimer::timeout, [] {
-        if (stopRequested())
-            QCoreApplication::quit();
-    });
-    stopCheck.start(100);
-    return QCoreApplication::exec();
+        session.link.SelectBaud(o.baudIndex);
+    return session.run({}, {});
 }
 
 } // namespace

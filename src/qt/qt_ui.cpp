@@ -82,6 +82,14 @@ std::optional<std::string> QtUi::openFile(const std::string& title, const std::s
     return path.toStdString();
 }
 
+std::optional<std::string> QtUi::openFileIn(const std::string& title, const std::string& filter,
+                                            const std::string& startPath) {
+    const QString path = QFileDialog::getOpenFileName(owner_, qs(title), qs(startPath), qs(filter));
+    if (path.isEmpty())
+        return std::nullopt;
+    return path.toStdString();
+}
+
 std::optional<std::string> QtUi::saveFile(const std::string& title, const std::string& filter) {
     const QString path = QFileDialog::getSaveFileName(owner_, qs(title), {}, qs(filter));
     if (path.isEmpty())

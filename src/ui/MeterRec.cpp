@@ -5,6 +5,7 @@
 #include "plot/PlotFile.h"
 #include "text/mask_format.h"
 #include "ui/PrintPicture.h"
+#include "ui/VIEW.h"
 #include "ui/captions.h"
 
 #include <QApplication>
@@ -56,7 +57,8 @@ QLabel* readoutLabel(QWidget* parent, int index, int pointSize) {
 MeterRec::MeterRec(app::ProgramState& state, app::Port& port, app::Clock& clock, app::Ui& ui,
                    QWidget* parent)
     : QMainWindow(parent), state_(state), port_(port), clock_(clock), ui_(ui),
-      link_(port, clock, ui, state), cycle_(port, clock, ui, state) {
+      link_(port, clock, ui, state), cycle_(port, clock, ui, state),
+      recorder_(cycle_, clock, ui, state) {
     setObjectName("MeterRec");
     timer1_.setObjectName("Timer1");
     timer2_.setObjectName("Timer2");
@@ -83,6 +85,7 @@ MeterRec::MeterRec(app::ProgramState& state, app::Port& port, app::Clock& clock,
     });
     buildMenus();
     buildBody();
+    connectRecording();
     applyCaptions(state_.language);
     refresh();
 }
@@ -112,12 +115,8 @@ void MeterRec::buildMenus() {
         QPrinter printer;
         QPageSetupDialog(&printer, this).exec();
     });
-    // Recording and the viewer come in later builds.
-    for (QAction* a : {createDataFile_, endRecording_, viewFile_})
-        a->setEnabled(false);
     plotFile_->setObjectName("PlotData");
     connect(plotFile_, &QAction::triggered, this, &MeterRec::openPlotWindow);
-    startRecordingMenu_->setEnabled(false);
 
     improvePf_ = bar->addAction(QString());
     improvePf_->setObjectName("showPF");
@@ -290,7 +289,6 @@ void MeterRec::buildBody() {
     record_ = new QPushButton(body);
     record_->setObjectName("Record");
     record_->setVisible(false); // shown only while recording manually
-    connect(record_, &QPushButton::clicked, this, [this] { cycle_.requestRecord(); });
     getHz_ = new QPushButton(body);
     getHz_->setObjectName("get_hz");
     connect(getHz_, &QPushButton::clicked, this, [this] {
@@ -328,10 +326,14 @@ void MeterRec::buildBody() {
     lastRecord_ = new QLabel(recordingGroup_);
     lastRecord_->setObjectName("Label2");
     lastRecord_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    // A record line is wider than the window: it is shown as far as it fits, whole in the
+    // tooltip, and never widens the window.
+    lastRecord_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    lastRecord_->setTextInteractionFlags(Qt::TextSelectableByMouse);
     for (QWidget* w : std::initializer_list<QWidget*>{serialNumberCaption_, recordNumber_,
                                                       lastRecordCaption_, lastRecord_})
         recording->addWidget(w);
-    recording->addStretch(1);
+    recording->setStretch(3, 1);
     recordingGroup_->setVisible(false); // until Start Recording is opened
     buttons->addWidget(recordingGroup_, 3);
 
@@ -344,7 +346,12 @@ void MeterRec::applyCaptions(int language) {
     cycle_.setCaptions(caption(Caption::NoCom, language), caption(Caption::Hold, language));
 
     fileMenu_->setTitle(captionText(Caption::MenuFile, language));
-    createDataFile_->setText(captionText(Caption::MenuCreateDataFile, language));
+    recorder_.applyCaptions({caption(Caption::MenuCreateDataFile, language),
+                             caption(Caption::FileNamePrompt, language),
+                             caption(Caption::FileNameTitle, language)});
+    createDataFile_->setText(qs(recorder_.createCaption()));
+    if (viewer_)
+        viewer_->applyCaptions(language);
     startRecordingMenu_->setTitle(captionText(Caption::MenuStartRecording, language));
     recordAuto_->setText(captionText(Caption::MenuAuto, language));
     recordManual_->setText(captionText(Caption::MenuManual, language));
@@ -473,6 +480,79 @@ void MeterRec::refresh() {
                             .arg(now.year, 4, 10, QChar('0')));
     if (!port_.isOpen() && portState_)
         showPortState();
+    showRecording();
+}
+
+void MeterRec::connectRecording() {
+    cycle_.setRecordingHook(&recorder_);
+    recorder_.setEntryTexts([this] {
+        return datafile::EntryTexts{period_->currentText().toStdString(),
+                                    hoursPerDay_->text().toStdString()};
+    });
+    recorder_.setApplyCaptions([this] { applyCaptions(state_.language); });
+    // Each command is one call on the recorder; the status box it opens or closes leaves
+    // the main window active.
+    auto command = [this](void (datafile::Recorder::*action)(), bool activate) {
+        return [this, action, activate] {
+            (recorder_.*action)();
+            showRecording();
+            if (activate)
+                activateWindow();
+        };
+    };
+    connect(createDataFile_, &QAction::triggered, this, [this] {
+        recorder_.CreateDataFile();
+        showRecording();
+    });
+    connect(startRecordingMenu_, &QMenu::aboutToShow, this,
+            command(&datafile::Recorder::StartRecording, false));
+    connect(recordAuto_, &QAction::triggered, this, command(&datafile::Recorder::NowAuto, true));
+    connect(recordManual_, &QAction::triggered, this, command(&datafile::Recorder::Manually, true));
+    connect(endRecording_, &QAction::triggered, this,
+            command(&datafile::Recorder::EndRecording, true));
+    connect(record_, &QPushButton::clicked, this, command(&datafile::Recorder::Record, false));
+    connect(recordNumber_, &QLineEdit::textEdited, this,
+            [this](const QString& text) { recorder_.recordNumberTyped(text.toStdString()); });
+    connect(recordNumber_, &QLineEdit::returnPressed, this,
+            command(&datafile::Recorder::recordNumberEntered, false));
+    connect(viewFile_, &QAction::triggered, this, &MeterRec::viewFile);
+}
+
+void MeterRec::showRecording() {
+    createDataFile_->setEnabled(recorder_.createEnabled());
+    createDataFile_->setText(qs(recorder_.createCaption()));
+    startRecordingMenu_->setEnabled(recorder_.startEnabled());
+    endRecording_->setEnabled(recorder_.endEnabled());
+    record_->setVisible(recorder_.recordButtonVisible());
+    recordingGroup_->setVisible(recorder_.recordingBoxesVisible());
+    if (recordNumber_->text() != qs(recorder_.recordNumberText()))
+        recordNumber_->setText(qs(recorder_.recordNumberText()));
+    lastRecord_->setText(qs(recorder_.lastRecordText()));
+    lastRecord_->setToolTip(lastRecord_->text());
+}
+
+void MeterRec::viewFile() {
+    if (viewer_ && viewer_->isVisible()) {
+        viewer_->raise();
+        viewer_->activateWindow();
+        return;
+    }
+    // The viewer holds the live cycle still while it is open; closing it lets the cycle go
+    // on if it was running.
+    const bool wasSampling = link_.sampling();
+    link_.SetLiveSampling(0);
+    auto resume = [this, wasSampling] {
+        if (wasSampling)
+            link_.SetLiveSampling(1);
+    };
+    viewer_ = new VIEW(ui_, state_.language, this);
+    if (!viewer_->chooseAndOpen()) {
+        delete viewer_;
+        resume();
+        return;
+    }
+    connect(viewer_, &VIEW::closed, this, resume);
+    viewer_->show();
 }
 
 void MeterRec::openPlotWindow() {

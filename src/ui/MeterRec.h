@@ -5,7 +5,9 @@
 #include "app/meter_link.h"
 #include "app/port_catalog.h"
 #include "app/program_state.h"
+#include "datafile/recorder.h"
 #include "live/live_cycle.h"
+#include "ui/VIEW.h"
 
 #include <QAction>
 #include <QComboBox>
@@ -14,6 +16,7 @@
 #include <QLineEdit>
 #include <QMainWindow>
 #include <QMenu>
+#include <QPointer>
 #include <QPushButton>
 #include <QTimer>
 #include <array>
@@ -52,6 +55,10 @@ class MeterRec : public QMainWindow {
 
     app::MeterLink& link() { return link_; }
     live::LiveCycle& cycle() { return cycle_; }
+    datafile::Recorder& recorder() { return recorder_; }
+    // File > View File: pauses the live cycle and opens the viewer on a chosen data file.
+    void viewFile();
+    VIEW* viewer() const { return viewer_; }
     QTimer& timer1() { return timer1_; }
     QTimer& timer2() { return timer2_; }
     QLabel* panel(int index) const { return panels_[index]; }
@@ -76,6 +83,9 @@ class MeterRec : public QMainWindow {
     // "&Plot Data from File": the live cycle pauses while the plot window is open.
     void openPlotWindow();
     plot::PlotFile* plotWindow_ = nullptr;
+    void connectRecording();
+    // Enabled items, the Record button and the recording boxes as the recorder's state says.
+    void showRecording();
 
     app::ProgramState& state_;
     app::Port& port_;
@@ -83,6 +93,8 @@ class MeterRec : public QMainWindow {
     app::Ui& ui_;
     app::MeterLink link_;
     live::LiveCycle cycle_;
+    datafile::Recorder recorder_;
+    QPointer<VIEW> viewer_;
     QTimer timer1_; // sample clock
     QTimer timer2_; // poll
 

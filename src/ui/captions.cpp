@@ -75,6 +75,13 @@ const std::array<Pair, static_cast<std::size_t>(Caption::Count)> kTable{{
     {"User Manual", "使用者手冊"},
     {"About", "關於"},
     {"C to add", "需加電容"},
+    {"&Open...", "開啟檔案(&O)..."},
+    {"&Reload", "重新讀取(&R)"},
+    {"Page &Orientation", "紙張方向(&O)"},
+    {"&Portrait", "直印(&P)"},
+    {"&Landscape", "橫印(&L)"},
+    {"&Font...", "字型(&F)..."},
+    {"&Close", "關閉(&C)"},
 }};
 
 } // namespace

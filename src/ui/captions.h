@@ -68,6 +68,13 @@ enum class Caption {
     MenuUserManual,
     MenuAbout,
     PfCapacitance, // PF window: heading of the capacitance box
+    ViewerOpen,
+    ViewerReload,
+    ViewerOrientation,
+    ViewerPortrait,
+    ViewerLandscape,
+    ViewerFont,
+    ViewerClose,
     Count
 };
 

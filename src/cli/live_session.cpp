@@ -1,0 +1,59 @@
+#include "cli/live_session.h"
+
+#include "cli/commands.h"
+
+#include <QCoreApplication>
+
+namespace pa::cli {
+
+LiveSession::LiveSession() {
+    timer1_.setInterval(live::kFirstSampleMs);
+    timer1_.setTimerType(Qt::PreciseTimer);
+    timer2_.setInterval(live::kPollMs);
+    link.setTimerSwitch([this](bool on) {
+        if (on) {
+            timer1_.start();
+            timer2_.start();
+        } else {
+            timer1_.stop();
+            timer2_.stop();
+        }
+    });
+    cycle.setLiveSampling([this](int on) { link.SetLiveSampling(on); });
+    QObject::connect(&timer1_, &QTimer::timeout,
+                     [this] { timer1_.setInterval(cycle.Timer1Tick()); });
+}
+
+std::string LiveSession::prepare(const std::string& port, bool simulate) {
+    device_ = port;
+    if (!simulate)
+        return "";
+    simulator_ = std::make_unique<sim::PtyHost>();
+    if (!simulator_->start())
+        return "could not start the simulated instrument";
+    device_ = simulator_->devicePath();
+    return "";
+}
+
+bool LiveSession::open() {
+    return link.SelectPortByName(device_);
+}
+
+int LiveSession::run(const std::function<void()>& afterTick, const std::function<void()>& onStop) {
+    QObject::connect(&timer2_, &QTimer::timeout, [this, afterTick] {
+        cycle.Timer2Tick();
+        if (afterTick)
+            afterTick();
+    });
+    QObject::connect(&stopCheck_, &QTimer::timeout, [onStop] {
+        if (!stopRequested())
+            return;
+        if (onStop)
+            onStop();
+        QCoreApplication::quit();
+    });
+    stopCheck_.start(100);
+    return QCoreApplication::exec();
+}
+
+} // namespace pa::cli

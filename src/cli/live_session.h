@@ -1,0 +1,41 @@
+#pragma once
+// The live cycle without a window, as the sampling subcommands run it: the port (a device
+// or a simulated instrument on a pseudo-terminal), the link, the cycle and its two timers.
+#include "app/meter_link.h"
+#include "cli/console_ui.h"
+#include "live/live_cycle.h"
+#include "pty_host.h"
+#include "qt/qt_clock.h"
+#include "qt/qt_port.h"
+
+#include <QTimer>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace pa::cli {
+
+class LiveSession {
+  public:
+    LiveSession();
+    // Starts the simulated instrument when simulate is set; "" or the reason it failed.
+    std::string prepare(const std::string& port, bool simulate);
+    // Opens the port and starts sampling; false after the console has said why.
+    bool open();
+    // Runs the event loop until quit or Ctrl-C; afterTick runs after every poll tick.
+    int run(const std::function<void()>& afterTick, const std::function<void()>& onStop);
+
+    app::ProgramState state;
+    qt::QtPort port;
+    qt::QtClock clock;
+    ConsoleUi ui;
+    app::MeterLink link{port, clock, ui, state};
+    live::LiveCycle cycle{port, clock, ui, state};
+
+  private:
+    std::unique_ptr<sim::PtyHost> simulator_;
+    std::string device_;
+    QTimer timer1_, timer2_, stopCheck_;
+};
+
+} // namespace pa::cli

@@ -1,0 +1,255 @@
+#include "datafile/data_file.h"
+
+#include "datafile/data_folder.h"
+#include "text/mask_format.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#ifdef _WIN32
+#include <io.h>
+#else
+#include <unistd.h>
+#endif
+
+namespace pa::datafile {
+namespace {
+
+constexpr std::string_view kLineEnd = "\r\n";
+constexpr std::string_view kBlanks = "          "; // ten
+constexpr std::string_view kLostNotice = "NO COM, DATA LOST, !, !,!,!,!,!,!,!";
+
+bool isContinuationByte(char c) {
+    return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
+}
+
+// Byte offset at which the last n code points of s begin (0 when s is shorter).
+std::size_t lastCharactersStart(std::string_view s, int n) {
+    std::size_t at = s.size();
+    while (at > 0 && n > 0) {
+        --at;
+        if (!isContinuationByte(s[at]))
+            --n;
+    }
+    while (at > 0 && isContinuationByte(s[at])) // never start inside a character
+        --at;
+    return n > 0 ? 0 : at;
+}
+
+// Byte offset just after the first n code points of s (its size when s is shorter).
+std::size_t firstCharactersEnd(std::string_view s, int n) {
+    int seen = 0;
+    for (std::size_t at = 0; at < s.size(); ++at) {
+        if (!isContinuationByte(s[at]) && seen++ == n)
+            return at;
+    }
+    return s.size();
+}
+
+std::size_t characterCount(std::string_view s) {
+    std::size_t n = 0;
+    for (char c : s)
+        n += !isContinuationByte(c);
+    return n;
+}
+
+// One open file descriptor, closed on every path.
+class File {
+  public:
+    File(const std::string& path, int flags) : path_(path) {
+#ifdef _WIN32
+        fd_ = ::_wopen(pathFromUtf8(path).c_str(), flags | _O_BINARY, _S_IREAD | _S_IWRITE);
+#else
+        fd_ = ::open(path.c_str(), flags | O_CLOEXEC, 0666);
+#endif
+        if (fd_ < 0)
+            error_ = failure("Cannot open");
+    }
+    ~File() {
+        if (fd_ >= 0)
+            closeFile();
+    }
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+
+    // Writes all bytes, flushes them to the disk and closes; the first failure wins.
+    std::string writeAndClose(std::string_view bytes) {
+        if (!error_.empty())
+            return error_;
+        const long long before = size();
+        for (std::size_t done = 0; done < bytes.size();) {
+#ifdef _WIN32
+            const int n =
+                ::_write(fd_, bytes.data() + done, static_cast<unsigned>(bytes.size() - done));
+#else
+            const ssize_t n = ::write(fd_, bytes.data() + done, bytes.size() - done);
+#endif
+            if (n < 0 && errno == EINTR)
+                continue;
+            if (n <= 0) {
+                if (n == 0)
+                    errno = ENOSPC;
+                error_ = failure("Cannot write");
+                truncateTo(before);
+                return error_;
+            }
+            done += static_cast<std::size_t>(n);
+        }
+        if (!flush()) {
+            error_ = failure("Cannot write");
+            truncateTo(before);
+            return error_;
+        }
+        if (!closeFile())
+            error_ = failure("Cannot close");
+        return error_;
+    }
+
+  private:
+    std::string failure(const char* what) const {
+        return std::string(what) + " the data file " + path_ + ": " + std::strerror(errno) + ".";
+    }
+    long long size() const {
+#ifdef _WIN32
+        struct _stat64 st;
+        return ::_fstat64(fd_, &st) == 0 ? st.st_size : -1;
+#else
+        struct stat st;
+        return ::fstat(fd_, &st) == 0 ? static_cast<long long>(st.st_size) : -1;
+#endif
+    }
+    // Takes back a line cut short, so that the file ends with its last whole line.
+    void truncateTo(long long length) {
+        if (length < 0)
+            return;
+        const int saved = errno;
+#ifdef _WIN32
+        (void)::_chsize_s(fd_, length);
+#else
+        (void)!::ftruncate(fd_, length);
+#endif
+        errno = saved;
+    }
+    bool flush() {
+#ifdef _WIN32
+        return ::_commit(fd_) == 0 || errno == EBADF;
+#else
+#ifdef __APPLE__
+        const int result = ::fsync(fd_); // macOS has no fdatasync
+#else
+        const int result = ::fdatasync(fd_);
+#endif
+        // Devices and pipes cannot be synced; that is no loss of data.
+        return result == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
+#endif
+    }
+    bool closeFile() {
+#ifdef _WIN32
+        const int result = ::_close(fd_);
+#else
+        const int result = ::close(fd_);
+#endif
+        fd_ = -1;
+        return result == 0;
+    }
+
+    std::string path_;
+    int fd_ = -1;
+    std::string error_;
+};
+
+#ifdef _WIN32
+constexpr int kCreateFlags = _O_WRONLY | _O_CREAT | _O_TRUNC;
+constexpr int kAppendFlags = _O_WRONLY | _O_CREAT | _O_APPEND;
+#else
+constexpr int kCreateFlags = O_WRONLY | O_CREAT | O_TRUNC;
+constexpr int kAppendFlags = O_WRONLY | O_CREAT | O_APPEND;
+#endif
+
+} // namespace
+
+std::string fixedField(std::string_view text, std::string_view suffix, int width) {
+    std::string field;
+    field.reserve(kBlanks.size() + text.size() + suffix.size());
+    field.append(kBlanks).append(text).append(suffix);
+    return field.substr(lastCharactersStart(field, width));
+}
+
+std::string headerLine(std::string_view period) {
+    std::string line;
+    line += fixedField("No.s", ",", 11);
+    line += fixedField("Date", ",", 12);
+    line += fixedField("Time", ",", 11);
+    line += fixedField("Wattage", ",", 9);
+    line += fixedField("PF", ",", 9);
+    line += fixedField("Voltage", ",", 9);
+    line += fixedField("Current", ",", 9);
+    line += fixedField("Phase angle", ",", 12);
+    line += fixedField("VA", ",", 12);
+    line += fixedField("VAR", ",", 14);
+    line += fixedField("KWH", ",", 14);
+    line += fixedField("KWH/" + std::string(period), "", 14);
+    line += " Cost";
+    return line;
+}
+
+std::string recordLine(double number, const RecordTexts& t) {
+    std::string line;
+    line += fixedField(text::formatGeneral(number), ",", kNumberFieldWidth);
+    line += fixedField(t.date, ",", 12);
+    line += fixedField(t.clock, ",", 11);
+    line += fixedField(t.watts, "W,", 9);
+    line += fixedField(t.powerFactor, " PF,", 9);
+    line += fixedField(t.volts, "V,", 9);
+    line += fixedField(t.amps, "A,", 9);
+    line += fixedField(t.angle, ",", 12);
+    line += fixedField(t.voltAmps, "VA,", 12);
+    line += fixedField(t.vars, "VAR,", 14);
+    line += fixedField(t.kwh, "KWH,", 14);
+    line += fixedField(t.energyPerPeriod + "/" + t.period, "", 14);
+    // The hours per day and the cost stand together after one blank; readers expect it.
+    line += " " + t.hoursPerDay + t.cost;
+    return line;
+}
+
+std::string lostCommunicationLine(std::string_view date, std::string_view clock) {
+    std::string line = fixedField(date, ",", 12);
+    line.append(clock).append(", ").append(kLostNotice);
+    const std::size_t length = characterCount(line);
+    if (length < kLostCommunicationLength)
+        return line.append(kLostCommunicationLength - length, ' ');
+    return line.substr(0, firstCharactersEnd(line, kLostCommunicationLength));
+}
+
+std::string dateText(int year, int month, int day) {
+    return text::formatMask(month, "00") + "-" + text::formatMask(day, "00") + "-" +
+           text::formatMask(year, "0000");
+}
+
+std::string dropCharacters(std::string_view line, int n) {
+    return std::string(line.substr(firstCharactersEnd(line, n)));
+}
+
+std::string normaliseFileName(std::string_view typed) {
+    if (const std::size_t sep = typed.find_last_of("/\\:"); sep != std::string_view::npos)
+        typed.remove_prefix(sep + 1);
+    typed = typed.substr(0, typed.find('.'));
+    if (typed.find_first_not_of(' ') == std::string_view::npos)
+        return "";
+    return std::string(typed) + ".txt";
+}
+
+std::string createWithHeader(const std::string& path, std::string_view period) {
+    return File(path, kCreateFlags).writeAndClose(headerLine(period) + std::string(kLineEnd));
+}
+
+std::string appendLine(const std::string& path, std::string_view line) {
+    std::string bytes;
+    bytes.reserve(line.size() + kLineEnd.size());
+    bytes.append(line).append(kLineEnd);
+    return File(path, kAppendFlags).writeAndClose(bytes);
+}
+
+} // namespace pa::datafile

@@ -1,0 +1,79 @@
+#include "datafile/line_index.h"
+
+#include "datafile/data_folder.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+namespace pa::datafile {
+
+std::string LineIndex::open(const std::string& path) {
+    *this = LineIndex{};
+    path_ = path;
+    errno = 0;
+    in_.open(pathFromUtf8(path), std::ios::binary);
+    if (!in_)
+        return "Cannot open " + path + ": " +
+               (errno ? std::strerror(errno) : "the file cannot be read") + ".";
+    in_.seekg(0, std::ios::end);
+    size_ = static_cast<std::uint64_t>(in_.tellg());
+    in_.seekg(0);
+    block_.push_back(0);
+    complete_ = size_ == 0;
+    return "";
+}
+
+bool LineIndex::indexMore(std::size_t maxBytes) {
+    if (complete_)
+        return true;
+    std::vector<char> buffer(std::min<std::uint64_t>(maxBytes, size_ - scanned_));
+    in_.seekg(static_cast<std::streamoff>(scanned_));
+    in_.read(buffer.data(), static_cast<std::streamsize>(buffer.size()));
+    const auto got = static_cast<std::size_t>(in_.gcount());
+    for (std::size_t i = 0; i < got; ++i) {
+        const char c = buffer[i];
+        if (c == '\n') {
+            widest_ = std::max(widest_, width_);
+            width_ = 0;
+            if (++lines_ % kBlockLines == 0)
+                block_.push_back(scanned_ + i + 1);
+        } else if (c != '\r' && (static_cast<unsigned char>(c) & 0xC0) != 0x80) {
+            ++width_; // a character starts here
+        }
+    }
+    if (got > 0)
+        endsWithLineEnd_ = buffer[got - 1] == '\n';
+    scanned_ += got;
+    if (got == 0 || scanned_ >= size_) {
+        widest_ = std::max(widest_, width_);
+        complete_ = true;
+        in_.close();
+    }
+    return complete_;
+}
+
+std::uint64_t LineIndex::lineCount() const {
+    return lines_ + (complete_ && !endsWithLineEnd_ ? 1 : 0);
+}
+
+std::vector<std::string> LineIndex::lines(std::uint64_t first, std::size_t count) const {
+    std::vector<std::string> out;
+    const std::uint64_t total = lineCount();
+    if (first >= total || count == 0)
+        return out;
+    count = static_cast<std::size_t>(std::min<std::uint64_t>(count, total - first));
+    std::ifstream in(pathFromUtf8(path_), std::ios::binary);
+    in.seekg(static_cast<std::streamoff>(block_[first / kBlockLines]));
+    std::string line;
+    for (std::uint64_t skip = first % kBlockLines; skip > 0 && std::getline(in, line);)
+        --skip;
+    while (out.size() < count && std::getline(in, line)) {
+        if (!line.empty() && line.back() == '\r')
+            line.pop_back();
+        out.push_back(std::move(line));
+    }
+    return out;
+}
+
+} // namespace pa::datafile

@@ -1,0 +1,297 @@
+// Recording control against the live cycle: the state table, the Create Data File caption,
+// automatic and manual records, lost-communication lines and failures while writing. The
+// simulator's frames arrive through a scripted port; the clock is virtual.
+#include "datafile/recorder.h"
+
+#include "instrument.h"
+#include "support/fake_clock.h"
+#include "support/recording_port.h"
+#include "support/scripted_ui.h"
+#include "support/test_files.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <functional>
+#include <map>
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace pa::datafile;
+using pa::testing::readLines;
+
+class RecorderTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        port.devices = {"COM1"};
+        port.setPortName("COM1");
+        port.open();
+        clock.set(16 * 3600 + 58 * 60 + 9.4);
+        recorder.setProfileFolder(profile.str());
+        recorder.setEntryTexts([this] { return entries; });
+        cycle.setRecordingHook(&recorder);
+    }
+    bool create(const char* typed) {
+        ui.inputs.push_back(std::string(typed));
+        return recorder.CreateDataFile();
+    }
+    fs::path dataFile(const char* name) const {
+        return profile.path() / "Documents" / "KV2260" / name;
+    }
+    // One sample tick, then one poll tick with a frame (or nothing) waiting.
+    void sample(bool answer = true) {
+        cycle.Timer1Tick();
+        if (answer)
+            port.incoming = instrument.liveFrame();
+        cycle.Timer2Tick();
+        clock.advance(1);
+    }
+
+    pa::testing::TempFolder profile;
+    pa::testing::RecordingPort port;
+    pa::testing::FakeClock clock;
+    pa::testing::ScriptedUi ui;
+    pa::app::ProgramState state;
+    pa::sim::Instrument instrument{pa::sim::Load{230, 0.55, 0.92, 50, 0}};
+    pa::live::LiveCycle cycle{port, clock, ui, state};
+    Recorder recorder{cycle, clock, ui, state};
+    EntryTexts entries{"month", "0"};
+};
+
+TEST_F(RecorderTest, StateTableDrivesItemsAndButton) {
+    const struct {
+        const char* step;
+        std::function<void()> act;
+        RecordingState state;
+    } steps[] = {
+        {"start-up", [] {}, RecordingState::NoFile},
+        {"auto before a file", [&] { recorder.NowAuto(); }, RecordingState::NoFile},
+        {"create", [&] { create("test"); }, RecordingState::FileReady},
+        {"create again", [&] { create("other"); }, RecordingState::FileReady},
+        {"auto", [&] { recorder.NowAuto(); }, RecordingState::Automatic},
+        {"create while recording", [&] { recorder.CreateDataFile(); }, RecordingState::Automatic},
+        {"manual while recording", [&] { recorder.Manually(); }, RecordingState::Automatic},
+        {"end", [&] { recorder.EndRecording(); }, RecordingState::NoFile},
+        {"create", [&] { create("test"); }, RecordingState::FileReady},
+        {"cancel the next create", [&] { recorder.CreateDataFile(); }, RecordingState::NoFile},
+        {"create", [&] { create("test"); }, RecordingState::FileReady},
+        {"manual", [&] { recorder.Manually(); }, RecordingState::Manual},
+        {"end", [&] { recorder.EndRecording(); }, RecordingState::NoFile},
+        {"end again", [&] { recorder.EndRecording(); }, RecordingState::NoFile},
+    };
+    // Create, Start, End enabled and Record shown, per state.
+    const std::map<RecordingState, std::array<bool, 4>> table = {
+        {RecordingState::NoFile, {true, false, false, false}},
+        {RecordingState::FileReady, {true, true, false, false}},
+        {RecordingState::Automatic, {false, false, true, false}},
+        {RecordingState::Manual, {false, false, true, true}},
+    };
+    for (const auto& s : steps) {
+        s.act();
+        ASSERT_EQ(recorder.state(), s.state) << s.step;
+        const auto& row = table.at(s.state);
+        EXPECT_EQ(recorder.createEnabled(), row[0]) << s.step;
+        EXPECT_EQ(recorder.startEnabled(), row[1]) << s.step;
+        EXPECT_EQ(recorder.endEnabled(), row[2]) << s.step;
+        EXPECT_EQ(recorder.recordButtonVisible(), row[3]) << s.step;
+        EXPECT_EQ(recorder.recordingRunning(), recorder.endEnabled()) << s.step;
+        EXPECT_EQ(recorder.fileCreated(), s.state != RecordingState::NoFile) << s.step;
+        EXPECT_EQ(ui.statusVisible, recorder.recordingRunning()) << s.step;
+    }
+    EXPECT_TRUE(ui.messages.empty()) << ui.messages[0].text;
+}
+
+TEST_F(RecorderTest, StatusBoxSaysRecording) {
+    create("test");
+    recorder.Manually();
+    EXPECT_TRUE(ui.statusVisible);
+    EXPECT_EQ(ui.statusCaptionText, "");
+    EXPECT_EQ(ui.statusTextNow, "Recording !");
+}
+
+TEST_F(RecorderTest, CreateCaptionGainsTheNameAndABlankEachTime) {
+    EXPECT_EQ(recorder.createCaption(), "&Create Data File");
+    ASSERT_TRUE(create("test.csv"));
+    EXPECT_EQ(recorder.createCaption(), "&Create Data File = test.txt");
+    ASSERT_TRUE(create("b"));
+    EXPECT_EQ(recorder.createCaption(), "&Create Data File  = b.txt");
+    recorder.applyCaptions({"建立檔案名稱", "", "請輸入檔案名稱"});
+    EXPECT_EQ(recorder.createCaption(), "建立檔案名稱 =b.txt");
+    ASSERT_TRUE(create("c"));
+    EXPECT_EQ(ui.prompts.back(), "") << "no prompt in Chinese";
+    EXPECT_EQ(recorder.createCaption(), "建立檔案名稱  = c.txt");
+    recorder.NowAuto();
+    recorder.EndRecording();
+    EXPECT_EQ(recorder.createCaption(), "建立檔案名稱");
+    ASSERT_TRUE(create("d"));
+    recorder.CreateDataFile(); // cancelled: the caption stays cut before "="
+    EXPECT_EQ(recorder.createCaption(), "建立檔案名稱 ");
+}
+
+TEST_F(RecorderTest, NamesThatGiveNoFile) {
+    const struct {
+        std::optional<std::string> typed;
+        bool message;
+    } cases[] = {{std::nullopt, false}, {"", false}, {"   ", false}, {"...", true}, {"a/b/", true}};
+    for (const auto& c : cases) {
+        ASSERT_TRUE(create("test"));
+        const std::size_t before = ui.messages.size();
+        ui.inputs.push_back(c.typed);
+        EXPECT_FALSE(recorder.CreateDataFile());
+        EXPECT_EQ(recorder.state(), RecordingState::NoFile);
+        EXPECT_EQ(ui.messages.size(), before + (c.message ? 1 : 0)) << c.typed.value_or("cancel");
+    }
+    std::vector<std::string> made;
+    for (const auto& entry : fs::directory_iterator(profile.path() / "Documents" / "KV2260"))
+        made.push_back(entry.path().filename().string());
+    EXPECT_EQ(made, std::vector<std::string>{"test.txt"});
+}
+
+TEST_F(RecorderTest, AutomaticRecordsOncePerClockText) {
+    ASSERT_TRUE(create("test"));
+    EXPECT_EQ(readLines(dataFile("test.txt")), std::vector<std::string>{headerLine("month")});
+    recorder.StartRecording();
+    EXPECT_TRUE(recorder.recordingBoxesVisible());
+    EXPECT_EQ(recorder.recordNumberText(), "0");
+    recorder.recordNumberTyped("17"); // typed, not entered: still the first number
+    state.sampleTickCounter = 5;
+    recorder.NowAuto();
+    EXPECT_EQ(state.sampleTickCounter, 0) << "sampling time 1 s, minus 1";
+    sample();
+    sample();
+    port.incoming = instrument.liveFrame();
+    cycle.Timer2Tick(); // the same clock text again: no record
+    sample();
+
+    const auto lines = readLines(dataFile("test.txt"));
+    ASSERT_EQ(lines.size(), 4u);
+    EXPECT_EQ(lines[1],
+              "        17, 11-22-2026,16:58:09.4,  116.4W, .920 PF,    230V,   .550A,"
+              "       23.1,   126.50VA,     49.53VAR,       0.0KWH,    0.00/month 0$0.00");
+    EXPECT_EQ(lines[2].substr(0, 34), "        18, 11-22-2026,16:58:10.4,");
+    EXPECT_EQ(lines[3].substr(0, 34), "        19, 11-22-2026,16:58:11.4,");
+    EXPECT_EQ(recorder.recordNumberText(), "19");
+    EXPECT_EQ(recorder.lastRecordText(), lines[3].substr(11));
+    EXPECT_EQ(recorder.recordsWritten(), 3);
+
+    // Enter in the record-number box sets the next number; typing alone does not.
+    recorder.recordNumberTyped("100");
+    sample();
+    EXPECT_EQ(recorder.recordNumberText(), "20") << "each record shows its number in the box";
+    recorder.recordNumberTyped("100");
+    recorder.recordNumberEntered();
+    sample();
+    const auto more = readLines(dataFile("test.txt"));
+    EXPECT_EQ(more[4].substr(0, 11), "        20,");
+    EXPECT_EQ(more[5].substr(0, 11), "       100,");
+}
+
+TEST_F(RecorderTest, TickCounterResetFollowsTheSamplingTime) {
+    cycle.applySamplingTime("5");
+    ASSERT_TRUE(create("test"));
+    recorder.StartRecording();
+    state.sampleTickCounter = 2;
+    recorder.Manually();
+    EXPECT_EQ(state.sampleTickCounter, 2) << "manual recording leaves the counter alone";
+    recorder.EndRecording();
+    ASSERT_TRUE(create("test"));
+    recorder.NowAuto();
+    EXPECT_EQ(state.sampleTickCounter, 4);
+}
+
+TEST_F(RecorderTest, ManualRecordsOnlyWhenAsked) {
+    ASSERT_TRUE(create("test"));
+    recorder.StartRecording();
+    recorder.Manually();
+    for (int i = 0; i < 3; ++i)
+        sample();
+    EXPECT_EQ(recorder.recordsWritten(), 0);
+    recorder.Record();
+    recorder.Record();
+    recorder.Record();
+    sample();
+    sample();
+    recorder.Record();
+    sample();
+    const auto lines = readLines(dataFile("test.txt"));
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_EQ(lines[1].substr(0, 34), "         0, 11-22-2026,16:58:12.4,");
+    EXPECT_EQ(lines[2].substr(0, 34), "         1, 11-22-2026,16:58:14.4,");
+}
+
+TEST_F(RecorderTest, SilenceWritesOneLostCommunicationLinePerClockText) {
+    ASSERT_TRUE(create("test"));
+    recorder.StartRecording();
+    recorder.NowAuto();
+    sample();
+    // Four seconds of silence, five poll ticks a second.
+    for (int second = 0; second < 4; ++second) {
+        cycle.Timer1Tick();
+        for (int poll = 0; poll < 5; ++poll)
+            cycle.Timer2Tick();
+        clock.advance(1);
+    }
+    sample();
+    const auto lines = readLines(dataFile("test.txt"));
+    // Warned from the sixth silent tick (second 2) on: seconds 2, 3 and 4 get one line each.
+    ASSERT_EQ(lines.size(), 6u);
+    const char* clocks[] = {"16:58:11.4", "16:58:12.4", "16:58:13.4"};
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(lines[2 + i], lostCommunicationLine("11-22-2026", clocks[i]));
+        EXPECT_EQ(lines[2 + i].size(), 143u);
+    }
+    EXPECT_EQ(lines[5].substr(0, 11), "         1,") << "lost lines take no number";
+}
+
+TEST_F(RecorderTest, NoLinesWhileNotRecording) {
+    ASSERT_TRUE(create("test"));
+    for (int i = 0; i < 3; ++i)
+        sample();
+    for (int poll = 0; poll < 8; ++poll)
+        cycle.Timer2Tick();
+    recorder.Record();
+    sample();
+    EXPECT_EQ(readLines(dataFile("test.txt")).size(), 1u);
+}
+
+TEST_F(RecorderTest, AFullDiskStopsRecordingAndKeepsTheLines) {
+    ASSERT_TRUE(create("test"));
+    recorder.NowAuto();
+    sample();
+    sample();
+    // The file is moved aside and its name now leads to a full device.
+    const fs::path kept = dataFile("kept.txt");
+    fs::rename(dataFile("test.txt"), kept);
+    fs::create_symlink("/dev/full", dataFile("test.txt"));
+    sample();
+    ASSERT_EQ(ui.messages.size(), 1u);
+    EXPECT_NE(ui.messages[0].text.find(dataFile("test.txt").string()), std::string::npos);
+    EXPECT_NE(ui.messages[0].text.find("No space left on device"), std::string::npos);
+    EXPECT_EQ(ui.messages[0].icon, pa::app::Icon::Exclamation);
+    EXPECT_EQ(recorder.state(), RecordingState::NoFile);
+    EXPECT_FALSE(ui.statusVisible);
+    sample();
+    EXPECT_EQ(ui.messages.size(), 1u) << "one message, then nothing more is written";
+    const auto lines = readLines(kept);
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_EQ(lines[2].substr(0, 11), "         1,");
+}
+
+TEST_F(RecorderTest, FailedCreateSaysWhyAndLeavesNoFile) {
+    const fs::path plain = profile.path() / "plain";
+    std::ofstream(plain) << "x";
+    recorder.setProfileFolder(plain.string());
+    EXPECT_FALSE(create("test"));
+    ASSERT_EQ(ui.messages.size(), 1u);
+    EXPECT_NE(ui.messages[0].text.find((plain / "Documents").string()), std::string::npos);
+    EXPECT_NE(ui.messages[0].text.find("Not a directory"), std::string::npos);
+    EXPECT_EQ(recorder.state(), RecordingState::NoFile);
+
+    EXPECT_FALSE(recorder.createFileAt("/dev/full"));
+    EXPECT_NE(ui.messages.back().text.find("/dev/full: No space left on device"),
+              std::string::npos);
+    EXPECT_FALSE(recorder.startEnabled());
+}
+
+} // namespace
