@@ -25,6 +25,11 @@ class ScriptedUi : public app::Ui {
                                         const std::string& filter) override;
     std::optional<std::string> saveFile(const std::string& title,
                                         const std::string& filter) override;
+    std::optional<std::string> saveFileAt(const std::string& title, const std::string& filter,
+                                          const std::string& startPath) override {
+        saveStartPaths.push_back(startPath);
+        return saveFile(title, filter);
+    }
     void statusShow() override { statusVisible = true; }
     void statusHide() override { statusVisible = false; }
     void statusCaption(const std::string& caption) override { statusCaptionText = caption; }
@@ -42,8 +47,10 @@ class ScriptedUi : public app::Ui {
     std::vector<ShownMessage> messages;
     std::vector<std::string> prompts;
     std::vector<std::string> documents;
+    std::vector<std::string> saveStartPaths;
     bool statusVisible = false;
     std::string statusCaptionText, statusTextNow;
+    std::vector<std::string> statusTexts; // every text, in order
     int statusUpdates = 0, eventsProcessed = 0, beeps = 0;
 };
 
