@@ -90,8 +90,9 @@ void LoggerModel::setFault(LoggerFault fault, int replies, int after) {
     faultAfter_ = after;
 }
 
-bool LoggerModel::faultDue() {
-    if (fault_ == LoggerFault::None || faultReplies_ == 0)
+bool LoggerModel::faultDue(bool stream) {
+    const bool streamFault = fault_ == LoggerFault::ShortStream || fault_ == LoggerFault::NoEtx;
+    if (fault_ == LoggerFault::None || faultReplies_ == 0 || (streamFault && !stream))
         return false;
     if (faultAfter_ > 0) {
         --faultAfter_;
@@ -154,7 +155,7 @@ std::string LoggerModel::finish(char command) {
 
 std::string LoggerModel::download() {
     std::string body(memory_.begin(), memory_.end());
-    const LoggerFault fault = faultDue() ? fault_ : LoggerFault::None;
+    const LoggerFault fault = faultDue(true) ? fault_ : LoggerFault::None;
     if (fault == LoggerFault::ShortStream)
         body.resize(kStatusBlockBytes + (pointer() - kStatusBlockBytes) / 2);
     std::string stream = framed(body, fault);
@@ -164,7 +165,7 @@ std::string LoggerModel::download() {
 }
 
 std::string LoggerModel::reply(std::string body) {
-    return framed(std::move(body), faultDue() ? fault_ : LoggerFault::None);
+    return framed(std::move(body), faultDue(false) ? fault_ : LoggerFault::None);
 }
 
 std::string LoggerModel::framed(std::string body, LoggerFault fault) {

@@ -100,7 +100,7 @@ class LoggerModel {
 
   private:
     std::string reply(std::string body);
-    bool faultDue(); // counts one reply against the fault
+    bool faultDue(bool stream); // counts one reply against the fault
     static std::string framed(std::string body, LoggerFault fault);
     std::string download();
     std::string finish(char command);
