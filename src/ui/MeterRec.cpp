@@ -1,5 +1,7 @@
 #include "ui/MeterRec.h"
 
+#include "logger/Logger.h"
+#include "logger/download_folder.h"
 #include "text/mask_format.h"
 #include "ui/captions.h"
 
@@ -116,7 +118,8 @@ void MeterRec::buildMenus() {
     improvePf_ = bar->addAction(QString());
     improvePf_->setEnabled(false);
     datalogger_ = bar->addAction(QString());
-    datalogger_->setEnabled(false);
+    datalogger_->setObjectName("datalogger");
+    connect(datalogger_, &QAction::triggered, this, [this] { openLogger(); });
 
     optionMenu_ = bar->addMenu(QString());
     sampleRate_ = optionMenu_->addAction(QString());
@@ -170,6 +173,19 @@ void MeterRec::buildMenus() {
 
     QAction* version = bar->addAction("V6.7");
     version->setEnabled(false);
+}
+
+logger::Logger* MeterRec::openLogger() {
+    if (!logger_) {
+        logger_ = new logger::Logger(
+            port_, clock_, ui_, state_, [this](int on) { link_.SetLiveSampling(on); },
+            [] { return logger::downloadFolder(); }, this);
+        logger_->setWindowFlag(Qt::Window);
+    }
+    logger_->show();
+    logger_->raise();
+    logger_->activateWindow();
+    return logger_;
 }
 
 QWidget* MeterRec::buildReadings() {

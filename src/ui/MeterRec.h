@@ -14,12 +14,17 @@
 #include <QLineEdit>
 #include <QMainWindow>
 #include <QMenu>
+#include <QPointer>
 #include <QPushButton>
 #include <QTimer>
 #include <array>
 #include <vector>
 
 class QPrinter;
+
+namespace pa::logger {
+class Logger;
+}
 
 namespace pa::ui {
 
@@ -45,6 +50,8 @@ class MeterRec : public QMainWindow {
     QTimer& timer1() { return timer1_; }
     QTimer& timer2() { return timer2_; }
     QLabel* panel(int index) const { return panels_[index]; }
+    // The datalogger window (created on first use), shown without being modal.
+    logger::Logger* openLogger();
 
   protected:
     void closeEvent(QCloseEvent* event) override;
@@ -127,6 +134,7 @@ class MeterRec : public QMainWindow {
     QLabel* warning_ = nullptr;    // Warning
     QLabel* hold_ = nullptr;       // hold
     QLabel* portState_ = nullptr;
+    QPointer<logger::Logger> logger_;
 };
 
 } // namespace pa::ui
