@@ -7,6 +7,7 @@
 namespace pa::cli {
 
 int monitorCommand(const std::vector<std::string>& args);
+int loggerCommand(const std::vector<std::string>& args);
 
 // Shared by the subcommands.
 // Prints "poweranalyzer-cli: message" on standard error and returns 2.

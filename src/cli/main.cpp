@@ -27,6 +27,10 @@ const Command kCommands[] = {
     {"monitor", monitorCommand,
      "monitor (--port PATH | --simulate) [--interval SECONDS] [--count N]\n"
      "          [--baud 9600|4800|2400|1200]"},
+    {"logger", loggerCommand,
+     "logger (status | download --out FILE | read ADDRESS | write ADDRESS VALUE |\n"
+     "          set id|clock|sampling|output VALUE | mode normal|max|min | selftest start|read)\n"
+     "          (--port PATH | --simulate)"},
 };
 
 void printUsage(std::FILE* to) {
