@@ -12,6 +12,7 @@ diag::diag(LoggerExchange& exchange, std::function<void(int)> liveSampling, QWid
     : QMainWindow(parent), test_(exchange, std::move(liveSampling)) {
     setObjectName("diag");
     setWindowTitle("Diagnostic");
+    setMinimumWidth(320);
     setWindowFlag(Qt::Window);
     QMenu* file = menuBar()->addMenu("&File");
     QAction* exit = file->addAction("E&xit");

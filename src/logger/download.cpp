@@ -83,7 +83,8 @@ void LoggerSession::Read_All() {
     LivePause pause(*this);
     if (!loggerIdle())
         return;
-    const auto path = ex_.ui().saveFileAt("Save logger data", kDownloadFilter, folder + "/.txt");
+    const auto path = ex_.ui().saveFileAt("Save logger data", kDownloadFilter,
+                                          folder.empty() ? std::string() : folder + "/.txt");
     if (!path || path->empty())
         return;
     std::error_code ec;
