@@ -19,6 +19,7 @@
 #include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 namespace {
 
@@ -156,6 +157,36 @@ TEST_F(MeterRecTest, SilentInstrumentShowsNoComWithoutADialog) {
     // The port reset after ten silent ticks asks again; readings resume by themselves.
     ASSERT_TRUE(waitFor([&] { return !state.noData; }));
     EXPECT_EQ(ui.messages.size(), messages);
+}
+
+TEST_F(MeterRecTest, VanishedPortShowsNoComAndRecoversWhenTheDeviceReturns) {
+    // The window opens a link to the pseudo-terminal, as a user opens a stable device name
+    // (/dev/serial/by-id/...) that points at whichever device the adapter gets when replugged.
+    const std::filesystem::path link =
+        std::filesystem::path(::testing::TempDir()) / ("pa-replug-" + std::to_string(::getpid()));
+    std::filesystem::remove(link);
+    std::filesystem::create_symlink(sim->devicePath(), link);
+    window.startup();
+    window.openPort(link.string());
+    ASSERT_TRUE(waitFor([&] { return window.panel(pa::live::kW)->text() == " 116.4"; }));
+    const std::size_t messages = ui.messages.size();
+
+    sim->stop(); // the cable is pulled
+    auto* warning = window.findChild<QLabel*>("Warning");
+    ASSERT_TRUE(waitFor([&] { return warning->isVisibleTo(&window) && state.noData; }));
+    EXPECT_EQ(warning->text(), "NO COM");
+    EXPECT_TRUE(window.timer2().isActive()) << "the cycle keeps trying";
+
+    load.amps = 0.2; // and plugged in again, now measuring another load
+    sim = std::make_unique<pa::sim::PtyHost>(load);
+    ASSERT_TRUE(sim->start());
+    std::filesystem::remove(link);
+    std::filesystem::create_symlink(sim->devicePath(), link);
+    ASSERT_TRUE(waitFor([&] { return window.panel(pa::live::kA)->text() == "  .200"; }, 15000))
+        << window.panel(pa::live::kA)->text().toStdString();
+    EXPECT_FALSE(state.noData);
+    EXPECT_EQ(ui.messages.size(), messages) << "no dialog on the way";
+    std::filesystem::remove(link);
 }
 
 TEST_F(MeterRecTest, PrintsTheWindowToPdf) {
