@@ -158,12 +158,12 @@ QWidget* Logger::buildInformation() {
 QWidget* Logger::buildButtonsAndConsole() {
     auto* panel = new QWidget(this);
     auto* grid = new QGridLayout(panel);
-    readStatus_ = new QPushButton("Status", panel);
+    readStatus_ = new QPushButton("&Status", panel);
     readStatus_->setObjectName("Read_Status");
     readStatus_->setMinimumWidth(110);
     connect(readStatus_, &QPushButton::clicked, this,
             [this] { run([&] { session_.Read_Status(); }); });
-    readAll_ = new QPushButton("Read/Save", panel);
+    readAll_ = new QPushButton("&Read/Save", panel);
     readAll_->setObjectName("Read_All");
     connect(readAll_, &QPushButton::clicked, this, [this] { run([&] { session_.Read_All(); }); });
     grid->addWidget(readStatus_, 0, 0);

@@ -156,6 +156,15 @@ TEST_F(Download, FailedTransfersLeaveTheFileUntouched) {
     }
 }
 
+TEST_F(Download, AFileThatCannotBeWrittenIsSaidSoWithoutAReport) {
+    rig.logger().fillRecords(2, pa::testing::quietLoad());
+    const std::string bad = dir + "/no such folder/log.txt";
+    download(bad);
+    EXPECT_EQ(rig.messages(), std::vector<std::string>{"Cannot write to the file " + bad});
+    EXPECT_EQ(rig.live, (std::vector<int>{0, 1}));
+    EXPECT_FALSE(rig.ui.statusVisible);
+}
+
 TEST_F(Download, CancellingTheDialogSendsNothing) {
     rig.logger().fillRecords(3, pa::testing::quietLoad());
     download(std::nullopt);
