@@ -89,12 +89,8 @@ QWidget* Logger::buildSetup() {
     for (int i = 0; i < 5; ++i) {
         Text1_[i] = new QLineEdit(box);
         Text1_[i]->setObjectName(QString("Text1_%1").arg(i));
-        connect(Text1_[i], &QLineEdit::returnPressed, this, [this, i] {
-            run([&] {
-                takeBoxes();
-                session_.updateSetting(i);
-            });
-        });
+        connect(Text1_[i], &QLineEdit::returnPressed, this,
+                [this, i] { run([&] { session_.updateSetting(i); }); });
     }
     Text1_[0]->setToolTip("0 to 32767");
     Text1_[1]->setPlaceholderText("MM-DD");
@@ -213,6 +209,7 @@ void Logger::run(const std::function<void()>& action) {
     }
     busy_ = true;
     setEnabled(false);
+    takeBoxes(); // what the user typed stays unless the action changes it
     action();
     setEnabled(true);
     busy_ = false;
