@@ -53,6 +53,10 @@ Instrument::Handler Instrument::handlerFor(char command) {
 std::string Instrument::receive(const std::string& fromPc, int lineBaud) {
     std::string answer;
     for (char c : fromPc) {
+        if (logger_.takes(c)) {
+            answer += resampleLine(applyLoggerFault(logger_.receive(c)), baud_, lineBaud);
+            continue;
+        }
         const Handler handler = handlerFor(c);
         if (!handler)
             continue;
@@ -153,6 +157,12 @@ Instrument::Reading Instrument::shown(const Reading& measured) const {
 
 int Instrument::draw(int low, int high) {
     return low + static_cast<int>(random_() % static_cast<unsigned>(high - low + 1));
+}
+
+// The line faults reach the logger's replies too; the logger's own faults are in the
+// logger model.
+std::string Instrument::applyLoggerFault(std::string reply) {
+    return reply.empty() ? reply : applyFault(std::move(reply));
 }
 
 std::string Instrument::applyFault(std::string reply) {

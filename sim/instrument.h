@@ -11,8 +11,11 @@
 // The byte 0xF5 asks for the line frequency; the answer is five bytes: STX, the frequency
 // block's code and value word (in kilohertz: 50 Hz reads .050 with the unit bit clear for
 // kHz), ETX (0x03). The characters "9", "4", "2", "1" switch the instrument's line speed
-// to 9600, 4800, 2400, 1200 baud; they have no answer. Other bytes are ignored.
+// to 9600, 4800, 2400, 1200 baud; they have no answer. The letters of the data logger's
+// commands and their argument bytes go to the logger (logger_model.h). Other bytes are
+// ignored.
 #include "display_word.h"
+#include "logger_model.h"
 
 #include <array>
 #include <cstdint>
@@ -86,6 +89,10 @@ class Instrument {
     int requestsServed() const { return requestsServed_; }
     int framesSent() const { return framesSent_; }
 
+    // The data logger inside the instrument.
+    LoggerModel& logger() { return logger_; }
+    const LoggerModel& logger() const { return logger_; }
+
   private:
     // One measurement of every display: W, PF, V, A, then the frequency.
     struct Reading {
@@ -105,6 +112,7 @@ class Instrument {
     double noisy(double value);
     int draw(int low, int high); // evenly from low..high
     std::string applyFault(std::string reply);
+    std::string applyLoggerFault(std::string reply);
 
     Load load_;
     Display display_ = Display::Normal;
@@ -116,6 +124,7 @@ class Instrument {
     std::optional<Reading> held_; // what Hold keeps showing
     int requestsServed_ = 0;
     int framesSent_ = 0;
+    LoggerModel logger_;
 };
 
 } // namespace pa::sim

@@ -1,5 +1,6 @@
 #include "pty_host.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
@@ -18,6 +19,9 @@ namespace {
 constexpr int kPollMs = 20;
 constexpr auto kWriteCap = std::chrono::milliseconds(500);
 constexpr std::size_t kReadChunk = 256;
+// Pacing: a start bit, 8 data bits and a stop bit per byte, handed over in slices.
+constexpr double kBitsPerByte = 10.0;
+constexpr int kPaceSliceMs = 5;
 
 struct Speed {
     speed_t code;
@@ -163,25 +167,41 @@ void PtyHost::serve() {
             continue;
         }
         std::string answer;
+        const int baud = lineBaud();
         {
             std::lock_guard lock(mutex_);
-            answer =
-                instrument_.receive(std::string(buffer, static_cast<std::size_t>(n)), lineBaud());
+            answer = instrument_.receive(std::string(buffer, static_cast<std::size_t>(n)), baud);
         }
         if (!answer.empty())
-            writeAll(answer);
+            writeAll(answer, baud);
     }
 }
 
-// Hands the answer to the program; gives up on what the program has not taken within the
-// cap (a receiver that does not read loses the overflow, as on a real line).
-bool PtyHost::writeAll(const std::string& bytes) {
-    const auto deadline = std::chrono::steady_clock::now() + kWriteCap;
+// Hands the answer to the program; gives up when the program has taken nothing for the
+// cap (a receiver that does not read loses the overflow, as on a real line). When pacing,
+// byte i is not handed over before its wire time, i x 10 bits / baud, has passed.
+bool PtyHost::writeAll(const std::string& bytes, int baud) {
+    using Clock = std::chrono::steady_clock;
+    const auto start = Clock::now();
+    auto deadline = start + kWriteCap;
+    const bool pacing = pace_ && baud > 0;
     std::size_t done = 0;
     while (done < bytes.size() && running_) {
-        const ssize_t n = ::write(master_, bytes.data() + done, bytes.size() - done);
+        std::size_t allowed = bytes.size() - done;
+        if (pacing) {
+            const double elapsed = std::chrono::duration<double>(Clock::now() - start).count();
+            const auto due = static_cast<std::size_t>(elapsed * baud / kBitsPerByte) + 1;
+            if (due <= done) {
+                ::poll(nullptr, 0, kPaceSliceMs);
+                deadline = Clock::now() + kWriteCap;
+                continue;
+            }
+            allowed = std::min(allowed, due - done);
+        }
+        const ssize_t n = ::write(master_, bytes.data() + done, allowed);
         if (n > 0) {
             done += static_cast<std::size_t>(n);
+            deadline = Clock::now() + kWriteCap;
             continue;
         }
         if (n < 0 && errno != EAGAIN && errno != EINTR)

@@ -34,6 +34,11 @@ class PtyHost {
     // change the load, the display or a fault between two requests.
     void withInstrument(const std::function<void(Instrument&)>& fn);
 
+    // A pseudo-terminal has no line timing: answers arrive at once whatever the speed. With
+    // pacing on, the host hands each answer over no faster than the line speed allows
+    // (10 bit times per byte), so that long transfers take their real wire time.
+    void setPaceToBaud(bool on) { pace_ = on; }
+
     // Commands obeyed and complete live frames sent so far.
     int requestsServed() const;
     int framesSent() const;
@@ -41,7 +46,7 @@ class PtyHost {
   private:
     void serve();
     int lineBaud() const;
-    bool writeAll(const std::string& bytes);
+    bool writeAll(const std::string& bytes, int baud);
 
     mutable std::mutex mutex_; // guards instrument_, path_ and error_
     Instrument instrument_;
@@ -50,6 +55,7 @@ class PtyHost {
     int master_ = -1;
     int slave_ = -1; // held open so that the master never sees a hang-up between opens
     std::atomic<bool> running_{false};
+    std::atomic<bool> pace_{false};
     std::thread thread_;
 };
 

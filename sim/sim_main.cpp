@@ -32,7 +32,10 @@ int main(int argc, char** argv) {
     host.withInstrument([&](pa::sim::Instrument& instrument) {
         instrument.setDisplay(o.display);
         instrument.setFault(o.fault);
+        instrument.logger().fillRecords(o.records, o.load);
+        instrument.logger().setFault(o.loggerFault);
     });
+    host.setPaceToBaud(o.pace);
     if (!host.start()) {
         std::fprintf(stderr, "poweranalyzer-sim: cannot create a pseudo-terminal: %s\n",
                      host.lastError().c_str());

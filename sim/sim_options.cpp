@@ -43,6 +43,12 @@ constexpr Word<Fault> kFaults[] = {{"none", Fault::None},
                                    {"garbage", Fault::Garbage},
                                    {"truncated", Fault::Truncated}};
 
+constexpr Word<LoggerFault> kLoggerFaults[] = {{"none", LoggerFault::None},
+                                               {"noreply", LoggerFault::NoReply},
+                                               {"badframing", LoggerFault::BadFraming},
+                                               {"short", LoggerFault::ShortStream},
+                                               {"noetx", LoggerFault::NoEtx}};
+
 template <typename T, std::size_t N>
 std::optional<T> wordOf(const std::string& text, const Word<T> (&words)[N]) {
     for (const Word<T>& w : words) {
@@ -129,6 +135,20 @@ ParsedOptions parseSimOptions(const std::vector<std::string>& args) {
             if (!fault)
                 return bad("takes none, silent, garbage or truncated");
             o.fault = *fault;
+        } else if (name == "--logger-fault") {
+            const auto text = takeValue();
+            const auto fault = text ? wordOf(*text, kLoggerFaults) : std::nullopt;
+            if (!fault)
+                return bad("takes none, noreply, badframing, short or noetx");
+            o.loggerFault = *fault;
+        } else if (name == "--records") {
+            const auto text = takeValue();
+            const auto count = text ? seedOf(*text) : std::nullopt;
+            if (!count || *count > static_cast<unsigned>(kLoggerCapacity))
+                return bad("takes a whole number from 0 to " + std::to_string(kLoggerCapacity));
+            o.records = static_cast<int>(*count);
+        } else if (name == "--pace") {
+            o.pace = true;
         } else {
             parsed.error = "unknown option " + args[i];
             return parsed;
@@ -150,6 +170,10 @@ std::string simUsage() {
            "  --seed N       seed of the noise and of garbage replies (default 1)\n"
            "  --display D    normal, hold, overload or startup (default normal)\n"
            "  --fault F      none, silent, garbage or truncated (default none)\n"
+           "  --records N    logged records in the datalogger (default 10, at most 1012)\n"
+           "  --logger-fault F  none, noreply, badframing, short or noetx (default none)\n"
+           "  --pace         hand answers over at the line's speed (a full download\n"
+           "                 then takes its 8.5 s of wire time at 9600 baud)\n"
            "  --help         this text\n";
 }
 

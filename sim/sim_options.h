@@ -12,6 +12,9 @@ struct SimOptions {
     unsigned seed = 1;
     Display display = Display::Normal;
     Fault fault = Fault::None;
+    int records = 10; // logged records held at start
+    LoggerFault loggerFault = LoggerFault::None;
+    bool pace = false; // hand answers over at the line's speed
     bool help = false;
 };
 

@@ -43,6 +43,9 @@ int main(int argc, char** argv) {
     std::unique_ptr<pa::sim::PtyHost> simulator;
     if (parser.isSet(simulate)) {
         simulator = std::make_unique<pa::sim::PtyHost>();
+        // A datalogger with something in it, so that Read/Save has records to save.
+        simulator->withInstrument(
+            [](pa::sim::Instrument& m) { m.logger().fillRecords(10, m.load()); });
         if (!simulator->start()) {
             std::fprintf(stderr, "poweranalyzer: could not start the simulated instrument\n");
             return 1;

@@ -30,6 +30,12 @@ class Ui {
         (void)startPath;
         return openFile(title, filter);
     }
+    // The same, starting at startPath (a folder, or a folder and a proposed file name).
+    virtual std::optional<std::string>
+    saveFileAt(const std::string& title, const std::string& filter, const std::string& startPath) {
+        (void)startPath;
+        return saveFile(title, filter);
+    }
 
     // The small status window (CHKSPEED): a caption and one line of text.
     virtual void statusShow() = 0;

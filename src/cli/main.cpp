@@ -38,6 +38,10 @@ const Command kCommands[] = {
     {"record", recordCommand,
      "record (--port PATH | --simulate) --out FILE [--interval SECONDS] [--count N]\n"
      "          [--period month|day|year] [--price P] [--hours H] [--start NUMBER]"},
+    {"logger", loggerCommand,
+     "logger (status | download --out FILE | read ADDRESS | write ADDRESS VALUE |\n"
+     "          set id|clock|sampling|output VALUE | mode normal|max|min | selftest start|read)\n"
+     "          (--port PATH | --simulate)"},
 };
 
 void printUsage(std::FILE* to) {

@@ -91,7 +91,12 @@ std::optional<std::string> QtUi::openFileIn(const std::string& title, const std:
 }
 
 std::optional<std::string> QtUi::saveFile(const std::string& title, const std::string& filter) {
-    const QString path = QFileDialog::getSaveFileName(owner_, qs(title), {}, qs(filter));
+    return saveFileAt(title, filter, {});
+}
+
+std::optional<std::string> QtUi::saveFileAt(const std::string& title, const std::string& filter,
+                                            const std::string& startPath) {
+    const QString path = QFileDialog::getSaveFileName(owner_, qs(title), qs(startPath), qs(filter));
     if (path.isEmpty())
         return std::nullopt;
     return path.toStdString();

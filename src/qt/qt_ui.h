@@ -29,6 +29,8 @@ class QtUi : public app::Ui {
                                         const std::string& filter) override;
     std::optional<std::string> openFileIn(const std::string& title, const std::string& filter,
                                           const std::string& startPath) override;
+    std::optional<std::string> saveFileAt(const std::string& title, const std::string& filter,
+                                          const std::string& startPath) override;
     void statusShow() override;
     void statusHide() override;
     void statusCaption(const std::string& caption) override;

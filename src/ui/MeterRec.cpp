@@ -3,6 +3,8 @@
 #include "pfimprove/ImprovePF.h"
 #include "pfimprove/hz_wait.h"
 #include "plot/PlotFile.h"
+#include "logger/Logger.h"
+#include "datafile/data_folder.h"
 #include "text/mask_format.h"
 #include "ui/PrintPicture.h"
 #include "ui/VIEW.h"
@@ -122,7 +124,8 @@ void MeterRec::buildMenus() {
     improvePf_->setObjectName("showPF");
     connect(improvePf_, &QAction::triggered, this, &MeterRec::showPF);
     datalogger_ = bar->addAction(QString());
-    datalogger_->setEnabled(false);
+    datalogger_->setObjectName("datalogger");
+    connect(datalogger_, &QAction::triggered, this, [this] { openLogger(); });
 
     optionMenu_ = bar->addMenu(QString());
     sampleRate_ = optionMenu_->addAction(QString());
@@ -176,6 +179,19 @@ void MeterRec::buildMenus() {
 
     QAction* version = bar->addAction("V6.7");
     version->setEnabled(false);
+}
+
+logger::Logger* MeterRec::openLogger() {
+    if (!logger_) {
+        logger_ = new logger::Logger(
+            port_, clock_, ui_, state_, [this](int on) { link_.SetLiveSampling(on); },
+            [] { return datafile::DataFolder().path; }, this);
+        logger_->setWindowFlag(Qt::Window);
+    }
+    logger_->show();
+    logger_->raise();
+    logger_->activateWindow();
+    return logger_;
 }
 
 QWidget* MeterRec::buildReadings() {

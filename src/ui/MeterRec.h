@@ -31,6 +31,10 @@ namespace pa::pfimprove {
 class ImprovePF;
 }
 
+namespace pa::logger {
+class Logger;
+}
+
 namespace pa::ui {
 
 class MeterRec : public QMainWindow {
@@ -62,6 +66,8 @@ class MeterRec : public QMainWindow {
     QTimer& timer1() { return timer1_; }
     QTimer& timer2() { return timer2_; }
     QLabel* panel(int index) const { return panels_[index]; }
+    // The datalogger window (created on first use), shown without being modal.
+    logger::Logger* openLogger();
 
   protected:
     void closeEvent(QCloseEvent* event) override;
@@ -154,6 +160,7 @@ class MeterRec : public QMainWindow {
     QLabel* portState_ = nullptr;
 
     pfimprove::ImprovePF* improvePF_ = nullptr; // created on first use
+    QPointer<logger::Logger> logger_;
 };
 
 } // namespace pa::ui

@@ -35,7 +35,7 @@ TEST(Instrument, BlankAsksForOneFrameOtherBytesAreIgnored) {
     Instrument meter(quiet());
     EXPECT_EQ(meter.receive(" "), kQuietFrame);
     EXPECT_EQ(meter.receive("  "), kQuietFrame + kQuietFrame);
-    EXPECT_EQ(meter.receive(bytes({'x', '\r', 0, 'X', 0xFF})), "");
+    EXPECT_EQ(meter.receive(bytes({'x', '\r', 0, 'Z', 0xFF})), "");
     EXPECT_EQ(meter.requestsServed(), 3);
     EXPECT_EQ(meter.framesSent(), 3);
 }

@@ -29,6 +29,15 @@ TEST(SimOptions, GoodCommandLines) {
     EXPECT_TRUE(parseSimOptions({"--help"}).options.help);
 }
 
+TEST(SimOptions, LoggerOptions) {
+    const auto p = parseSimOptions({"--records", "1012", "--logger-fault=noetx", "--pace"});
+    EXPECT_EQ(p.error, "");
+    EXPECT_EQ(p.options.records, 1012);
+    EXPECT_EQ(p.options.loggerFault, LoggerFault::NoEtx);
+    EXPECT_TRUE(p.options.pace);
+    EXPECT_EQ(parseSimOptions({}).options.records, 10);
+}
+
 TEST(SimOptions, BadCommandLinesSayWhatIsWrong) {
     const struct {
         std::vector<std::string> args;
@@ -42,6 +51,10 @@ TEST(SimOptions, BadCommandLinesSayWhatIsWrong) {
         {{"--seed", "4294967296"}, "--seed takes a whole number from 0 to 4294967295"},
         {{"--display", "frozen"}, "--display takes normal, hold, overload or startup"},
         {{"--fault"}, "--fault takes none, silent, garbage or truncated"},
+        {{"--records", "1013"}, "--records takes a whole number from 0 to 1012"},
+        {{"--records", "-1"}, "--records takes a whole number from 0 to 1012"},
+        {{"--logger-fault", "late"},
+         "--logger-fault takes none, noreply, badframing, short or noetx"},
     };
     for (const auto& c : cases)
         EXPECT_EQ(parseSimOptions(c.args).error, c.error);

@@ -35,6 +35,7 @@ std::optional<std::string> ScriptedUi::saveFile(const std::string&, const std::s
 
 void ScriptedUi::statusText(const std::string& text) {
     statusTextNow = text;
+    statusTexts.push_back(text);
     ++statusUpdates;
 }
 

@@ -30,6 +30,11 @@ class ScriptedUi : public app::Ui {
         startPaths.push_back(startPath);
         return openFile(title, filter);
     }
+    std::optional<std::string> saveFileAt(const std::string& title, const std::string& filter,
+                                          const std::string& startPath) override {
+        saveStartPaths.push_back(startPath);
+        return saveFile(title, filter);
+    }
     void statusShow() override { statusVisible = true; }
     void statusHide() override { statusVisible = false; }
     void statusCaption(const std::string& caption) override { statusCaptionText = caption; }
@@ -48,8 +53,10 @@ class ScriptedUi : public app::Ui {
     std::vector<std::string> prompts;
     std::vector<std::string> documents;
     std::vector<std::string> startPaths; // where open dialogs started
+    std::vector<std::string> saveStartPaths;
     bool statusVisible = false;
     std::string statusCaptionText, statusTextNow;
+    std::vector<std::string> statusTexts; // every text, in order
     int statusUpdates = 0, eventsProcessed = 0, beeps = 0;
 };
 

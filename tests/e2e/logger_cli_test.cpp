@@ -1,0 +1,77 @@
+// poweranalyzer-cli logger against its own simulated instrument: exit status and output.
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <gtest/gtest.h>
+
+namespace {
+
+struct CliRun {
+    int exitCode;
+    QString out, err;
+};
+
+CliRun cli(const QStringList& args) {
+    QProcess p;
+    p.start(PA_CLI_PROGRAM, args);
+    p.waitForFinished(30000);
+    return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()),
+            QString::fromUtf8(p.readAllStandardError())};
+}
+
+TEST(LoggerCli, ResultsAndRefusals) {
+    const struct {
+        QStringList args;
+        int exitCode;
+        QString out, err;
+    } cases[] = {
+        {{"logger", "read", "45", "--simulate"}, 0, "address 45: 1 (0x01)\n", ""},
+        {{"logger", "read", "&H12D", "--simulate"},
+         0,
+         "address 301 (reaches the logger as 45): 1 (0x01)\n",
+         ""},
+        {{"logger", "write", "5", "256", "--simulate"},
+         1,
+         "",
+         "value too large\nCommand not send\n"},
+        {{"logger", "write", "5", "2", "--simulate"}, 0, "", ""},
+        {{"logger", "set", "id", "40000", "--simulate"},
+         1,
+         "",
+         "ID value too large (max. 32767).Update function canceled.\n"},
+        {{"logger", "download", "--simulate"},
+         2,
+         "",
+         "poweranalyzer-cli: download needs --out FILE\n"},
+        {{"logger", "read", "--simulate"},
+         2,
+         "",
+         "poweranalyzer-cli: usage: logger read ADDRESS\n"},
+        {{"logger", "status"}, 2, "", "poweranalyzer-cli: give either --port PATH or --simulate\n"},
+        {{"logger", "read", "9000", "--simulate"},
+         2,
+         "",
+         "poweranalyzer-cli: ADDRESS takes a number from 0 to 8191 (or &H0 to &H1FFF)\n"},
+    };
+    for (const auto& c : cases) {
+        const CliRun r = cli(c.args);
+        EXPECT_EQ(r.exitCode, c.exitCode) << c.args.join(' ').toStdString();
+        EXPECT_EQ(r.out, c.out) << c.args.join(' ').toStdString();
+        EXPECT_EQ(r.err, c.err) << c.args.join(' ').toStdString();
+    }
+}
+
+TEST(LoggerCli, DownloadAppendsAndReports) {
+    const QString path = QDir::tempPath() + "/pa_logger_cli.txt";
+    QFile::remove(path);
+    for (int i = 0; i < 2; ++i) {
+        const CliRun r = cli({"logger", "download", "--out", path, "--simulate"});
+        EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
+        EXPECT_EQ(r.out, "10 records received and stored in FILE " + path + "\n");
+    }
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll().count("No.,Date,Time"), 2);
+}
+
+} // namespace

@@ -1,0 +1,109 @@
+// The datalogger through the real serial path: QSerialPort on the simulator's
+// pseudo-terminal, with the protocol's real pauses.
+#include "app/meter_link.h"
+#include "logger/logger_session.h"
+#include "logger/self_test.h"
+#include "logger/settings_encoding.h"
+#include "pty_host.h"
+#include "qt/qt_clock.h"
+#include "qt/qt_port.h"
+#include "support/scripted_ui.h"
+
+#include <QDir>
+#include <QFile>
+#include <chrono>
+#include <gtest/gtest.h>
+#include <thread>
+
+namespace {
+
+struct LoggerOverPty : ::testing::Test {
+    pa::sim::PtyHost sim{pa::sim::Load{230, 0.55, 0.92, 50, 0}};
+    pa::qt::QtPort port;
+    pa::qt::QtClock clock;
+    pa::testing::ScriptedUi ui;
+    pa::app::ProgramState state;
+    pa::app::MeterLink link{port, clock, ui, state};
+    pa::logger::LoggerExchange exchange{port, clock, ui, state};
+    QString folder = QDir::tempPath() + "/pa_logger_e2e";
+    pa::logger::LoggerSession session{exchange, [this](int on) { link.SetLiveSampling(on); },
+                                      [this] { return folder.toStdString(); }};
+
+    void SetUp() override {
+        ASSERT_TRUE(sim.start());
+        link.setWorkingFolder(::testing::TempDir());
+        ASSERT_TRUE(link.SelectPortByName(sim.devicePath()));
+        state.baudCode = 9;
+        QDir(folder).removeRecursively();
+        QDir().mkpath(folder);
+    }
+    template <typename F> auto onLogger(F f) {
+        decltype(f(std::declval<pa::sim::LoggerModel&>())) result{};
+        sim.withInstrument([&](pa::sim::Instrument& m) { result = f(m.logger()); });
+        return result;
+    }
+};
+
+TEST_F(LoggerOverPty, StatusModeSettingsAndSelfTest) {
+    onLogger([](auto& l) { return l.fillRecords(3, pa::sim::Load{}); });
+    session.Read_Status();
+    EXPECT_TRUE(ui.messages.empty()) << ui.messages[0].text;
+    EXPECT_EQ(session.Label1[30], "IDLE");
+    EXPECT_EQ(session.Label1[7], "3");
+    EXPECT_EQ(session.Text1[1], "11-15");
+
+    session.comboChosen(pa::logger::kModeCombo, 1); // Max, after its note
+    EXPECT_EQ(onLogger([](auto& l) { return int(l.at(5)); }), 1);
+
+    session.Text1[1] = "02-25";
+    session.Text1[2] = "20:06:00";
+    session.updateSetting(pa::logger::kTimeBox);
+    EXPECT_EQ(onLogger([](auto& l) {
+                  std::string digits;
+                  for (int a = 8; a < 18; ++a)
+                      digits.push_back(static_cast<char>(l.at(a)));
+                  return digits;
+              }),
+              "0225200600");
+
+    pa::logger::SelfTest test(exchange, [this](int on) { link.SetLiveSampling(on); });
+    test.diag_read();
+    EXPECT_EQ(test.results[1], "OK");
+    EXPECT_EQ(test.results[5], "None");
+    EXPECT_EQ(test.verdict[1], "PASS");
+    EXPECT_EQ(ui.messages.size(), 1u) << "only the Max note";
+    EXPECT_TRUE(link.sampling());
+}
+
+TEST_F(LoggerOverPty, DownloadOfAFullMemory) {
+    const int records = onLogger([](auto& l) { return l.fillRecords(5000, pa::sim::Load{}); });
+    ASSERT_EQ(records, pa::sim::kLoggerCapacity);
+    const std::string path = (folder + "/full.txt").toStdString();
+    ui.files.push_back(path);
+    session.Read_All();
+    ASSERT_EQ(ui.messages.size(), 1u);
+    EXPECT_EQ(ui.messages[0].text,
+              std::to_string(records) + " records received and stored in FILE " + path);
+    QFile file(QString::fromStdString(path));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll().count('\n'), records + 1);
+    EXPECT_TRUE(link.sampling());
+}
+
+TEST_F(LoggerOverPty, InstrumentUnpluggedMidDownloadWritesNoFile) {
+    onLogger([](auto& l) { return l.fillRecords(5000, pa::sim::Load{}); });
+    sim.setPaceToBaud(true); // 8.5 s on the wire: time enough to pull the plug
+    const std::string path = (folder + "/cut.txt").toStdString();
+    ui.files.push_back(path);
+    std::thread unplug([this] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+        sim.stop();
+    });
+    session.Read_All();
+    unplug.join();
+    ASSERT_EQ(ui.messages.size(), 1u);
+    EXPECT_EQ(ui.messages[0].text, "Inncorrect ending byte");
+    EXPECT_FALSE(QFile::exists(QString::fromStdString(path)));
+}
+
+} // namespace

@@ -1,0 +1,193 @@
+// The command exchange: bytes on the line, pacing on the virtual clock, the status query.
+#include "logger/logger_exchange.h"
+#include "support/fake_clock.h"
+#include "support/recording_port.h"
+#include "support/scripted_ui.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace pa;
+using logger::CheckLoggerReply;
+
+std::string bytes(std::initializer_list<int> values) {
+    std::string s;
+    for (int v : values)
+        s.push_back(static_cast<char>(v));
+    return s;
+}
+
+// A port whose instrument answers each write through a function (nothing by default).
+struct AnsweringPort : pa::testing::RecordingPort {
+    std::function<std::string(const std::string&)> answer;
+    void write(const std::string& b) override {
+        RecordingPort::write(b);
+        if (answer)
+            incoming += answer(b);
+    }
+};
+
+struct Rig {
+    AnsweringPort port;
+    pa::testing::FakeClock clock;
+    pa::testing::ScriptedUi ui;
+    app::ProgramState state;
+    logger::LoggerExchange ex{port, clock, ui, state};
+    Rig() {
+        port.devices.insert("P");
+        port.setPortName("P");
+        port.open();
+        state.baudCode = 9;
+    }
+    double timed(const std::function<void()>& f) {
+        const double t0 = clock.secondsSinceMidnight();
+        f();
+        return clock.secondsSinceMidnight() - t0;
+    }
+    std::vector<std::string> texts() const {
+        std::vector<std::string> t;
+        for (const auto& m : ui.messages)
+            t.push_back(m.text);
+        return t;
+    }
+};
+
+TEST(LoggerExchange, CommandsPutTheirBytesOnTheLineWithTheirPacing) {
+    const struct {
+        const char* command;
+        int address, value, baudCode;
+        std::string written;
+        double seconds;
+    } cases[] = {
+        // The address is folded onto one byte and followed by a zero byte.
+        {"W", 300, 7, 9, "W" + bytes({0x2C, 0, 7}), 0.06},
+        {"W", 5, 255, 9, "W" + bytes({5, 0, 255}), 0.06},
+        {"R", 8191, 0, 9, "R" + bytes({0xFF, 0}), 0.06},
+        {"R", 5, 0, 1, "R" + bytes({5, 0}), 0.10}, // 1200 baud: 0.04 s more
+        {"R", 5, 0, 2, "R" + bytes({5, 0}), 0.10},
+        {"R", 5, 0, 4, "R" + bytes({5, 0}), 0.06},
+        {"R", 5, 0, 0, "R" + bytes({5, 0}), 0.10}, // no baud chosen yet
+        {"S", 0, 0, 9, "S", 0},
+        {"T", 0, 0, 9, "T", 0},
+        {"G", 0, 0, 9, "G", 0},
+        {"N", 0, 0, 9, "N", 0},
+        {"EEE", 0, 0, 9, "EEE", 0},
+        {"EEE", 0, 0, 2, "EEE", 0.04},
+        {"w", 1, 1, 9, "", 0}, // case matters
+        {"EE", 0, 0, 9, "", 0},
+        {"U", 0, 0, 1, "", 0.04}, // unknown here: nothing sent, the slow-link pause still taken
+    };
+    for (const auto& c : cases) {
+        Rig rig;
+        rig.state.baudCode = c.baudCode;
+        int result = 99;
+        const double took =
+            rig.timed([&] { result = rig.ex.SendLoggerCommand(c.command, c.address, c.value); });
+        EXPECT_EQ(result, 0) << c.command;
+        EXPECT_EQ(rig.port.written, c.written) << c.command << " " << c.address;
+        EXPECT_NEAR(took, c.seconds, 1e-9) << c.command << " at " << c.baudCode;
+        EXPECT_TRUE(rig.ui.messages.empty());
+    }
+}
+
+TEST(LoggerExchange, ValuesBeyondOneByteAreRefusedBeforeAnythingIsSent) {
+    for (int value : {256, -256, 1000, 32767, -1}) {
+        Rig rig;
+        rig.port.incoming = "stale";
+        EXPECT_EQ(rig.ex.SendLoggerCommand("W", 5, value), -1) << value;
+        EXPECT_EQ(rig.port.written, "") << value;
+        EXPECT_EQ(rig.texts(), std::vector<std::string>{"value too large"});
+        EXPECT_EQ(rig.ui.messages[0].icon, app::Icon::Exclamation);
+        EXPECT_EQ(rig.port.incoming, "") << "the receive buffer is drained first";
+    }
+}
+
+TEST(LoggerExchange, StatusRepliesGiveTheStateAndTheirMessages) {
+    const std::string stx(1, '\x02'), etx(1, '\x03');
+    const struct {
+        std::string reply;
+        int state;
+        std::vector<std::string> messages;
+    } cases[] = {
+        {stx + bytes({0}) + etx, 0, {}},
+        {stx + bytes({1}) + etx, 1, {}},
+        {stx + bytes({0xFE}) + etx, 0, {"Self-Testing, no data will be sent out of DMM"}},
+        {stx + bytes({0x21}) + etx, 1, {"Self-Testing, no data will be sent out of DMM"}},
+        {stx + bytes({0x20}) + etx, 0, {"Self-Testing, no data will be sent out of DMM"}},
+        {stx + bytes({1}) + etx + "more", 1, {}}, // only positions 1 and 3 are looked at
+        {"", -2, {"No response, check your cable or DMM"}},
+        {stx + bytes({0}), -1, {"Incorrect leading or trailing byte"}},
+        {bytes({0x15, 0}) + etx, -1, {"Incorrect leading or trailing byte"}},
+        {stx + bytes({0, 0}) + etx, -1, {"Incorrect leading or trailing byte"}},
+    };
+    for (const auto& c : cases) {
+        Rig rig;
+        rig.port.incoming = "left over from a live frame";
+        rig.port.answer = [&](const std::string& b) { return b == "X" ? c.reply : ""; };
+        int state = 99;
+        const double took = rig.timed([&] { state = rig.ex.QueryLoggerState(); });
+        EXPECT_EQ(state, c.state) << c.reply.size();
+        EXPECT_EQ(rig.texts(), c.messages);
+        EXPECT_EQ(rig.port.written, "X");
+        EXPECT_NEAR(took, 0.7, 1e-9);
+        // "Receive" is shown before the letter goes out and "Send" after it.
+        EXPECT_EQ(rig.ui.statusTexts,
+                  (std::vector<std::string>{"  Status Receive", "  Status Send"}));
+    }
+}
+
+TEST(LoggerExchange, XThroughSendLoggerCommandRunsTheWholeExchangeButReturnsNoState) {
+    Rig rig;
+    rig.port.answer = [](const std::string&) { return bytes({2, 1, 3}); };
+    EXPECT_EQ(rig.ex.SendLoggerCommand("X", 0, 0), 0);
+    EXPECT_EQ(rig.port.written, "X");
+    Rig silent;
+    EXPECT_EQ(silent.ex.SendLoggerCommand("X", 0, 0), 0);
+    EXPECT_EQ(silent.texts(), std::vector<std::string>{"No response, check your cable or DMM"});
+}
+
+TEST(LoggerExchange, CheckLoggerReplyByKind) {
+    const std::string stx(1, '\x02'), etx(1, '\x03');
+    const struct {
+        int kind;
+        std::string reply;
+        int result;
+    } cases[] = {
+        {1, stx + "abc" + etx, 1},
+        {0, stx + "abc" + etx, 0},
+        {0, stx + "a" + etx, 1},
+        {1, stx + "a" + etx, 0},
+        {0, "", -1},
+        {1, "", -1},
+        {2, stx + "a" + etx, -2},
+        {-1, "", -2},
+        {0, "x" + std::string("a") + etx, 0},
+        {0, stx + "ab", 0},
+        {0, stx + "a" + etx + "z", 0},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(CheckLoggerReply(c.kind, c.reply), c.result) << c.kind << " " << c.reply.size();
+}
+
+TEST(LoggerExchange, ReportReplyCheckShowsOneMessagePerFault) {
+    const struct {
+        int kind;
+        std::string reply;
+        int result;
+        std::vector<std::string> messages;
+    } cases[] = {
+        {0, bytes({2, 7, 3}), 1, {}},
+        {0, bytes({2, 7, 7}), 0, {"Incorrect data format"}},
+        {0, "", 0, {"No response"}},
+        {5, bytes({2, 7, 3}), 0, {"Program error"}},
+    };
+    for (const auto& c : cases) {
+        Rig rig;
+        EXPECT_EQ(rig.ex.ReportReplyCheck(c.kind, c.reply), c.result);
+        EXPECT_EQ(rig.texts(), c.messages);
+    }
+}
+
+} // namespace

@@ -1,0 +1,77 @@
+#pragma once
+// The Logger window's logic against the in-process simulated instrument, on virtual time.
+#include "inprocess_port.h"
+#include "instrument.h"
+#include "logger/logger_exchange.h"
+#include "logger/logger_session.h"
+#include "support/fake_clock.h"
+#include "support/scripted_ui.h"
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace pa::testing {
+
+inline sim::Load quietLoad() {
+    sim::Load load;
+    load.noise = 0;
+    return load;
+}
+
+struct LoggerRig {
+    sim::Instrument meter{quietLoad()};
+    sim::InProcessPort port{meter};
+    FakeClock clock;
+    ScriptedUi ui;
+    app::ProgramState state;
+    logger::LoggerExchange exchange{port, clock, ui, state};
+    std::vector<int> live; // SetLiveSampling calls, in order
+    std::string folder;
+    logger::LoggerSession session{exchange, [this](int on) { live.push_back(on); },
+                                  [this] { return folder; }};
+
+    LoggerRig() {
+        port.setPortName("SIM");
+        port.open();
+        state.baudCode = 9;
+        session.load();
+    }
+
+    sim::LoggerModel& logger() { return meter.logger(); }
+
+    std::vector<std::string> messages() const {
+        std::vector<std::string> texts;
+        for (const ShownMessage& m : ui.messages)
+            texts.push_back(m.text);
+        return texts;
+    }
+    // The live exchange was handed back after every suspension, ending resumed.
+    bool liveBracketed() const {
+        if (live.empty() || live.back() != 1)
+            return false;
+        for (std::size_t i = 0; i < live.size(); ++i)
+            if (live[i] != (i % 2 == 0 ? 0 : 1))
+                return false;
+        return true;
+    }
+};
+
+inline std::string readFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+// A fresh folder for files a test writes.
+inline std::string scratchFolder(const std::string& name) {
+    const auto dir = std::filesystem::temp_directory_path() / ("pa_logger_" + name);
+    std::filesystem::remove_all(dir);
+    std::filesystem::create_directories(dir);
+    return dir.string();
+}
+
+} // namespace pa::testing
