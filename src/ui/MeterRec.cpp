@@ -1,14 +1,15 @@
 #include "ui/MeterRec.h"
 
+#include "datafile/data_folder.h"
+#include "logger/Logger.h"
 #include "pfimprove/ImprovePF.h"
 #include "pfimprove/hz_wait.h"
 #include "plot/PlotFile.h"
-#include "logger/Logger.h"
-#include "datafile/data_folder.h"
 #include "text/mask_format.h"
 #include "ui/PrintPicture.h"
 #include "ui/VIEW.h"
 #include "ui/captions.h"
+#include "ui/help_about.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -172,10 +173,21 @@ void MeterRec::buildMenus() {
 
     helpMenu_ = bar->addMenu(kStartupHelpCaption);
     manualMenu_ = helpMenu_->addMenu(QString());
-    for (const char* name : {"English", "French", "German", "Spanish", "Italian", "Portuguese"})
-        manualMenu_->addAction(name)->setEnabled(false);
+    for (int item = 0; item < 6; ++item) {
+        QAction* language = manualMenu_->addAction(kManualLanguages[item]);
+        language->setObjectName(QString("manual_%1").arg(item));
+        // The viewer is not waited for; a missing file is the viewer's to report.
+        connect(language, &QAction::triggered, this, [this, item] {
+            const std::string path =
+                manualPath(QCoreApplication::applicationDirPath().toStdString(), item);
+            if (!path.empty())
+                ui_.openDocument(path);
+        });
+    }
     about_ = helpMenu_->addAction(QString());
-    about_->setEnabled(false);
+    about_->setObjectName("about");
+    connect(about_, &QAction::triggered, this,
+            [this] { ui_.message(aboutText(), "About", app::Icon::None, app::Buttons::Ok); });
 
     QAction* version = bar->addAction("V6.7");
     version->setEnabled(false);

@@ -1,5 +1,6 @@
 // The main window offscreen against the simulator on a pseudo-terminal.
 #include "ui/MeterRec.h"
+#include "ui/help_about.h"
 
 #include "gui_support.h"
 #include "pty_host.h"
@@ -177,6 +178,18 @@ TEST_F(MeterRecTest, VanishedPortShowsNoComAndRecoversWhenTheDeviceReturns) {
     EXPECT_FALSE(state.noData);
     EXPECT_EQ(ui.messages.size(), messages) << "no dialog on the way";
     std::filesystem::remove(link);
+}
+
+TEST_F(MeterRecTest, HelpOpensManualsBesideTheProgramAndShowsAbout) {
+    window.startup();
+    for (int item = 0; item < 6; ++item)
+        window.findChild<QAction*>(QString("manual_%1").arg(item))->trigger();
+    const std::string help = QCoreApplication::applicationDirPath().toStdString() + "/help/";
+    EXPECT_EQ(ui.documents, (std::vector<std::string>{help + "KV2260-SW-HELP-EN_V6.7.pdf",
+                                                      help + "KV2260-SW-AYUDA-ES_V6.7.pdf"}));
+    window.findChild<QAction*>("about")->trigger();
+    EXPECT_EQ(ui.messages.back().title, "About");
+    EXPECT_EQ(ui.messages.back().text, pa::ui::aboutText());
 }
 
 TEST_F(MeterRecTest, PrintsTheWindowToPdf) {

@@ -1,0 +1,51 @@
+#include "ui/help_about.h"
+
+namespace pa::ui {
+namespace {
+
+#ifdef _WIN32
+constexpr char kSeparator = '\\';
+#else
+constexpr char kSeparator = '/';
+#endif
+
+constexpr const char* kModelLine = "KV2260";
+constexpr const char* kVersionLine = "Version: 6.7";
+constexpr const char* kNoticeLine = "(C) 2026 The Power Analyzer developers";
+
+// Counts characters, not bytes, so the centring holds for any notice text.
+std::size_t characters(const std::string& s) {
+    std::size_t n = 0;
+    for (unsigned char c : s)
+        n += (c & 0xC0) != 0x80;
+    return n;
+}
+
+std::string centred(const std::string& line, const std::string& notice) {
+    const std::size_t width = characters(notice), own = characters(line);
+    return std::string(width > own ? width - own : 0, ' ') + line;
+}
+
+} // namespace
+
+std::string manualPath(const std::string& programFolder, int item) {
+    const char* name = nullptr;
+    if (item == 0)
+        name = "KV2260-SW-HELP-EN_V6.7.pdf";
+    else if (item == 3)
+        name = "KV2260-SW-AYUDA-ES_V6.7.pdf";
+    if (!name)
+        return "";
+    std::string folder = programFolder;
+    while (folder.size() > 1 && (folder.back() == '/' || folder.back() == '\\'))
+        folder.pop_back();
+    return folder + kSeparator + "help" + kSeparator + name;
+}
+
+std::string aboutText() {
+    const std::string notice = kNoticeLine;
+    return centred(kModelLine, notice) + "\r\n\r\n" + centred(kVersionLine, notice) + "\r\n\r\n" +
+           notice;
+}
+
+} // namespace pa::ui
