@@ -4,10 +4,10 @@
 #include "ui/MeterRec.h"
 
 #include "datafile/data_file.h"
+#include "gui/gui_support.h"
 #include "pty_host.h"
 #include "qt/qt_clock.h"
 #include "qt/qt_port.h"
-#include "support/qt_wait.h"
 #include "support/scripted_ui.h"
 #include "support/test_files.h"
 
@@ -31,7 +31,7 @@ namespace {
 namespace fs = std::filesystem;
 using pa::datafile::RecordingState;
 using pa::testing::readLines;
-using pa::testing::waitUntil;
+using pa::testing::waitFor;
 using pa::ui::MeterRec;
 
 QAction* menuItem(QWidget* root, const QString& text) {
@@ -82,7 +82,7 @@ class RecordingTest : public ::testing::Test {
         fs::current_path(profile.path()); // commport.dat goes here
         window.startup();
         window.openPort(sim->devicePath());
-        ASSERT_TRUE(waitUntil([&] { return !window.cycle().readouts().clockText.empty(); }));
+        ASSERT_TRUE(waitFor([&] { return !window.cycle().readouts().clockText.empty(); }));
     }
     void TearDown() override {
         fs::current_path(workDir);
@@ -138,7 +138,7 @@ TEST_F(RecordingTest, AutomaticManualAndLostCommunication) {
     EXPECT_FALSE(window.findChild<QPushButton*>("Record")->isVisibleTo(&window));
     EXPECT_TRUE(ui.statusVisible);
     EXPECT_EQ(ui.statusTextNow, "Recording !");
-    ASSERT_TRUE(waitUntil([&] { return recorder().recordsWritten() == 5; }, 9000));
+    ASSERT_TRUE(waitFor([&] { return recorder().recordsWritten() == 5; }, 9000));
     window.grab().save(QString(PA_TEST_OUTPUT_DIR) + "/meterrec_recording.png");
     endRecording();
     EXPECT_FALSE(ui.statusVisible);
@@ -184,18 +184,18 @@ TEST_F(RecordingTest, AutomaticManualAndLostCommunication) {
     EXPECT_TRUE(record->isVisibleTo(&window));
     for (int i = 0; i < 3; ++i)
         record->click();
-    ASSERT_TRUE(waitUntil([&] { return recorder().recordsWritten() == 1; }));
+    ASSERT_TRUE(waitFor([&] { return recorder().recordsWritten() == 1; }));
     const std::string clockAfterFirst = window.cycle().readouts().clockText;
-    ASSERT_TRUE(waitUntil([&] { return window.cycle().readouts().clockText != clockAfterFirst; }));
+    ASSERT_TRUE(waitFor([&] { return window.cycle().readouts().clockText != clockAfterFirst; }));
     const std::string clockLater = window.cycle().readouts().clockText;
-    ASSERT_TRUE(waitUntil([&] { return window.cycle().readouts().clockText != clockLater; }));
+    ASSERT_TRUE(waitFor([&] { return window.cycle().readouts().clockText != clockLater; }));
     EXPECT_EQ(recorder().recordsWritten(), 1) << "no record without a press";
     record->click();
-    ASSERT_TRUE(waitUntil([&] { return recorder().recordsWritten() == 2; }));
+    ASSERT_TRUE(waitFor([&] { return recorder().recordsWritten() == 2; }));
 
     // The instrument goes silent: one lost-communication line per clock text.
     sim->withInstrument([](pa::sim::Instrument& i) { i.setFault(pa::sim::Fault::Silent); });
-    ASSERT_TRUE(waitUntil([&] { return recorder().linesWritten() >= 5; }));
+    ASSERT_TRUE(waitFor([&] { return recorder().linesWritten() >= 5; }));
     endRecording();
     sim->withInstrument([](pa::sim::Instrument& i) { i.setFault(pa::sim::Fault::None); });
 
@@ -229,10 +229,10 @@ TEST_F(RecordingTest, DiskFaultsAreReportedAndEarlierLinesKept) {
     // The disk fills while recording: recording stops, the lines before stay.
     create("mid");
     startRecording("Now(Auto)");
-    ASSERT_TRUE(waitUntil([&] { return recorder().recordsWritten() >= 1; }));
+    ASSERT_TRUE(waitFor([&] { return recorder().recordsWritten() >= 1; }));
     fs::rename(dataFile("mid.txt"), dataFile("kept.txt"));
     fs::create_symlink("/dev/full", dataFile("mid.txt"));
-    ASSERT_TRUE(waitUntil([&] { return ui.messages.size() == 2; }));
+    ASSERT_TRUE(waitFor([&] { return ui.messages.size() == 2; }));
     EXPECT_NE(ui.messages[1].text.find(dataFile("mid.txt").string()), std::string::npos);
     EXPECT_FALSE(enabled("FileEnd"));
     EXPECT_TRUE(enabled("FileCreate"));
@@ -283,7 +283,7 @@ TEST_F(RecordingTest, ViewerOpensAMillionLinesAtOnceAndPausesSampling) {
     viewer->grab();
     ASSERT_FALSE(viewer->lineView()->shownLines().empty());
     EXPECT_EQ(viewer->lineView()->shownLines().front(), "line 0000000");
-    ASSERT_TRUE(waitUntil([&] { return viewer->index().complete(); }));
+    ASSERT_TRUE(waitFor([&] { return viewer->index().complete(); }));
     EXPECT_EQ(viewer->index().lineCount(), 1'000'000u);
     QKeyEvent end(QEvent::KeyPress, Qt::Key_End, Qt::ControlModifier);
     QApplication::sendEvent(viewer->lineView(), &end);
@@ -351,7 +351,7 @@ TEST_F(RecordingTest, CommandLineRecorderWritesTheWindowsLines) {
     window.cycle().applySamplingTime("0.5");
     create("window");
     startRecording("Now(Auto)");
-    ASSERT_TRUE(waitUntil([&] { return recorder().recordsWritten() == 3; }));
+    ASSERT_TRUE(waitFor([&] { return recorder().recordsWritten() == 3; }));
     endRecording();
 
     // The command line against another simulator with the same load.
@@ -390,7 +390,7 @@ TEST(RecordCommand, CtrlCEndsWithEveryLineWhole) {
     QProcess cli;
     cli.start(PA_CLI_PROGRAM, {"record", "--simulate", "--out", out, "--interval", "0.5"});
     ASSERT_TRUE(cli.waitForStarted());
-    ASSERT_TRUE(waitUntil([&] { return cli.canReadLine(); }, 10000));
+    ASSERT_TRUE(waitFor([&] { return cli.canReadLine(); }, 10000));
     ::kill(static_cast<pid_t>(cli.processId()), SIGINT);
     ASSERT_TRUE(cli.waitForFinished(5000));
     EXPECT_EQ(cli.exitStatus(), QProcess::NormalExit);

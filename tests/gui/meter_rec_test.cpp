@@ -6,7 +6,6 @@
 #include "pty_host.h"
 #include "qt/qt_clock.h"
 #include "qt/qt_port.h"
-#include "support/qt_wait.h"
 #include "support/scripted_ui.h"
 
 #include <QApplication>
