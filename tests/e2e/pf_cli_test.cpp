@@ -13,7 +13,7 @@ struct CliRun {
 
 // The command-line program is built beside the screenshots folder.
 QString cliPath() {
-    return QDir(PA_TEST_OUTPUT_DIR "/..").absoluteFilePath("poweranalyzer-cli");
+    return QString(PA_CLI_PROGRAM);
 }
 
 CliRun runPf(const QStringList& args) {

@@ -31,6 +31,7 @@ namespace {
 namespace fs = std::filesystem;
 using pa::datafile::RecordingState;
 using pa::testing::readLines;
+using pa::testing::screenshotPath;
 using pa::testing::waitFor;
 using pa::ui::MeterRec;
 
@@ -139,7 +140,7 @@ TEST_F(RecordingTest, AutomaticManualAndLostCommunication) {
     EXPECT_TRUE(ui.statusVisible);
     EXPECT_EQ(ui.statusTextNow, "Recording !");
     ASSERT_TRUE(waitFor([&] { return recorder().recordsWritten() == 5; }, 9000));
-    window.grab().save(QString(PA_TEST_OUTPUT_DIR) + "/meterrec_recording.png");
+    window.grab().save(screenshotPath("meterrec_recording.png"));
     endRecording();
     EXPECT_FALSE(ui.statusVisible);
     EXPECT_FALSE(enabled("FileEnd"));
@@ -287,7 +288,7 @@ TEST_F(RecordingTest, ViewerOpensAMillionLinesAtOnceAndPausesSampling) {
     EXPECT_EQ(viewer->index().lineCount(), 1'000'000u);
     QKeyEvent end(QEvent::KeyPress, Qt::Key_End, Qt::ControlModifier);
     QApplication::sendEvent(viewer->lineView(), &end);
-    viewer->grab().save(QString(PA_TEST_OUTPUT_DIR) + "/view_end.png");
+    viewer->grab().save(screenshotPath("view_end.png"));
     EXPECT_EQ(viewer->lineView()->shownLines().back(), "line 0999999");
     EXPECT_EQ(viewer->lineView()->horizontalScrollBar()->maximum(), 0) << "short lines fit";
 
@@ -322,14 +323,15 @@ TEST_F(RecordingTest, ViewerPrintsInBothOrientations) {
     pa::ui::VIEW* viewer = window.viewer();
     ASSERT_TRUE(viewer);
     viewer->show();
-    viewer->grab().save(QString(PA_TEST_OUTPUT_DIR) + "/view.png");
+    viewer->grab().save(screenshotPath("view.png"));
     EXPECT_GT(viewer->lineView()->horizontalScrollBar()->maximum(), 0)
         << "143-character lines scroll sideways";
     int pages[2] = {};
     const QPageLayout::Orientation orientations[] = {QPageLayout::Portrait, QPageLayout::Landscape};
     for (int i = 0; i < 2; ++i) {
         viewer->setOrientation(orientations[i]);
-        const QString pdf = QString(PA_TEST_OUTPUT_DIR) + QString("/view_print_%1.pdf").arg(i);
+        const QString pdf =
+            pa::testing::screenshotPath(QString("view_print_%1.pdf").arg(i).toUtf8().constData());
         QPrinter printer(QPrinter::HighResolution);
         printer.setOutputFormat(QPrinter::PdfFormat);
         printer.setOutputFileName(pdf);

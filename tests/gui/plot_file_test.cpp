@@ -20,13 +20,14 @@
 #include <cmath>
 #include <gtest/gtest.h>
 
+#include "gui/gui_support.h"
+
 namespace {
 
 using pa::plot::PlotFile;
 
 QString shot(const char* name) {
-    QDir().mkpath(PA_TEST_OUTPUT_DIR);
-    return QString(PA_TEST_OUTPUT_DIR) + "/" + name;
+    return pa::testing::screenshotPath(name);
 }
 
 QList<QLineSeries*> lines(PlotFile& w) {
@@ -163,7 +164,7 @@ struct CliRun {
 };
 CliRun runCli(const QStringList& args) {
     QProcess p;
-    p.start(QString(PA_TEST_OUTPUT_DIR) + "/../poweranalyzer-cli", QStringList{"plot"} + args);
+    p.start(QString(PA_CLI_PROGRAM), QStringList{"plot"} + args);
     p.waitForFinished(30000);
     return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()),
             QString::fromUtf8(p.readAllStandardError())};
