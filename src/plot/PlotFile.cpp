@@ -1,5 +1,7 @@
 #include "plot/PlotFile.h"
 
+#include "datafile/data_folder.h"
+
 #include <QActionGroup>
 #include <QApplication>
 #include <QCloseEvent>
@@ -237,7 +239,9 @@ void PlotFile::buildMenus() {
 }
 
 void PlotFile::openfileforplot() {
-    if (document_.openfileforplot())
+    // Start where the recordings are; a file elsewhere can still be chosen.
+    const datafile::FolderResult folder = datafile::DataFolder();
+    if (document_.openfileforplot(folder.ok() ? datafile::joinPath(folder.path, ".txt") : ""))
         showState();
 }
 

@@ -76,8 +76,10 @@ void PlotDocument::openfile() {
     xTitle_ = "Time";
 }
 
-bool PlotDocument::openfileforplot() {
-    const auto path = ui_.openFile("Open a data file to plot", kOpenFilter);
+bool PlotDocument::openfileforplot(const std::string& startFolder) {
+    const auto path = startFolder.empty()
+                          ? ui_.openFile("Open a data file to plot", kOpenFilter)
+                          : ui_.openFileIn("Open a data file to plot", kOpenFilter, startFolder);
     if (!path || path->empty())
         return false;
     setFileName(*path);

@@ -38,8 +38,9 @@ class PlotDocument {
 
     // The File menu was opened: quantity back to "Watt", axis titles "Watt" and "Time".
     void openfile();
-    // Asks for a data file and remembers it; true when one was chosen.
-    bool openfileforplot();
+    // Asks for a data file, starting in startFolder when given (the data folder), and
+    // remembers it; true when one was chosen.
+    bool openfileforplot(const std::string& startFolder = "");
     // Remembers a file as the open dialog does.
     void setFileName(const std::string& path);
     // Chooses quantity 0..8, sets the Y title and loads the file.

@@ -35,7 +35,9 @@ TEST_F(PlotDocumentTest, ChoosingAQuantityBeforeAFileIsRefused) {
 
 TEST_F(PlotDocumentTest, OpensLoadsAndSetsTheAxisTitle) {
     ui.files.push_back(recordsFile("doc20.txt", 20));
-    ASSERT_TRUE(doc.openfileforplot());
+    ASSERT_TRUE(doc.openfileforplot("/home/u/Documents/KV2260/.txt"));
+    EXPECT_EQ(ui.startPaths, std::vector<std::string>{"/home/u/Documents/KV2260/.txt"})
+        << "the dialog starts in the data folder";
     EXPECT_EQ(doc.records(), 20);
     doc.SelectData(2);
     EXPECT_TRUE(ui.messages.empty());
