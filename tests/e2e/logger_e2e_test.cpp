@@ -9,6 +9,7 @@
 #include "qt/qt_port.h"
 #include "support/scripted_ui.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <chrono>
@@ -25,7 +26,8 @@ struct LoggerOverPty : ::testing::Test {
     pa::app::ProgramState state;
     pa::app::MeterLink link{port, clock, ui, state};
     pa::logger::LoggerExchange exchange{port, clock, ui, state};
-    QString folder = QDir::tempPath() + "/pa_logger_e2e";
+    QString folder =
+        QDir::tempPath() + "/pa_logger_e2e_" + QString::number(QCoreApplication::applicationPid());
     pa::logger::LoggerSession session{exchange, [this](int on) { link.SetLiveSampling(on); },
                                       [this] { return folder.toStdString(); }};
 
@@ -95,8 +97,13 @@ TEST_F(LoggerOverPty, InstrumentUnpluggedMidDownloadWritesNoFile) {
     sim.setPaceToBaud(true); // 8.5 s on the wire: time enough to pull the plug
     const std::string path = (folder + "/cut.txt").toStdString();
     ui.files.push_back(path);
-    std::thread unplug([this] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    // Pull the plug about a second into the stream: the state query "X" is answered, the
+    // program waits 0.2 s for that reply, then asks for the stream with "U".
+    const int served = sim.requestsServed();
+    std::thread unplug([this, served] {
+        for (int i = 0; i < 1000 && sim.requestsServed() < served + 1; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        std::this_thread::sleep_for(std::chrono::milliseconds(1200));
         sim.stop();
     });
     session.Read_All();
