@@ -2,24 +2,14 @@
 
 #include "cli/commands.h"
 
+#include "qt/live_timers.h"
+
 #include <QCoreApplication>
 
 namespace pa::cli {
 
 LiveSession::LiveSession() {
-    timer1_.setInterval(live::kFirstSampleMs);
-    timer1_.setTimerType(Qt::PreciseTimer);
-    timer2_.setInterval(live::kPollMs);
-    link.setTimerSwitch([this](bool on) {
-        if (on) {
-            timer1_.start();
-            timer2_.start();
-        } else {
-            timer1_.stop();
-            timer2_.stop();
-        }
-    });
-    cycle.setLiveSampling([this](int on) { link.SetLiveSampling(on); });
+    qt::wireLiveTimers(timer1_, timer2_, link, cycle);
     QObject::connect(&timer1_, &QTimer::timeout,
                      [this] { timer1_.setInterval(cycle.Timer1Tick()); });
 }

@@ -1,5 +1,7 @@
 #include "ui/MeterRec.h"
 
+#include "qt/live_timers.h"
+
 #include "datafile/data_folder.h"
 #include "logger/Logger.h"
 #include "pfimprove/ImprovePF.h"
@@ -65,19 +67,7 @@ MeterRec::MeterRec(app::ProgramState& state, app::Port& port, app::Clock& clock,
     setObjectName("MeterRec");
     timer1_.setObjectName("Timer1");
     timer2_.setObjectName("Timer2");
-    timer1_.setInterval(live::kFirstSampleMs);
-    timer2_.setInterval(live::kPollMs);
-    timer1_.setTimerType(Qt::PreciseTimer);
-    link_.setTimerSwitch([this](bool on) {
-        if (on) {
-            timer1_.start();
-            timer2_.start();
-        } else {
-            timer1_.stop();
-            timer2_.stop();
-        }
-    });
-    cycle_.setLiveSampling([this](int on) { link_.SetLiveSampling(on); });
+    qt::wireLiveTimers(timer1_, timer2_, link_, cycle_);
     connect(&timer1_, &QTimer::timeout, this, [this] {
         timer1_.setInterval(cycle_.Timer1Tick());
         refresh();
