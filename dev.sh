@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Developer commands: run, test, bench, fuzz. See README.md.
+# Developer commands: run, test, sanitize, bench, fuzz. See README.md.
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -60,17 +60,34 @@ bench)
         [ -x "$b" ] && "$b" "$@"
     done
     ;;
+sanitize)
+    # The logic and simulator tests again, under AddressSanitizer and UndefinedBehaviorSanitizer.
+    install_missing "${PACKAGES[@]}"
+    configure build-sanitize RelWithDebInfo -DPA_SANITIZE=ON
+    cmake --build build-sanitize -j "$JOBS"
+    export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:strict_string_checks=1}
+    export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
+    ctest --test-dir build-sanitize --output-on-failure -j "$JOBS" "$@"
+    ;;
 fuzz)
+    # Each target runs for the given seconds or ten million inputs, whichever comes first,
+    # starting from seeds made of real frames, streams and files; findings stay in build-fuzz.
     install_missing "${PACKAGES[@]}" "${FUZZ_PACKAGES[@]}"
     seconds=${1:-60}
     CC=clang-14 CXX=clang++-14 configure build-fuzz RelWithDebInfo -DPA_FUZZ=ON -DPA_BUILD_TESTS=OFF
     cmake --build build-fuzz -j "$JOBS"
+    build-fuzz/fuzz/make_seeds build-fuzz/seeds
     for f in build-fuzz/fuzz/*_fuzz; do
-        [ -x "$f" ] && "$f" -max_total_time="$seconds" -print_final_stats=1
+        [ -x "$f" ] || continue
+        name=$(basename "$f")
+        mkdir -p "build-fuzz/corpus/$name" "build-fuzz/findings/$name"
+        echo "== $name: ${seconds} s"
+        "$f" "build-fuzz/corpus/$name" "build-fuzz/seeds/$name" -max_total_time="$seconds" \
+            -runs=10000000 -print_final_stats=1 -artifact_prefix="build-fuzz/findings/$name/"
     done
     ;;
 *)
-    echo "usage: ./dev.sh run|test|bench|fuzz [seconds]"
+    echo "usage: ./dev.sh run|test|sanitize|bench|fuzz [seconds]"
     exit 2
     ;;
 esac

@@ -19,6 +19,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     pa::logger::recordValueText(bytes);
     pa::logger::parseConsoleLine(bytes);
     pa::logger::consoleNumber(bytes);
-    pa::logger::hexDump(pointer, bytes);
+    pa::logger::hexDump(pointer, bytes.substr(0, 256)); // the console dumps 256 at most
     return 0;
 }

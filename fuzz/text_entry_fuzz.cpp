@@ -1,6 +1,9 @@
-// Arbitrary typed text into every entry that reads a number: the sampling time, the price
-// and hours boxes, and the number reading and formatting they rely on.
+// Arbitrary typed text into every entry box: the sampling time, the price and hours boxes,
+// the data file name, the six boxes of the PF improvement window (and the capacitance
+// reading behind them), and the number reading and formatting they all rely on.
+#include "datafile/data_file.h"
 #include "live/live_cycle.h"
+#include "pfimprove/pf_calculator.h"
 #include "support/fake_clock.h"
 #include "support/recording_port.h"
 #include "support/scripted_ui.h"
@@ -29,5 +32,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     cycle.Timer1Tick();
     cycle.energy().priceEntered(text);
     cycle.energy().hoursEntered(text);
+
+    pa::datafile::normaliseFileName(text);
+
+    // The readouts are cut from the input too, so odd readings meet odd targets.
+    pa::pfimprove::PfCalculator calculator;
+    pa::pfimprove::ReadoutTexts readouts;
+    for (std::size_t i = 0; i < readouts.size(); ++i)
+        readouts[i] = i * 6 < text.size() ? text.substr(i * 6, 6) : std::string();
+    calculator.UpdateP(readouts);
+    calculator.Enter(static_cast<int>(size % 6), text);
+    pa::pfimprove::readCapacitance(text);
     return 0;
 }

@@ -1,0 +1,110 @@
+// Writes the seed corpora of the fuzz targets from what the instrument and the program
+// really produce: live frames from the simulated instrument in each display state, its
+// frequency answer, the logger's status block, download streams and console lines, the
+// entries a user types, and a data file as the recorder writes it.
+//
+//   make_seeds FOLDER     writes FOLDER/<target>/<seed> for every target
+#include "datafile/data_file.h"
+#include "instrument.h"
+
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+void write(const fs::path& folder, const std::string& name, const std::string& bytes) {
+    fs::create_directories(folder);
+    std::ofstream(folder / name, std::ios::binary) << bytes;
+}
+
+// The live tick target reads chunks: a length byte, then that many received bytes.
+std::string chunks(const std::vector<std::string>& parts) {
+    std::string out;
+    for (const std::string& p : parts)
+        out.append(1, static_cast<char>(p.size())).append(p);
+    return out;
+}
+
+void liveSeeds(const fs::path& folder) {
+    using pa::sim::Display;
+    pa::sim::Instrument meter;
+    const std::string frame = meter.liveFrame();
+    write(folder, "frames", chunks({frame, frame, frame, frame}));
+    write(folder, "split", chunks({frame.substr(0, 9), frame.substr(9), frame}));
+    write(folder, "two_in_one", chunks({frame + frame}));
+    write(folder, "silence", chunks({frame, "", "", "", "", "", "", "", "", "", "", "", frame}));
+    write(folder, "frequency", chunks({meter.frequencyReply(), frame}));
+    for (const auto& [name, display] : {std::pair{"hold", Display::Hold},
+                                        {"overload", Display::Overload},
+                                        {"startup", Display::StartUp}}) {
+        meter.setDisplay(display);
+        write(folder, name, chunks({meter.liveFrame(), meter.liveFrame()}));
+    }
+    meter.setDisplay(Display::Normal);
+    meter.setLoad({230, 0.55, -0.5, 50, 0}); // power flowing back
+    write(folder, "negative", chunks({meter.liveFrame(), meter.liveFrame()}));
+}
+
+void loggerSeeds(const fs::path& folder) {
+    pa::sim::Instrument meter;
+    auto& logger = meter.logger();
+    std::string status;
+    for (int address = 0; address < pa::sim::kStatusBlockBytes; ++address)
+        status.push_back(static_cast<char>(logger.at(address)));
+    write(folder, "status_empty", status);
+    write(folder, "download_empty", meter.receive("U"));
+    logger.fillRecords(12, pa::sim::Load{});
+    write(folder, "download_12", meter.receive("U"));
+    logger.fillRecords(3, pa::sim::Load{230, 100, 1, 50, 0}); // overloaded current
+    write(folder, "download_overload", meter.receive("U"));
+    for (const char* line : {"R 5", "W 60 25", "X", "R &H1F", "W 300 255", "R -1", "D 0 95"})
+        write(folder, std::string("console_") + line[0] + std::to_string(std::strlen(line)), line);
+}
+
+void entrySeeds(const fs::path& folder) {
+    const char* entries[] = {"0.5",   "0,4",   "20000", "13106.8", "5",    "12.5",  ".95",
+                             "4.7u",  "10m",   "1e3",   "&H1F",    "&O17", "-3",    "test.csv",
+                             "a.b.c", "../up", "C:\\x", "",        "  ",   "1.#INF"};
+    int i = 0;
+    for (const char* e : entries)
+        write(folder, "entry_" + std::to_string(i++), e);
+}
+
+void plotSeeds(const fs::path& folder) {
+    pa::datafile::RecordTexts t{"11-23-2026", "09:05:07.4", "116.4",  ".920",  "230",
+                                ".550",       "23.1",       "126.50", "49.53", "0.0012",
+                                "0.00",       "month",      "8",      "$0.00"};
+    std::string file = pa::datafile::headerLine("month") + "\r\n";
+    for (int r = 0; r < 20; ++r) {
+        t.clock = "09:05:" + std::to_string(10 + r) + ".0";
+        file += pa::datafile::recordLine(r, t) + "\r\n";
+    }
+    file += pa::datafile::lostCommunicationLine(t.date, "09:05:31.0") + "\r\n";
+    t.watts = "OL";
+    file += pa::datafile::recordLine(20, t) + "\r\n";
+    write(folder, "recorded", file);
+    write(folder, "header_only", pa::datafile::headerLine("day") + "\r\n");
+    write(folder, "unix_line_ends",
+          pa::datafile::headerLine("year") + "\n" + pa::datafile::recordLine(0, t) + "\n");
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::fputs("usage: make_seeds FOLDER\n", stderr);
+        return 2;
+    }
+    const fs::path root = argv[1];
+    liveSeeds(root / "live_tick_fuzz");
+    loggerSeeds(root / "logger_input_fuzz");
+    entrySeeds(root / "text_entry_fuzz");
+    plotSeeds(root / "plot_file_fuzz");
+    return 0;
+}
