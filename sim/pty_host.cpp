@@ -172,9 +172,26 @@ void PtyHost::serve() {
             std::lock_guard lock(mutex_);
             answer = instrument_.receive(std::string(buffer, static_cast<std::size_t>(n)), baud);
         }
-        if (!answer.empty())
+        if (answer.empty())
+            continue;
+        sleepWhileRunning(delayMs_);
+        if (const int gap = splitGapMs_; gap > 0 && answer.size() > 1) {
+            const std::size_t half = answer.size() / 2;
+            if (writeAll(answer.substr(0, half), baud))
+                sleepWhileRunning(gap);
+            writeAll(answer.substr(half), baud);
+        } else {
             writeAll(answer, baud);
+        }
     }
+}
+
+// Waits in short slices so that stop() is not held up by a long delay.
+void PtyHost::sleepWhileRunning(int ms) {
+    using Clock = std::chrono::steady_clock;
+    const auto until = Clock::now() + std::chrono::milliseconds(ms);
+    while (running_ && Clock::now() < until)
+        ::poll(nullptr, 0, kPollMs);
 }
 
 // Hands the answer to the program; gives up when the program has taken nothing for the

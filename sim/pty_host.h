@@ -39,6 +39,12 @@ class PtyHost {
     // (10 bit times per byte), so that long transfers take their real wire time.
     void setPaceToBaud(bool on) { pace_ = on; }
 
+    // Timing faults of a slow or choppy instrument: every answer is held back delayMs, and
+    // with splitGapMs above zero it is handed over in two halves with that gap between
+    // them (a gap longer than the program's poll interval splits a frame over two polls).
+    void setReplyDelay(int delayMs) { delayMs_ = delayMs; }
+    void setSplitGap(int splitGapMs) { splitGapMs_ = splitGapMs; }
+
     // Commands obeyed and complete live frames sent so far.
     int requestsServed() const;
     int framesSent() const;
@@ -47,6 +53,7 @@ class PtyHost {
     void serve();
     int lineBaud() const;
     bool writeAll(const std::string& bytes, int baud);
+    void sleepWhileRunning(int ms);
 
     mutable std::mutex mutex_; // guards instrument_, path_ and error_
     Instrument instrument_;
@@ -56,6 +63,8 @@ class PtyHost {
     int slave_ = -1; // held open so that the master never sees a hang-up between opens
     std::atomic<bool> running_{false};
     std::atomic<bool> pace_{false};
+    std::atomic<int> delayMs_{0};
+    std::atomic<int> splitGapMs_{0};
     std::thread thread_;
 };
 

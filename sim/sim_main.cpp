@@ -36,6 +36,8 @@ int main(int argc, char** argv) {
         instrument.logger().setFault(o.loggerFault);
     });
     host.setPaceToBaud(o.pace);
+    host.setReplyDelay(o.delayMs);
+    host.setSplitGap(o.splitGapMs);
     if (!host.start()) {
         std::fprintf(stderr, "poweranalyzer-sim: cannot create a pseudo-terminal: %s\n",
                      host.lastError().c_str());

@@ -30,6 +30,8 @@ std::optional<unsigned> seedOf(const std::string& text) {
     return static_cast<unsigned>(value);
 }
 
+constexpr unsigned kMaxTimingFaultMs = 60000;
+
 template <typename T> struct Word {
     const char* text;
     T value;
@@ -147,6 +149,12 @@ ParsedOptions parseSimOptions(const std::vector<std::string>& args) {
             if (!count || *count > static_cast<unsigned>(kLoggerCapacity))
                 return bad("takes a whole number from 0 to " + std::to_string(kLoggerCapacity));
             o.records = static_cast<int>(*count);
+        } else if (name == "--delay" || name == "--split") {
+            const auto text = takeValue();
+            const auto ms = text ? seedOf(*text) : std::nullopt;
+            if (!ms || *ms > kMaxTimingFaultMs)
+                return bad("takes milliseconds from 0 to " + std::to_string(kMaxTimingFaultMs));
+            (name == "--delay" ? o.delayMs : o.splitGapMs) = static_cast<int>(*ms);
         } else if (name == "--pace") {
             o.pace = true;
         } else {
@@ -174,6 +182,8 @@ std::string simUsage() {
            "  --logger-fault F  none, noreply, badframing, short or noetx (default none)\n"
            "  --pace         hand answers over at the line's speed (a full download\n"
            "                 then takes its 8.5 s of wire time at 9600 baud)\n"
+           "  --delay MS     hold every answer back MS milliseconds (a slow instrument)\n"
+           "  --split MS     hand every answer over in two halves, MS milliseconds apart\n"
            "  --help         this text\n";
 }
 

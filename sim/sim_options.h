@@ -14,7 +14,9 @@ struct SimOptions {
     Fault fault = Fault::None;
     int records = 10; // logged records held at start
     LoggerFault loggerFault = LoggerFault::None;
-    bool pace = false; // hand answers over at the line's speed
+    bool pace = false;  // hand answers over at the line's speed
+    int delayMs = 0;    // every answer held back this long
+    int splitGapMs = 0; // every answer in two halves, this long apart
     bool help = false;
 };
 

@@ -30,17 +30,12 @@ namespace {
 
 namespace fs = std::filesystem;
 using pa::datafile::RecordingState;
+using pa::testing::menuItem;
 using pa::testing::readLines;
 using pa::testing::screenshotPath;
+using pa::testing::splitFields;
 using pa::testing::waitFor;
 using pa::ui::MeterRec;
-
-QAction* menuItem(QWidget* root, const QString& text) {
-    for (QAction* a : root->findChildren<QAction*>())
-        if (a->text() == text)
-            return a;
-    return nullptr;
-}
 
 void typeInto(QLineEdit* edit, const QString& text) {
     edit->setFocus();
@@ -51,15 +46,6 @@ void typeInto(QLineEdit* edit, const QString& text) {
     }
     QKeyEvent enter(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
     QApplication::sendEvent(edit, &enter);
-}
-
-std::vector<std::string> split(const std::string& line) {
-    std::vector<std::string> fields;
-    std::size_t at = 0;
-    for (std::size_t comma; (comma = line.find(',', at)) != std::string::npos; at = comma + 1)
-        fields.push_back(line.substr(at, comma + 1 - at));
-    fields.push_back(line.substr(at));
-    return fields;
 }
 
 double clockSeconds(const std::string& clock) {
@@ -153,7 +139,7 @@ TEST_F(RecordingTest, AutomaticManualAndLostCommunication) {
     const int widths[] = {11, 12, 11, 9, 9, 9, 9, 12, 12, 14, 14};
     double previous = -1;
     for (int r = 0; r < 5; ++r) {
-        const auto f = split(lines[1 + r]);
+        const auto f = splitFields(lines[1 + r]);
         ASSERT_EQ(f.size(), 12u) << lines[1 + r];
         for (int i = 0; i < 11; ++i)
             EXPECT_EQ(f[i].size(), static_cast<std::size_t>(widths[i])) << i << ": " << f[i];
@@ -204,7 +190,7 @@ TEST_F(RecordingTest, AutomaticManualAndLostCommunication) {
     ASSERT_GE(manual.size(), 6u);
     EXPECT_EQ(manual[1].substr(0, 11), "        41,");
     EXPECT_EQ(manual[2].substr(0, 11), "        42,");
-    EXPECT_EQ(split(manual[2])[3], "  116.4W,");
+    EXPECT_EQ(splitFields(manual[2])[3], "  116.4W,");
     double last = 0;
     for (std::size_t i = 3; i < manual.size(); ++i) {
         const std::string clockText = manual[i].substr(12, 10);
@@ -241,7 +227,7 @@ TEST_F(RecordingTest, DiskFaultsAreReportedAndEarlierLinesKept) {
     const auto kept = readLines(dataFile("kept.txt"));
     ASSERT_GE(kept.size(), 2u);
     for (std::size_t i = 1; i < kept.size(); ++i)
-        EXPECT_EQ(split(kept[i])[3], "  116.4W,") << kept[i];
+        EXPECT_EQ(splitFields(kept[i])[3], "  116.4W,") << kept[i];
 
     // A profile under which no folder can be made.
     const fs::path plain = profile.path() / "plain";

@@ -1,5 +1,6 @@
 #pragma once
 // Helpers of the offscreen window tests.
+#include <QAction>
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
@@ -18,6 +19,14 @@ inline bool waitFor(const std::function<bool()>& condition, int capMs = 8000) {
         QThread::msleep(5);
     }
     return condition();
+}
+
+// The first menu item or action under root with this text (mnemonic "&" included).
+inline QAction* menuItem(QWidget* root, const QString& text) {
+    for (QAction* a : root->findChildren<QAction*>())
+        if (a->text() == text)
+            return a;
+    return nullptr;
 }
 
 // Where screenshots and printed files of the tests go.

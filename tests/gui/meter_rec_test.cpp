@@ -27,15 +27,9 @@ namespace {
 
 using pa::ui::MeterRec;
 
+using pa::testing::menuItem;
 using pa::testing::screenshotPath;
 using pa::testing::waitFor;
-
-QAction* findMenuItem(QWidget* root, const QString& text) {
-    for (QAction* a : root->findChildren<QAction*>())
-        if (a->text() == text)
-            return a;
-    return nullptr;
-}
 
 class MeterRecTest : public ::testing::Test {
   protected:
@@ -69,11 +63,11 @@ TEST_F(MeterRecTest, StartsUpAsksForThePortAndShowsLiveReadings) {
     window.show();
 
     // COM 1 has no device behind it here: refused, the program keeps running.
-    findMenuItem(&window, "COM 1   (ttyUSB0)")->trigger();
+    menuItem(&window, "COM 1   (ttyUSB0)")->trigger();
     EXPECT_EQ(ui.messages.back().text.rfind("COM 1 not available", 0), 0u);
     EXPECT_FALSE(window.timer2().isActive());
 
-    findMenuItem(&window, "COM 2   (simulated instrument)")->trigger();
+    menuItem(&window, "COM 2   (simulated instrument)")->trigger();
     EXPECT_TRUE(window.timer1().isActive());
     EXPECT_TRUE(window.timer2().isActive());
     ASSERT_TRUE(waitFor([&] { return window.panel(pa::live::kW)->text() == " 116.4"; }))
@@ -87,7 +81,7 @@ TEST_F(MeterRecTest, StartsUpAsksForThePortAndShowsLiveReadings) {
     window.grab().save(screenshotPath("meterrec_en.png"));
 
     // Chinese and back; the period list restarts at month each time.
-    findMenuItem(&window, "Chinese")->trigger();
+    menuItem(&window, "Chinese")->trigger();
     EXPECT_EQ(window.windowTitle(), "瓦特計/功率計");
     EXPECT_EQ(window.findChild<QGroupBox*>("Frame_0")->title(), "瓦特(W)");
     auto* period = window.findChild<QComboBox*>("Combo1");
@@ -96,7 +90,7 @@ TEST_F(MeterRecTest, StartsUpAsksForThePortAndShowsLiveReadings) {
     window.grab().save(screenshotPath("meterrec_zh.png"));
     period->setCurrentIndex(2);
     EXPECT_EQ(window.cycle().energy().periodHours(), 8640);
-    findMenuItem(&window, "英文")->trigger();
+    menuItem(&window, "英文")->trigger();
     EXPECT_EQ(window.windowTitle(), "Power Analyzer");
     EXPECT_EQ(period->currentText(), "month");
     EXPECT_EQ(window.cycle().energy().periodHours(), 720);

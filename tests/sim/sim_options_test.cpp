@@ -30,8 +30,11 @@ TEST(SimOptions, GoodCommandLines) {
 }
 
 TEST(SimOptions, LoggerOptions) {
-    const auto p = parseSimOptions({"--records", "1012", "--logger-fault=noetx", "--pace"});
+    const auto p = parseSimOptions(
+        {"--records", "1012", "--logger-fault=noetx", "--pace", "--delay", "400", "--split=250"});
     EXPECT_EQ(p.error, "");
+    EXPECT_EQ(p.options.delayMs, 400);
+    EXPECT_EQ(p.options.splitGapMs, 250);
     EXPECT_EQ(p.options.records, 1012);
     EXPECT_EQ(p.options.loggerFault, LoggerFault::NoEtx);
     EXPECT_TRUE(p.options.pace);
@@ -53,6 +56,8 @@ TEST(SimOptions, BadCommandLinesSayWhatIsWrong) {
         {{"--fault"}, "--fault takes none, silent, garbage or truncated"},
         {{"--records", "1013"}, "--records takes a whole number from 0 to 1012"},
         {{"--records", "-1"}, "--records takes a whole number from 0 to 1012"},
+        {{"--delay", "-5"}, "--delay takes milliseconds from 0 to 60000"},
+        {{"--split", "60001"}, "--split takes milliseconds from 0 to 60000"},
         {{"--logger-fault", "late"},
          "--logger-fault takes none, noreply, badframing, short or noetx"},
     };

@@ -1,6 +1,9 @@
 #pragma once
 // Small helpers for tests that make files: a fresh temporary folder and whole-file reads.
 #include <unistd.h>
+#ifdef __linux__
+#include <sys/fsuid.h>
+#endif
 
 #include <filesystem>
 #include <fstream>
@@ -52,6 +55,42 @@ inline std::vector<std::string> readLines(const std::filesystem::path& path) {
         at = end + 2;
     }
     return lines;
+}
+
+// Drops the file-system privileges of root for this thread while the object lives, so that
+// a test run as root meets file permissions as a user would. Does nothing for other users,
+// who meet them anyway.
+class WithoutPrivileges {
+  public:
+#ifdef __linux__
+    WithoutPrivileges() : root_(::geteuid() == 0) {
+        if (root_)
+            ::setfsuid(kNobody);
+    }
+    ~WithoutPrivileges() {
+        if (root_)
+            ::setfsuid(0);
+    }
+#else
+    WithoutPrivileges() : root_(false) {}
+#endif
+    WithoutPrivileges(const WithoutPrivileges&) = delete;
+    WithoutPrivileges& operator=(const WithoutPrivileges&) = delete;
+
+  private:
+    static constexpr uid_t kNobody = 65534;
+    bool root_;
+};
+
+// A data file line cut after each comma, the comma kept with its field: a record line gives
+// twelve fields, of which the first eleven have fixed widths.
+inline std::vector<std::string> splitFields(const std::string& line) {
+    std::vector<std::string> fields;
+    std::size_t at = 0;
+    for (std::size_t comma; (comma = line.find(',', at)) != std::string::npos; at = comma + 1)
+        fields.push_back(line.substr(at, comma + 1 - at));
+    fields.push_back(line.substr(at));
+    return fields;
 }
 
 } // namespace pa::testing
