@@ -161,11 +161,13 @@ class File {
 };
 
 #ifdef _WIN32
+constexpr int kCreateIfMissing = _O_CREAT;
 constexpr int kCreateFlags = _O_WRONLY | _O_CREAT | _O_TRUNC;
-constexpr int kAppendFlags = _O_WRONLY | _O_CREAT | _O_APPEND;
+constexpr int kAppendFlags = _O_WRONLY | _O_APPEND;
 #else
+constexpr int kCreateIfMissing = O_CREAT;
 constexpr int kCreateFlags = O_WRONLY | O_CREAT | O_TRUNC;
-constexpr int kAppendFlags = O_WRONLY | O_CREAT | O_APPEND;
+constexpr int kAppendFlags = O_WRONLY | O_APPEND;
 #endif
 
 } // namespace
@@ -250,6 +252,13 @@ std::string appendLine(const std::string& path, std::string_view line) {
     bytes.reserve(line.size() + kLineEnd.size());
     bytes.append(line).append(kLineEnd);
     return File(path, kAppendFlags).writeAndClose(bytes);
+}
+
+std::string appendLines(const std::string& path, const std::vector<std::string>& lines) {
+    std::string bytes;
+    for (const std::string& line : lines)
+        bytes.append(line).append(kLineEnd);
+    return File(path, kAppendFlags | kCreateIfMissing).writeAndClose(bytes);
 }
 
 } // namespace pa::datafile

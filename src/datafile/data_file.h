@@ -15,6 +15,7 @@
 // time, so a recording survives a crash or a power cut up to its last line.
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace pa::datafile {
 
@@ -55,11 +56,16 @@ std::string dropCharacters(std::string_view line, int n);
 std::string normaliseFileName(std::string_view typed);
 
 // Creates or truncates the file and writes the header line into it; appends one line to
-// an existing file (creating it when missing). Both open and close the file around the
-// write and flush it to the disk before closing. They return "" on success, or a message
-// naming the file and the system's reason. A line cut short by a failing write is removed
-// again, so every line before it stays whole.
+// an existing file. A recording file that has gone (removed or moved away while recording)
+// is not made again: that would leave records without a header, and the user must learn
+// that the lines are no longer where the program put them. appendLines adds a block of
+// lines at once, creating the file when missing (a download). All of them open and close
+// the file around the write and flush it to the disk before closing. They return "" on
+// success, or a message naming the file and the system's reason. What a failing write cut
+// short is removed again, so every line before it stays whole and the block is all or
+// nothing.
 std::string createWithHeader(const std::string& path, std::string_view period);
 std::string appendLine(const std::string& path, std::string_view line);
+std::string appendLines(const std::string& path, const std::vector<std::string>& lines);
 
 } // namespace pa::datafile

@@ -244,11 +244,11 @@ void Logger::dataDump() {
     const auto last = ui_.input("Last address (0 to 255)", "Data Dump", "95");
     if (!last)
         return;
-    const int from = static_cast<int>(text::leadingNumber(*first));
     std::optional<std::string> bytes;
-    run([&] { bytes = session_.dataDump(from, static_cast<int>(text::leadingNumber(*last))); });
+    run([&] { bytes = session_.dataDump(*first, *last); });
     if (!bytes)
         return;
+    const int from = static_cast<int>(text::leadingNumber(*first)); // 0..255: it was read
     QDialog dialog(this);
     dialog.setObjectName("DataDumpDialog");
     dialog.setWindowTitle("Data Dump");

@@ -1,12 +1,12 @@
 // The Read/Save button: the logger's whole memory in one "U" transfer, then its records into
 // a text file. The file is opened only after the stream has passed its leading and ending
 // byte tests, so a failed transfer never touches it.
+#include "datafile/data_file.h"
 #include "logger/logger_session.h"
 #include "logger/record_converter.h"
 #include "text/leading_number.h"
 
 #include <filesystem>
-#include <fstream>
 
 namespace pa::logger {
 
@@ -117,13 +117,10 @@ bool LoggerSession::writeDownload(const std::string& path, const std::string& st
             }
         });
 
+    // All or nothing: a download that cannot be written whole leaves the file as it was.
     if (!records.lines.empty()) {
-        std::ofstream file(path, std::ios::binary | std::ios::app);
-        for (const std::string& line : records.lines)
-            file << line << "\r\n";
-        file.flush();
-        if (!file) {
-            ex_.warn("Cannot write to the file " + path);
+        if (const std::string error = datafile::appendLines(path, records.lines); !error.empty()) {
+            ex_.warn(error);
             return false;
         }
     }

@@ -333,6 +333,16 @@ void LoggerSession::consoleEnter(const std::string& line) {
     Label1[kConsoleHexLabel] = hexText(static_cast<unsigned char>(reply[1]));
 }
 
+std::optional<std::string> LoggerSession::dataDump(std::string_view first, std::string_view last) {
+    // Clamp before converting: a typed 1e30 must not overflow the conversion to int.
+    const auto address = [](std::string_view typed) {
+        const double n = text::leadingNumber(typed);
+        return n >= 0 && n <= kDumpLastAddress ? static_cast<int>(n) : -1;
+    };
+    const int to = address(last);
+    return dataDump(address(first), to < 0 ? kDumpLastAddress + 1 : to);
+}
+
 std::optional<std::string> LoggerSession::dataDump(int first, int last) {
     if (first < 0 || last > kDumpLastAddress || first > last) {
         ex_.warn("Out of range");

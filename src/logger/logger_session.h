@@ -13,6 +13,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace pa::logger {
@@ -54,6 +55,9 @@ class LoggerSession {
     // Reads addresses first..last one by one (at most 256 bytes: higher addresses fold onto
     // 0..255). Nothing when a read failed (its message has been shown).
     std::optional<std::string> dataDump(int first, int last);
+    // The same from the two typed addresses, read by their leading numbers; a number
+    // outside 0..255 (however large) is refused the same way.
+    std::optional<std::string> dataDump(std::string_view first, std::string_view last);
 
     // Reads the status block byte by byte; nothing when the read was abandoned.
     std::optional<std::string> readStatusBlock();

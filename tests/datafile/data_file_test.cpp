@@ -11,6 +11,7 @@
 
 namespace {
 
+namespace fs = std::filesystem;
 using namespace pa::datafile;
 using pa::testing::readFile;
 using pa::testing::TempFolder;
@@ -128,7 +129,9 @@ TEST(DataFileName, StaysInTheDataFolderAndEndsInTxt) {
 TEST(DataFileWriter, CreatesWithHeaderAndAppendsWholeLines) {
     TempFolder folder;
     const std::string path = (folder.path() / "test.txt").string();
-    ASSERT_EQ(appendLine(path, "old content"), "");
+    EXPECT_NE(appendLine(path, "lost"), "") << "a line is only appended to an existing file";
+    EXPECT_FALSE(fs::exists(path));
+    ASSERT_EQ(appendLines(path, {"old content"}), "") << "a block creates its file";
     ASSERT_EQ(createWithHeader(path, "day"), "");
     EXPECT_EQ(readFile(path), headerLine("day") + "\r\n") << "an existing file is replaced";
     ASSERT_EQ(appendLine(path, "one"), "");
@@ -181,6 +184,17 @@ TEST(DataFileWriter, ALineCutShortByAFullDiskIsTakenBack) {
     EXPECT_EQ(readFile(path), before);
     EXPECT_EQ(appendLine(path, "after"), "");
     EXPECT_EQ(readFile(path), before + "after\r\n");
+
+    // A block of lines is all or nothing: the lines that fitted are taken back too.
+    const std::string whole = readFile(path);
+    std::signal(SIGXFSZ, SIG_IGN);
+    limit.rlim_cur = whole.size() + 30;
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    const std::string blockError = appendLines(path, {"one", "two", std::string(40, 'y')});
+    setrlimit(RLIMIT_FSIZE, &previous);
+    std::signal(SIGXFSZ, previousHandler);
+    EXPECT_NE(blockError.find("File too large"), std::string::npos) << blockError;
+    EXPECT_EQ(readFile(path), whole);
 }
 
 } // namespace

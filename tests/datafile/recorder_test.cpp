@@ -255,27 +255,60 @@ TEST_F(RecorderTest, NoLinesWhileNotRecording) {
     EXPECT_EQ(readLines(dataFile("test.txt")).size(), 1u);
 }
 
-TEST_F(RecorderTest, AFullDiskStopsRecordingAndKeepsTheLines) {
-    ASSERT_TRUE(create("test"));
-    recorder.NowAuto();
-    sample();
-    sample();
-    // The file is moved aside and its name now leads to a full device.
-    const fs::path kept = dataFile("kept.txt");
-    fs::rename(dataFile("test.txt"), kept);
-    fs::create_symlink("/dev/full", dataFile("test.txt"));
-    sample();
-    ASSERT_EQ(ui.messages.size(), 1u);
-    EXPECT_NE(ui.messages[0].text.find(dataFile("test.txt").string()), std::string::npos);
-    EXPECT_NE(ui.messages[0].text.find("No space left on device"), std::string::npos);
-    EXPECT_EQ(ui.messages[0].icon, pa::app::Icon::Exclamation);
-    EXPECT_EQ(recorder.state(), RecordingState::NoFile);
-    EXPECT_FALSE(ui.statusVisible);
-    sample();
-    EXPECT_EQ(ui.messages.size(), 1u) << "one message, then nothing more is written";
-    const auto lines = readLines(kept);
-    ASSERT_EQ(lines.size(), 3u);
-    EXPECT_EQ(lines[2].substr(0, 11), "         1,");
+TEST_F(RecorderTest, DiskFaultsStopRecordingAndKeepTheLines) {
+    const struct {
+        const char* name;
+        std::function<void(const fs::path& file, const fs::path& aside)> strike;
+        const char* reason;
+        bool movedAside; // the lines written are in `aside` afterwards
+    } cases[] = {
+        {"full disk",
+         [](const fs::path& file, const fs::path& aside) {
+             // Moved aside, and the name now leads to a full device.
+             fs::rename(file, aside);
+             fs::create_symlink("/dev/full", file);
+         },
+         "No space left on device", true},
+        {"removed", [](const fs::path& file, const fs::path& aside) { fs::rename(file, aside); },
+         "No such file or directory", true},
+        {"read-only",
+         [](const fs::path& file, const fs::path&) {
+             fs::permissions(file, fs::perms::owner_read | fs::perms::group_read |
+                                       fs::perms::others_read);
+         },
+         "Permission denied", false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        ui.messages.clear();
+        ASSERT_TRUE(create("test"));
+        const fs::path file = dataFile("test.txt"), aside = dataFile("aside.txt");
+        fs::remove(aside);
+        recorder.StartRecording();
+        recorder.NowAuto();
+        sample();
+        sample();
+        c.strike(file, aside);
+        {
+            pa::testing::WithoutPrivileges user; // so that root meets the read-only file too
+            sample();
+        }
+        ASSERT_EQ(ui.messages.size(), 1u);
+        EXPECT_NE(ui.messages[0].text.find(file.string()), std::string::npos);
+        EXPECT_NE(ui.messages[0].text.find(c.reason), std::string::npos) << ui.messages[0].text;
+        EXPECT_EQ(ui.messages[0].icon, pa::app::Icon::Exclamation);
+        EXPECT_EQ(recorder.state(), RecordingState::NoFile);
+        EXPECT_FALSE(ui.statusVisible);
+        sample();
+        EXPECT_EQ(ui.messages.size(), 1u) << "one message, then nothing more is written";
+        const auto lines = readLines(c.movedAside ? aside : file);
+        ASSERT_EQ(lines.size(), 3u);
+        EXPECT_EQ(lines[2].substr(0, 11), "         1,");
+        if (std::string(c.name) == "removed") {
+            EXPECT_FALSE(fs::exists(file)) << "a removed file is not made again, headerless";
+        }
+        fs::remove(file);
+    }
 }
 
 TEST_F(RecorderTest, FailedCreateSaysWhyAndLeavesNoFile) {

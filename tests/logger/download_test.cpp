@@ -4,6 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <csignal>
+#include <sys/resource.h>
+
 namespace {
 
 using namespace pa;
@@ -160,9 +164,35 @@ TEST_F(Download, AFileThatCannotBeWrittenIsSaidSoWithoutAReport) {
     rig.logger().fillRecords(2, pa::testing::quietLoad());
     const std::string bad = dir + "/no such folder/log.txt";
     download(bad);
-    EXPECT_EQ(rig.messages(), std::vector<std::string>{"Cannot write to the file " + bad});
+    EXPECT_EQ(rig.messages(), std::vector<std::string>{"Cannot open the data file " + bad +
+                                                       ": No such file or directory."});
     EXPECT_EQ(rig.live, (std::vector<int>{0, 1}));
     EXPECT_FALSE(rig.ui.statusVisible);
+}
+
+TEST_F(Download, ADiskThatFillsMidwayLeavesTheEarlierDownloadWhole) {
+    rig.logger().fillRecords(300, pa::testing::quietLoad());
+    download(path);
+    const std::string first = pa::testing::readFile(path);
+    ASSERT_EQ(std::count(first.begin(), first.end(), '\n'), 301);
+
+    // Room for a few more lines only: the second download gets part way and is taken back.
+    const auto previousHandler = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit previous{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &previous), 0);
+    rlimit limit = previous;
+    limit.rlim_cur = first.size() + 200;
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    rig.ui.answers.push_back(pa::app::Answer::Yes); // add data to the existing file
+    download(path);
+    setrlimit(RLIMIT_FSIZE, &previous);
+    std::signal(SIGXFSZ, previousHandler);
+
+    ASSERT_EQ(rig.messages().size(), 3u);
+    const std::string error = rig.messages()[2];
+    EXPECT_NE(error.find(path), std::string::npos) << error;
+    EXPECT_NE(error.find("File too large"), std::string::npos) << error;
+    EXPECT_EQ(pa::testing::readFile(path), first) << "the earlier download is untouched";
 }
 
 TEST_F(Download, CancellingTheDialogSendsNothing) {

@@ -190,7 +190,14 @@ TEST(DataDump, ReadsARangeAndFormatsIt) {
               "0000  D4 08 01 00 00 00 20 00 31 31 31 35 31 36 35 38  ...... .11151658\n"
               "0010  30 30                                            00\n");
     EXPECT_EQ(rig.session.dataDump(0, 256), std::nullopt);
-    EXPECT_EQ(rig.messages(), std::vector<std::string>{"Out of range"});
+    // Typed addresses: absurd numbers are refused, not converted.
+    EXPECT_EQ(rig.session.dataDump("1e30", "5"), std::nullopt);
+    EXPECT_EQ(rig.session.dataDump("0", "-1e30"), std::nullopt);
+    EXPECT_EQ(rig.session.dataDump("3", "&HFFFFFFFFFFFF"), std::nullopt);
+    const auto typed = rig.session.dataDump(" 16", "17.9");
+    ASSERT_TRUE(typed);
+    EXPECT_EQ(*typed, bytes->substr(16, 2)) << "leading numbers, fractions dropped";
+    EXPECT_EQ(rig.messages(), std::vector<std::string>(4, "Out of range"));
 }
 
 struct SelfTestRig : pa::testing::LoggerRig {
