@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QString>
+#include <QWidget>
 #include <QThread>
 #include <functional>
 
