@@ -325,6 +325,21 @@ TEST_F(RecorderTest, FailedCreateSaysWhyAndLeavesNoFile) {
     EXPECT_NE(ui.messages.back().text.find("/dev/full: No space left on device"),
               std::string::npos);
     EXPECT_FALSE(recorder.startEnabled());
+
+    // A data folder the user may not write in.
+    recorder.setProfileFolder(profile.str());
+    const fs::path folder = dataFile("");
+    fs::create_directories(folder);
+    fs::permissions(folder, fs::perms::owner_read | fs::perms::owner_exec);
+    {
+        pa::testing::WithoutPrivileges user; // root meets the folder's permissions too
+        EXPECT_FALSE(create("test"));
+    }
+    EXPECT_NE(ui.messages.back().text.find((folder / "test.txt").string() + ": Permission denied"),
+              std::string::npos)
+        << ui.messages.back().text;
+    EXPECT_EQ(recorder.state(), RecordingState::NoFile);
+    fs::permissions(folder, fs::perms::owner_all);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // The download: time stamps, record conversion, and Read_All against the simulated logger.
 #include "logger/record_converter.h"
 #include "logger_rig.h"
+#include "support/test_files.h"
 
 #include <gtest/gtest.h>
 
@@ -162,12 +163,29 @@ TEST_F(Download, FailedTransfersLeaveTheFileUntouched) {
 
 TEST_F(Download, AFileThatCannotBeWrittenIsSaidSoWithoutAReport) {
     rig.logger().fillRecords(2, pa::testing::quietLoad());
-    const std::string bad = dir + "/no such folder/log.txt";
-    download(bad);
-    EXPECT_EQ(rig.messages(), std::vector<std::string>{"Cannot open the data file " + bad +
-                                                       ": No such file or directory."});
-    EXPECT_EQ(rig.live, (std::vector<int>{0, 1}));
-    EXPECT_FALSE(rig.ui.statusVisible);
+    const std::string readOnly = dir + "/read-only";
+    fs::create_directories(readOnly);
+    fs::permissions(readOnly, fs::perms::owner_read | fs::perms::owner_exec);
+    const struct {
+        std::string path;
+        const char* reason;
+    } cases[] = {
+        {dir + "/no such folder/log.txt", "No such file or directory"},
+        {readOnly + "/log.txt", "Permission denied"},
+    };
+    for (const auto& c : cases) {
+        rig.ui.messages.clear();
+        rig.live.clear();
+        {
+            pa::testing::WithoutPrivileges user; // root meets the folder's permissions too
+            download(c.path);
+        }
+        EXPECT_EQ(rig.messages(), std::vector<std::string>{"Cannot open the data file " + c.path +
+                                                           ": " + c.reason + "."});
+        EXPECT_EQ(rig.live, (std::vector<int>{0, 1}));
+        EXPECT_FALSE(rig.ui.statusVisible);
+        EXPECT_FALSE(fs::exists(c.path));
+    }
 }
 
 TEST_F(Download, ADiskThatFillsMidwayLeavesTheEarlierDownloadWhole) {
