@@ -170,15 +170,11 @@ TEST(DataFileWriter, ALineCutShortByAFullDiskIsTakenBack) {
     const std::string before = readFile(path);
 
     // A file size limit a few bytes past the end: the next line gets only part way.
-    const auto previousHandler = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit previous{};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &previous), 0);
-    rlimit limit = previous;
-    limit.rlim_cur = before.size() + 5;
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-    const std::string error = appendLine(path, std::string(100, 'x'));
-    setrlimit(RLIMIT_FSIZE, &previous);
-    std::signal(SIGXFSZ, previousHandler);
+    std::string error;
+    {
+        pa::testing::FileSizeLimit full(before.size() + 5);
+        error = appendLine(path, std::string(100, 'x'));
+    }
 
     EXPECT_NE(error.find(path), std::string::npos) << error;
     EXPECT_EQ(readFile(path), before);
@@ -187,12 +183,11 @@ TEST(DataFileWriter, ALineCutShortByAFullDiskIsTakenBack) {
 
     // A block of lines is all or nothing: the lines that fitted are taken back too.
     const std::string whole = readFile(path);
-    std::signal(SIGXFSZ, SIG_IGN);
-    limit.rlim_cur = whole.size() + 30;
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-    const std::string blockError = appendLines(path, {"one", "two", std::string(40, 'y')});
-    setrlimit(RLIMIT_FSIZE, &previous);
-    std::signal(SIGXFSZ, previousHandler);
+    std::string blockError;
+    {
+        pa::testing::FileSizeLimit full(whole.size() + 30);
+        blockError = appendLines(path, {"one", "two", std::string(40, 'y')});
+    }
     EXPECT_NE(blockError.find("File too large"), std::string::npos) << blockError;
     EXPECT_EQ(readFile(path), whole);
 }

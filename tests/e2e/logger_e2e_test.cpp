@@ -1,16 +1,8 @@
 // The datalogger through the real serial path: QSerialPort on the simulator's
 // pseudo-terminal, with the protocol's real pauses.
-#include "app/meter_link.h"
-#include "logger/logger_session.h"
-#include "logger/self_test.h"
+#include "e2e/logger_pty_rig.h"
 #include "logger/settings_encoding.h"
-#include "pty_host.h"
-#include "qt/qt_clock.h"
-#include "qt/qt_port.h"
-#include "support/scripted_ui.h"
 
-#include <QCoreApplication>
-#include <QDir>
 #include <QFile>
 #include <chrono>
 #include <gtest/gtest.h>
@@ -18,33 +10,7 @@
 
 namespace {
 
-struct LoggerOverPty : ::testing::Test {
-    pa::sim::PtyHost sim{pa::sim::Load{230, 0.55, 0.92, 50, 0}};
-    pa::qt::QtPort port;
-    pa::qt::QtClock clock;
-    pa::testing::ScriptedUi ui;
-    pa::app::ProgramState state;
-    pa::app::MeterLink link{port, clock, ui, state};
-    pa::logger::LoggerExchange exchange{port, clock, ui, state};
-    QString folder =
-        QDir::tempPath() + "/pa_logger_e2e_" + QString::number(QCoreApplication::applicationPid());
-    pa::logger::LoggerSession session{exchange, [this](int on) { link.SetLiveSampling(on); },
-                                      [this] { return folder.toStdString(); }};
-
-    void SetUp() override {
-        ASSERT_TRUE(sim.start());
-        link.setWorkingFolder(::testing::TempDir());
-        ASSERT_TRUE(link.SelectPortByName(sim.devicePath()));
-        state.baudCode = 9;
-        QDir(folder).removeRecursively();
-        QDir().mkpath(folder);
-    }
-    template <typename F> auto onLogger(F f) {
-        decltype(f(std::declval<pa::sim::LoggerModel&>())) result{};
-        sim.withInstrument([&](pa::sim::Instrument& m) { result = f(m.logger()); });
-        return result;
-    }
-};
+struct LoggerOverPty : ::testing::Test, pa::testing::LoggerRigOverPty {};
 
 TEST_F(LoggerOverPty, StatusModeSettingsAndSelfTest) {
     onLogger([](auto& l) { return l.fillRecords(3, pa::sim::Load{}); });
@@ -68,11 +34,10 @@ TEST_F(LoggerOverPty, StatusModeSettingsAndSelfTest) {
               }),
               "0225200600");
 
-    pa::logger::SelfTest test(exchange, [this](int on) { link.SetLiveSampling(on); });
-    test.diag_read();
-    EXPECT_EQ(test.results[1], "OK");
-    EXPECT_EQ(test.results[5], "None");
-    EXPECT_EQ(test.verdict[1], "PASS");
+    selfTest.diag_read();
+    EXPECT_EQ(selfTest.results[1], "OK");
+    EXPECT_EQ(selfTest.results[5], "None");
+    EXPECT_EQ(selfTest.verdict[1], "PASS");
     EXPECT_EQ(ui.messages.size(), 1u) << "only the Max note";
     EXPECT_TRUE(link.sampling());
 }
@@ -80,7 +45,7 @@ TEST_F(LoggerOverPty, StatusModeSettingsAndSelfTest) {
 TEST_F(LoggerOverPty, DownloadOfAFullMemory) {
     const int records = onLogger([](auto& l) { return l.fillRecords(5000, pa::sim::Load{}); });
     ASSERT_EQ(records, pa::sim::kLoggerCapacity);
-    const std::string path = (folder + "/full.txt").toStdString();
+    const std::string path = folder.str() + "/full.txt";
     ui.files.push_back(path);
     session.Read_All();
     ASSERT_EQ(ui.messages.size(), 1u);
@@ -103,7 +68,7 @@ TEST_F(LoggerOverPty, InstrumentUnpluggedMidDownloadWritesNoFile) {
         return filled;
     });
     sim.setPaceToBaud(true); // 8.5 s on the wire: time enough to pull the plug
-    const std::string path = (folder + "/cut.txt").toStdString();
+    const std::string path = folder.str() + "/cut.txt";
     ui.files.push_back(path);
     // The state query takes about 0.7 s and the stream 8.5 s after it: pull the plug in
     // the middle of the stream.

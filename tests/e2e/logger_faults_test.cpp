@@ -3,14 +3,8 @@
 // instrument. Each shows its message and nothing else, leaves no file behind where the
 // transfer failed, hands the port back to the live readings, and the next exchange works
 // once the fault is gone.
-#include "app/meter_link.h"
+#include "e2e/logger_pty_rig.h"
 #include "gui/gui_support.h"
-#include "logger/logger_session.h"
-#include "logger/self_test.h"
-#include "pty_host.h"
-#include "qt/qt_clock.h"
-#include "qt/qt_port.h"
-#include "support/scripted_ui.h"
 #include "support/test_files.h"
 
 #include <gtest/gtest.h>
@@ -21,43 +15,7 @@
 namespace {
 
 using pa::sim::LoggerFault;
-
-struct LoggerRigOverPty {
-    LoggerRigOverPty() {
-        EXPECT_TRUE(sim.start());
-        link.setWorkingFolder(folder.str());
-        EXPECT_TRUE(link.SelectPortByName(sim.devicePath()));
-        state.baudCode = 9;
-        sim.withInstrument([](pa::sim::Instrument& i) { i.logger().fillRecords(40, {}); });
-    }
-    void setFault(LoggerFault fault, int replies = -1, int after = 0) {
-        sim.withInstrument(
-            [=](pa::sim::Instrument& i) { i.logger().setFault(fault, replies, after); });
-    }
-    std::vector<std::string> messages() const {
-        std::vector<std::string> texts;
-        for (const auto& m : ui.messages)
-            texts.push_back(m.text);
-        return texts;
-    }
-    std::string file() const { return folder.str() + "/download.txt"; }
-    void download() {
-        ui.files.push_back(file());
-        session.Read_All();
-    }
-
-    pa::testing::TempFolder folder;
-    pa::sim::PtyHost sim{pa::sim::Load{230, 0.55, 0.92, 50, 0}};
-    pa::qt::QtPort port;
-    pa::qt::QtClock clock;
-    pa::testing::ScriptedUi ui;
-    pa::app::ProgramState state;
-    pa::app::MeterLink link{port, clock, ui, state};
-    pa::logger::LoggerExchange exchange{port, clock, ui, state};
-    pa::logger::LoggerSession session{exchange, [this](int on) { link.SetLiveSampling(on); },
-                                      [this] { return folder.str(); }};
-    pa::logger::SelfTest selfTest{exchange, [this](int on) { link.SetLiveSampling(on); }};
-};
+using pa::testing::LoggerRigOverPty;
 
 struct LoggerFaultCase {
     const char* name;
@@ -139,6 +97,7 @@ class LoggerFaults : public ::testing::TestWithParam<LoggerFaultCase> {};
 TEST_P(LoggerFaults, SayWhatWentWrongAndGiveThePortBack) {
     const LoggerFaultCase& c = GetParam();
     LoggerRigOverPty r;
+    r.onLogger([](auto& l) { return l.fillRecords(40, {}); });
     ASSERT_TRUE(pa::testing::waitFor([&] { return r.sim.framesSent() == 1; }, 3000))
         << "opening the port asks for the first frame";
     c.inject(r);

@@ -6,8 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <csignal>
-#include <sys/resource.h>
 
 namespace {
 
@@ -195,16 +193,11 @@ TEST_F(Download, ADiskThatFillsMidwayLeavesTheEarlierDownloadWhole) {
     ASSERT_EQ(std::count(first.begin(), first.end(), '\n'), 301);
 
     // Room for a few more lines only: the second download gets part way and is taken back.
-    const auto previousHandler = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit previous{};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &previous), 0);
-    rlimit limit = previous;
-    limit.rlim_cur = first.size() + 200;
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
     rig.ui.answers.push_back(pa::app::Answer::Yes); // add data to the existing file
-    download(path);
-    setrlimit(RLIMIT_FSIZE, &previous);
-    std::signal(SIGXFSZ, previousHandler);
+    {
+        pa::testing::FileSizeLimit full(first.size() + 200);
+        download(path);
+    }
 
     ASSERT_EQ(rig.messages().size(), 3u);
     const std::string error = rig.messages()[2];

@@ -1,10 +1,13 @@
 #pragma once
 // Small helpers for tests that make files: a fresh temporary folder and whole-file reads.
+#include <sys/resource.h>
 #include <unistd.h>
 #ifdef __linux__
 #include <sys/fsuid.h>
 #endif
 
+#include <csignal>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -80,6 +83,28 @@ class WithoutPrivileges {
   private:
     static constexpr uid_t kNobody = 65534;
     bool root_;
+};
+
+// A disk that fills: while the object lives, no file of this process may grow past `bytes`
+// (a write past it fails with "File too large" instead of killing the process).
+class FileSizeLimit {
+  public:
+    explicit FileSizeLimit(std::uint64_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+        ::getrlimit(RLIMIT_FSIZE, &previous_);
+        rlimit limit = previous_;
+        limit.rlim_cur = bytes;
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FileSizeLimit() {
+        ::setrlimit(RLIMIT_FSIZE, &previous_);
+        std::signal(SIGXFSZ, handler_);
+    }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+  private:
+    void (*handler_)(int);
+    rlimit previous_{};
 };
 
 // A data file line cut after each comma, the comma kept with its field: a record line gives
