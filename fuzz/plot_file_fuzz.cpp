@@ -1,10 +1,15 @@
 // Arbitrary file contents through the plot loader: the size probe and format check, every
-// quantity over the whole file, a zoom range and the statistics of what was loaded. The
-// loader reads files by path, so each input is written to a scratch file first (in memory
-// under /dev/shm where there is one, to keep the file system out of the way).
+// quantity over the whole file, a zoom range and the statistics of what was loaded; then the
+// plot window's document on the same file, with the first two lines of the input typed into
+// its zoom and Y scale boxes, its axis labels and its statistics. The loader reads files by
+// path, so each input is written to a scratch file first (in memory under /dev/shm where
+// there is one, to keep the file system out of the way).
 #include "plot/plot_columns.h"
+#include "plot/plot_document.h"
 #include "plot/plot_loader.h"
+#include "support/scripted_ui.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -40,5 +45,25 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (const auto range = pa::plot::loadRange(path, quantity, start, start + 40))
         for (const auto& set : range->sets)
             pa::plot::statistics(set);
+
+    const std::string text(reinterpret_cast<const char*>(data), size);
+    const std::size_t firstEnd = std::min(text.find('\n'), size);
+    const std::string first = text.substr(0, firstEnd);
+    const std::string second = firstEnd < size ? text.substr(firstEnd + 1, 16) : std::string();
+    pa::testing::ScriptedUi ui;
+    ui.answers = {pa::app::Answer::Yes}; // plot a file that fails the format check
+    pa::plot::PlotDocument document(ui);
+    document.setFileName(path);
+    document.SelectData(static_cast<int>(size % pa::plot::kQuantities.size()));
+    ui.inputs = {first, second, second, first};
+    document.ZoomIn();
+    document.set_scale(1);
+    document.set_scale(2);
+    document.yTicks();
+    document.xLabels();
+    document.set_x_label(1);
+    document.xLabels();
+    document.StatOption();
+    document.currentStatistics();
     return 0;
 }
