@@ -1,9 +1,11 @@
 // Arbitrary file contents through the plot loader: the size probe and format check, every
 // quantity over the whole file, a zoom range and the statistics of what was loaded; then the
 // plot window's document on the same file, with the first two lines of the input typed into
-// its zoom and Y scale boxes, its axis labels and its statistics. The loader reads files by
+// its zoom and Y scale boxes, its axis labels and its statistics; and the file viewer's line
+// index, scanned in small steps and read back in pages. The readers take files by
 // path, so each input is written to a scratch file first (in memory under /dev/shm where
 // there is one, to keep the file system out of the way).
+#include "datafile/line_index.h"
 #include "plot/plot_columns.h"
 #include "plot/plot_document.h"
 #include "plot/plot_loader.h"
@@ -33,6 +35,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     std::fwrite(data, 1, size, f);
     std::fclose(f);
+
+    pa::datafile::LineIndex index;
+    if (index.open(path).empty()) {
+        while (!index.indexMore(64)) {
+        }
+        const std::uint64_t lines = index.lineCount();
+        for (std::uint64_t first = 0; first <= lines; first += 300)
+            index.lines(first, 300);
+        index.lines(lines > 0 ? lines - 1 : 0, 5);
+    }
 
     const auto probe = pa::plot::probeFile(path);
     if (!probe)
