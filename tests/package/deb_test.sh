@@ -30,7 +30,8 @@ field() { dpkg-deb -f "$deb" "$1"; }
 [ "$(field Version)" = "$version" ] || fail "Version: $(field Version)"
 [ "$(field Section)" = electronics ] || fail "Section: $(field Section)"
 [ "$(field Maintainer)" = "Power Analyzer developers" ] || fail "Maintainer: $(field Maintainer)"
-[ "$(field Recommends)" = xdg-utils ] || fail "Recommends: $(field Recommends)"
+[ "$(field Recommends)" = "xdg-utils, fonts-wqy-microhei | fonts-noto-cjk" ] ||
+    fail "Recommends: $(field Recommends)"
 depends=$(field Depends)
 for package in qt6-qpa-plugins libqt6core6 libqt6gui6 libqt6widgets6 libqt6serialport6 \
     libqt6charts6 libqt6printsupport6 libc6; do
