@@ -3,12 +3,14 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QFontMetricsF>
 #include <QImage>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextFrame>
 #include <QTextTable>
 #include <QUrl>
+#include <algorithm>
 #include <vector>
 
 namespace pa::manual {
@@ -17,6 +19,8 @@ namespace {
 // Sizes in points; lengths of borders, paddings and margins in layout units (1/96 inch).
 constexpr qreal kBodyPoints = 10;
 constexpr qreal kCodePoints = 8.5;
+constexpr qreal kCodeMinPoints = 6.5;
+constexpr qreal kCodeSideMargin = 6;
 constexpr qreal kHeadingPoints[] = {0, 20, 15, 12, 11, 10, 10}; // by level, 1..6
 constexpr qreal kHeadingAbove[] = {0, 0, 22, 14, 10, 8, 8};
 constexpr qreal kHeadingBelow[] = {0, 14, 8, 6, 4, 4, 4};
@@ -77,8 +81,10 @@ void styleBlocks(QTextDocument& doc) {
             chars.setFontFamilies(codeFamilies());
             chars.setFontPointSize(kCodePoints);
             block.setBackground(kCodeColour);
-            block.setLeftMargin(6);
-            block.setRightMargin(6);
+            // A line still too long after fitCodeToColumn wraps rather than runs off the page.
+            block.setNonBreakableLines(false);
+            block.setLeftMargin(kCodeSideMargin);
+            block.setRightMargin(kCodeSideMargin);
             // Code lines run together; only the last one of a block has the space below.
             const bool last = !b.next().isValid() || !isCodeBlock(b.next());
             block.setBottomMargin(last ? kParagraphBelow : 0);
@@ -114,6 +120,36 @@ void styleBlocks(QTextDocument& doc) {
             code.setFontPointSize(kCodePoints + 0.5);
             cursor.mergeCharFormat(code);
         }
+    }
+}
+
+// Sets the code of each fenced block in a smaller size when its longest line would not fit
+// the column at the usual size, so that commands stay on one line where that can be read.
+void fitCodeToColumn(QTextDocument& doc, qreal columnWidth) {
+    QImage points(1, 1, QImage::Format_RGB32); // measures in points: 72 dots per inch
+    points.setDotsPerMeterX(qRound(72 / 0.0254));
+    points.setDotsPerMeterY(qRound(72 / 0.0254));
+    QFont code;
+    code.setFamilies(codeFamilies());
+    code.setPointSizeF(kCodePoints);
+    const QFontMetricsF metrics(code, &points);
+    const qreal room = columnWidth - 2 * kCodeSideMargin / kUnitsPerPoint;
+    QTextCursor cursor(&doc);
+    for (QTextBlock b = doc.begin(); b.isValid(); b = b.next()) {
+        if (!isCodeBlock(b))
+            continue;
+        const QTextBlock first = b;
+        qreal widest = 0;
+        for (; b.next().isValid() && isCodeBlock(b.next()); b = b.next())
+            widest = std::max(widest, metrics.horizontalAdvance(b.text()));
+        widest = std::max(widest, metrics.horizontalAdvance(b.text()));
+        if (widest <= room)
+            continue;
+        QTextCharFormat smaller;
+        smaller.setFontPointSize(std::max(kCodeMinPoints, kCodePoints * room / widest));
+        cursor.setPosition(first.position());
+        cursor.setPosition(b.position() + b.length() - 1, QTextCursor::KeepAnchor);
+        cursor.mergeCharFormat(smaller);
     }
 }
 
@@ -247,6 +283,7 @@ LoadResult loadMarkdown(const QString& path, qreal columnWidth) {
         return result;
     }
     styleBlocks(*doc);
+    fitCodeToColumn(*doc, columnWidth);
     styleTables(doc->rootFrame());
     result.title = firstTitle(*doc);
     result.document = std::move(doc);
