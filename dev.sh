@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Developer commands: run, test, sanitize, bench, fuzz. See README.md.
+# Developer commands: run, test, sanitize, shots, bench, fuzz. See README.md.
 set -euo pipefail
 cd "$(dirname "$0")"
 
 PACKAGES=(g++ cmake ninja-build qt6-base-dev qt6-serialport-dev qt6-charts-dev libqt6opengl6-dev
-          libgtest-dev libgmock-dev libbenchmark-dev fonts-noto-cjk)
+          libgtest-dev libgmock-dev libbenchmark-dev fonts-noto-cjk dpkg-dev)
 FUZZ_PACKAGES=(clang-14 libclang-rt-14-dev)
 JOBS=${JOBS:-$(nproc)}
 
@@ -52,6 +52,18 @@ test)
     export QT_QPA_PLATFORM=${QT_QPA_PLATFORM:-offscreen}
     ctest --test-dir build --output-on-failure -j "$JOBS" "$@"
     ;;
+shots)
+    # Re-grabs the manual's pictures from the windows and puts them in docs/manual/images.
+    install_missing "${PACKAGES[@]}"
+    configure build RelWithDebInfo -DPA_BUILD_TESTS=ON
+    cmake --build build -j "$JOBS" --target qt_tests
+    rm -rf build/screenshots/manual
+    QT_QPA_PLATFORM=${QT_QPA_PLATFORM:-offscreen} build/tests/qt_tests \
+        --gtest_filter='ManualScreenshots.*'
+    mkdir -p docs/manual/images
+    cp build/screenshots/manual/*.png docs/manual/images/
+    ls -l docs/manual/images
+    ;;
 bench)
     install_missing "${PACKAGES[@]}"
     configure build-release Release -DPA_BUILD_BENCH=ON -DPA_BUILD_TESTS=OFF
@@ -87,7 +99,7 @@ fuzz)
     done
     ;;
 *)
-    echo "usage: ./dev.sh run|test|sanitize|bench|fuzz [seconds]"
+    echo "usage: ./dev.sh run|test|sanitize|shots|bench|fuzz [seconds]"
     exit 2
     ;;
 esac

@@ -42,6 +42,7 @@ const Command kCommands[] = {
      "logger (status | download --out FILE | read ADDRESS | write ADDRESS VALUE |\n"
      "          set id|clock|sampling|output VALUE | mode normal|max|min | selftest start|read)\n"
      "          (--port PATH | --simulate)"},
+    {"manual", manualCommand, "manual"},
 };
 
 void printUsage(std::FILE* to) {

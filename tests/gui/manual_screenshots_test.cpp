@@ -1,0 +1,225 @@
+// The pictures of the user manual: each window in the state the manual describes, grabbed
+// offscreen into the build's screenshots/manual folder. `./dev.sh shots` runs these tests and
+// copies the pictures into docs/manual/images.
+#include "gui_support.h"
+#include "inprocess_port.h"
+#include "logger/Logger.h"
+#include "logger/diag.h"
+#include "pfimprove/ImprovePF.h"
+#include "plot/PlotFile.h"
+#include "pty_host.h"
+#include "qt/qt_clock.h"
+#include "qt/qt_port.h"
+#include "support/data_file_writer.h"
+#include "support/fake_clock.h"
+#include "support/scripted_ui.h"
+#include "support/test_files.h"
+#include "ui/MeterRec.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QImage>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPushButton>
+#include <QSet>
+#include <cmath>
+#include <filesystem>
+#include <gtest/gtest.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using pa::testing::waitFor;
+
+// Saves a grab of the window as docs/manual/images expects it, after checking that it is a
+// picture of a window and not an empty or blank one.
+void saveShot(QWidget& window, const char* name) {
+    QApplication::processEvents();
+    const QImage image = window.grab().toImage();
+    ASSERT_FALSE(image.isNull()) << name;
+    EXPECT_GE(image.width(), 300) << name;
+    EXPECT_GE(image.height(), 150) << name;
+    EXPECT_LE(image.width(), 1400) << name << ": keep the pictures at window size";
+    EXPECT_LE(image.height(), 1000) << name;
+    QSet<QRgb> colours; // a drawn window has text, frames and fields, not one flat colour
+    for (int y = 0; y < image.height(); y += 3)
+        for (int x = 0; x < image.width(); x += 3)
+            colours.insert(image.pixel(x, y));
+    EXPECT_GT(colours.size(), 20) << name << " looks blank";
+    const QString folder = PA_TEST_OUTPUT_DIR "/manual";
+    ASSERT_TRUE(QDir().mkpath(folder));
+    ASSERT_TRUE(image.save(folder + "/" + name, "PNG", 0)) << name; // 0: smallest file
+}
+
+QAction* menuItem(QWidget* root, const QString& text) {
+    for (QAction* a : root->findChildren<QAction*>())
+        if (a->text() == text)
+            return a;
+    return nullptr;
+}
+
+void enter(QLineEdit* box, const QString& text) {
+    box->setText(text);
+    emit box->returnPressed();
+}
+
+double shownNumber(const QLabel* panel) {
+    return panel->text().trimmed().toDouble();
+}
+
+// The main window on the simulated instrument measuring a household load, with a cost
+// estimate; from it the Improve PF window, a short recording and the file viewer.
+TEST(ManualScreenshots, MainWindowImprovePfAndViewer) {
+    pa::sim::Load load;
+    load.volts = 230;
+    load.amps = 2.6;
+    load.powerFactor = 0.78;
+    load.noise = 0;
+    pa::sim::PtyHost sim(load);
+    ASSERT_TRUE(sim.start());
+    pa::testing::TempFolder profile;
+    const QByteArray savedHome = qgetenv("HOME");
+    qputenv("HOME", profile.str().c_str()); // the data folder goes in here
+    const fs::path workDir = fs::current_path();
+    fs::current_path(profile.path()); // and commport.dat here
+
+    pa::app::ProgramState state;
+    pa::qt::QtPort port;
+    pa::qt::QtClock clock;
+    pa::testing::ScriptedUi ui;
+    pa::ui::MeterRec window(state, port, clock, ui);
+    window.setPorts({{"ttyUSB0", sim.devicePath(), true}}, false);
+    window.startup();
+    window.show();
+    menuItem(&window, "COM 1   (ttyUSB0)")->trigger();
+    enter(window.findChild<QLineEdit*>("set_d_per_kwh"), "0.25");
+    enter(window.findChild<QLineEdit*>("set_hrs_per_day"), "6");
+    ASSERT_TRUE(waitFor([&] { return !window.panel(pa::live::kKWH)->text().isEmpty(); }));
+    ASSERT_TRUE(waitFor([&] { return !window.cycle().readouts().clockText.empty(); }));
+    EXPECT_NEAR(shownNumber(window.panel(pa::live::kW)), 230 * 2.6 * 0.78, 0.5);
+    EXPECT_NEAR(shownNumber(window.panel(pa::live::kPF)), 0.78, 0.001);
+
+    // Improve PF: Get Hz, then a target PF of 0.95.
+    window.findChild<QAction*>("showPF")->trigger();
+    pa::pfimprove::ImprovePF* pf = window.improvePF();
+    ASSERT_TRUE(pf && pf->isVisible());
+    pf->box(0)->setText("0.95");
+    QKeyEvent press(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, "\r");
+    QApplication::sendEvent(pf->box(0), &press);
+    EXPECT_TRUE(pf->box(5)->text().endsWith("F")) << pf->box(5)->text().toStdString();
+    saveShot(*pf, "improvepf.png");
+    pf->findChild<QPushButton*>("Exit_Improve_PF")->click();
+
+    // The main window now with the frequency Get Hz measured.
+    EXPECT_EQ(window.panel(pa::live::kHz)->text(), "50Hz");
+    saveShot(window, "meterrec.png");
+
+    menuItem(&window, "Chinese")->trigger();
+    ASSERT_EQ(window.windowTitle(), "瓦特計/功率計");
+    ASSERT_TRUE(waitFor([&] { return !window.panel(pa::live::kW)->text().isEmpty(); }));
+    saveShot(window, "meterrec-zh.png");
+    menuItem(&window, "英文")->trigger();
+
+    // Eight records at half-second sampling, then File > View File on them.
+    window.cycle().applySamplingTime("0.5");
+    ui.inputs.push_back("kitchen");
+    window.findChild<QAction*>("FileCreate")->trigger();
+    emit window.findChild<QMenu*>("FileStart")->aboutToShow();
+    menuItem(&window, "Now(Auto)")->trigger();
+    ASSERT_TRUE(waitFor([&] { return window.recorder().recordsWritten() == 8; }, 12000));
+    window.findChild<QAction*>("FileEnd")->trigger();
+    const fs::path recorded = profile.path() / "Documents" / "KV2260" / "kitchen.txt";
+    ASSERT_EQ(pa::testing::readLines(recorded).size(), 9u) << "a header and eight records";
+    ui.files.push_back(recorded.string());
+    window.viewFile();
+    pa::ui::VIEW* viewer = window.viewer();
+    ASSERT_TRUE(viewer);
+    viewer->resize(1100, 300);
+    viewer->finishIndexing();
+    saveShot(*viewer, "viewer.png");
+    EXPECT_EQ(viewer->lineView()->shownLines().size(), 9u);
+    viewer->close();
+    EXPECT_TRUE(ui.messages.size() == 1) << "only the start-up request for a port";
+
+    fs::current_path(workDir);
+    qputenv("HOME", savedHome);
+}
+
+// Half an hour of a refrigerator, one record a second: the compressor starts with a surge,
+// runs about six minutes and rests about four.
+std::string refrigeratorFile() {
+    const std::string path = (fs::path(::testing::TempDir()) / "refrigerator.txt").string();
+    pa::testing::DataFileWriter w(path);
+    w.line(pa::testing::headerLine());
+    for (long i = 0; i < 1800; ++i) {
+        const long inCycle = (i + 200) % 600;
+        double watt = 2.5;
+        if (inCycle < 360)
+            watt = 96 + 14 * std::exp(-inCycle / 90.0) + 180 * std::exp(-inCycle / 3.0) +
+                   1.5 * std::sin(i * 0.7);
+        pa::testing::RecordTexts r;
+        r.number = i;
+        r.clock = pa::testing::clockFor(i);
+        r.watt = QString::number(watt, 'f', 1).toStdString();
+        r.cost = "0.0";
+        w.line(pa::testing::recordLine(r));
+    }
+    return path;
+}
+
+TEST(ManualScreenshots, PlotWindowOnARecordedFile) {
+    pa::testing::ScriptedUi ui;
+    pa::plot::PlotFile window(ui);
+    window.resize(1000, 620);
+    window.show();
+    ui.files.push_back(refrigeratorFile());
+    window.openfileforplot();
+    window.SelectData(0);
+    ui.inputs = {"Refrigerator", "Time of day"};
+    window.set_title(2);
+    window.set_title(0);
+    window.set_grid(1);
+    window.StatOption();
+    EXPECT_TRUE(ui.messages.empty()) << ui.messages[0].text;
+    saveShot(window, "plotfile.png");
+}
+
+QString shown(QWidget* root, const char* name) {
+    auto* label = root->findChild<QLabel*>(name);
+    return label ? label->text() : "(missing " + QString(name) + ")";
+}
+
+// The datalogger holding a morning's records, and its self-test results.
+TEST(ManualScreenshots, LoggerAndSelfTest) {
+    pa::sim::Load load{230, 2.6, 0.78, 50, 0};
+    pa::sim::Instrument meter{load};
+    pa::sim::InProcessPort port{meter};
+    pa::testing::FakeClock clock;
+    pa::testing::ScriptedUi ui;
+    pa::app::ProgramState state;
+    pa::ui::MeterRec window{state, port, clock, ui};
+    window.openPort("SIM");
+    ASSERT_TRUE(port.isOpen());
+    meter.logger().fillRecords(240, load);
+
+    window.findChild<QAction*>("datalogger")->trigger();
+    auto* logger = window.findChild<pa::logger::Logger*>("Logger");
+    ASSERT_TRUE(logger);
+    logger->findChild<QPushButton*>("Read_Status")->click();
+    EXPECT_EQ(shown(logger, "Label1_7"), "240");
+    saveShot(*logger, "logger.png");
+
+    meter.logger().setWord(41, 0); // no write failures
+    meter.logger().setWord(43, 0);
+    logger->findChild<QAction*>("show_diag")->trigger();
+    auto* d = logger->findChild<pa::logger::diag*>("diag");
+    ASSERT_TRUE(d);
+    d->findChild<QPushButton*>("diag_read")->click();
+    EXPECT_EQ(shown(d, "Panel2_1"), "PASS");
+    saveShot(*d, "diag.png");
+}
+
+} // namespace

@@ -1,0 +1,67 @@
+#!/usr/bin/env bash
+# cmake --install into a temporary prefix, then the installed programs as a user runs them:
+# the manuals resolve beside the program in lib/poweranalyzer, the terminal monitor reads the
+# simulated instrument, the menu entry and icon are there, and nothing else is installed.
+#   install_test.sh BUILD_DIR
+set -euo pipefail
+build=$1
+prefix=$(mktemp -d)
+trap 'rm -rf "$prefix"' EXIT
+failures=0
+fail() {
+    echo "FAIL: $*"
+    failures=$((failures + 1))
+}
+
+cmake --install "$build" --prefix "$prefix" >/dev/null
+
+help=$prefix/lib/poweranalyzer/help
+expected="English: $help/KV2260-SW-HELP-EN_V6.7.pdf
+French:
+German:
+Spanish: $help/KV2260-SW-AYUDA-ES_V6.7.pdf
+Italian:
+Portuguese:"
+status=0
+got=$("$prefix/bin/poweranalyzer-cli" manual) || status=$?
+[ "$status" -eq 0 ] || fail "manual: exit status $status"
+[ "$got" = "$expected" ] || fail "manual printed:
+$got"
+
+lines=$("$prefix/bin/poweranalyzer-cli" monitor --simulate --count 3)
+[ "$(printf '%s\n' "$lines" | wc -l)" -eq 3 ] || fail "monitor printed:
+$lines"
+while IFS= read -r line; do
+    fields=$(printf '%s' "$line" | awk -F'\t' '{print NF}')
+    [ "$fields" -eq 10 ] || fail "monitor line with $fields fields: $line"
+done <<<"$lines"
+
+for program in poweranalyzer poweranalyzer-cli poweranalyzer-sim; do
+    link=$(readlink "$prefix/bin/$program" || true)
+    [ "$link" = "../lib/poweranalyzer/$program" ] || fail "bin/$program links to '$link'"
+    [ -x "$prefix/lib/poweranalyzer/$program" ] || fail "lib/poweranalyzer/$program missing"
+done
+
+desktop=$prefix/share/applications/poweranalyzer.desktop
+for key in "Type=Application" "Exec=poweranalyzer" "Icon=poweranalyzer" "Terminal=false"; do
+    grep -qx "$key" "$desktop" || fail "$desktop lacks $key"
+done
+grep -q "<svg" "$prefix/share/icons/hicolor/scalable/apps/poweranalyzer.svg" || fail "no icon"
+
+# Exactly these files: no tests, benchmarks or the manual tool.
+installed=$(cd "$prefix" && find . ! -type d | sort)
+wanted="./bin/poweranalyzer
+./bin/poweranalyzer-cli
+./bin/poweranalyzer-sim
+./lib/poweranalyzer/help/KV2260-SW-AYUDA-ES_V6.7.pdf
+./lib/poweranalyzer/help/KV2260-SW-HELP-EN_V6.7.pdf
+./lib/poweranalyzer/poweranalyzer
+./lib/poweranalyzer/poweranalyzer-cli
+./lib/poweranalyzer/poweranalyzer-sim
+./share/applications/poweranalyzer.desktop
+./share/icons/hicolor/scalable/apps/poweranalyzer.svg"
+[ "$installed" = "$wanted" ] || fail "installed files differ:
+$(diff <(echo "$wanted") <(echo "$installed") || true)"
+
+[ "$failures" -eq 0 ] || exit 1
+echo "install: all checks passed"
