@@ -97,8 +97,14 @@ const LiveFault kFaults[] = {
      [](Rig& r) { r.sim->setSplitGap(0); }, Effect::Unharmed},
     {"SlowInstrument", [](Rig& r) { r.sim->setReplyDelay(450); },
      [](Rig& r) { r.sim->setReplyDelay(0); }, Effect::Unharmed},
-    {"CablePulledAndPluggedIn", [](Rig& r) { r.sim->stop(); }, [](Rig& r) { r.startInstrument(); },
-     Effect::NoCom},
+    // The stable name goes with the device, as a by-id link does. (Left in place, it would
+    // point at a freed terminal number that another test process may be given.)
+    {"CablePulledAndPluggedIn",
+     [](Rig& r) {
+         fs::remove(r.link);
+         r.sim->stop();
+     },
+     [](Rig& r) { r.startInstrument(); }, Effect::NoCom},
 };
 
 void PrintTo(const LiveFault& fault, std::ostream* os) {

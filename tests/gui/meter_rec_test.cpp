@@ -155,7 +155,10 @@ TEST_F(MeterRecTest, VanishedPortShowsNoComAndRecoversWhenTheDeviceReturns) {
     ASSERT_TRUE(waitFor([&] { return window.panel(pa::live::kW)->text() == " 116.4"; }));
     const std::size_t messages = ui.messages.size();
 
-    sim->stop(); // the cable is pulled
+    // The cable is pulled: the stable name goes with the device, as a by-id link does (left
+    // in place, it would point at a freed terminal number another test process may get).
+    std::filesystem::remove(link);
+    sim->stop();
     auto* warning = window.findChild<QLabel*>("Warning");
     ASSERT_TRUE(waitFor([&] { return warning->isVisibleTo(&window) && state.noData; }));
     EXPECT_EQ(warning->text(), "NO COM");
