@@ -4,9 +4,10 @@
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QLabel>
 #include <QString>
-#include <QWidget>
 #include <QThread>
+#include <QWidget>
 #include <functional>
 
 namespace pa::testing {
@@ -28,6 +29,12 @@ inline QAction* menuItem(QWidget* root, const QString& text) {
         if (a->text() == text)
             return a;
     return nullptr;
+}
+
+// The text of the label with this object name, or a note that there is none.
+inline QString shown(QWidget* root, const char* name) {
+    auto* label = root->findChild<QLabel*>(name);
+    return label ? label->text() : "(missing " + QString(name) + ")";
 }
 
 // Where screenshots and printed files of the tests go.

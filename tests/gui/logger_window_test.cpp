@@ -1,5 +1,6 @@
 // The datalogger and self-test windows offscreen, opened from the main window, against the
 // in-process simulator on virtual time.
+#include "gui_support.h"
 #include "inprocess_port.h"
 #include "logger/Logger.h"
 #include "logger/diag.h"
@@ -17,10 +18,7 @@
 
 namespace {
 
-QString shown(QWidget* root, const char* name) {
-    auto* label = root->findChild<QLabel*>(name);
-    return label ? label->text() : "(missing " + QString(name) + ")";
-}
+using pa::testing::shown;
 
 struct LoggerWindow : ::testing::Test {
     pa::sim::Load load{230, 0.55, 0.92, 50, 0};

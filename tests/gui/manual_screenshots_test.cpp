@@ -31,6 +31,8 @@
 
 namespace {
 
+using pa::testing::shown;
+
 namespace fs = std::filesystem;
 using pa::testing::waitFor;
 
@@ -185,11 +187,6 @@ TEST(ManualScreenshots, PlotWindowOnARecordedFile) {
     window.StatOption();
     EXPECT_TRUE(ui.messages.empty()) << ui.messages[0].text;
     saveShot(window, "plotfile.png");
-}
-
-QString shown(QWidget* root, const char* name) {
-    auto* label = root->findChild<QLabel*>(name);
-    return label ? label->text() : "(missing " + QString(name) + ")";
 }
 
 // The datalogger holding a morning's records, and its self-test results.
