@@ -29,7 +29,13 @@ install_missing() {
 configure() { # dir build-type extra-args...
     local dir=$1 type=$2
     shift 2
-    cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE="$type" "$@" >/dev/null
+    local launcher=()
+    # ccache, where installed, makes rebuilds in other checkouts of the tree cheap.
+    if command -v ccache >/dev/null; then
+        export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$PWD}
+        launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+    fi
+    cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE="$type" "${launcher[@]}" "$@" >/dev/null
 }
 
 cmd=${1:-help}
