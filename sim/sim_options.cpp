@@ -1,21 +1,26 @@
 #include "sim_options.h"
 
 #include <cerrno>
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <optional>
+#include <string_view>
 
 namespace pa::sim {
 
 namespace {
 
+// Read with from_chars: the simulator runs inside the programs too, where the C library's
+// locale may want a decimal comma.
 std::optional<double> numberOf(const std::string& text) {
-    if (text.empty())
-        return std::nullopt;
-    char* end = nullptr;
-    errno = 0;
-    const double value = std::strtod(text.c_str(), &end);
-    if (*end != '\0' || errno == ERANGE || !std::isfinite(value))
+    std::string_view digits = text;
+    if (!digits.empty() && digits[0] == '+')
+        digits.remove_prefix(1);
+    double value = 0;
+    const auto [end, ec] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+    if (digits.empty() || ec != std::errc() || end != digits.data() + digits.size() ||
+        !std::isfinite(value))
         return std::nullopt;
     return value;
 }

@@ -11,6 +11,7 @@
 #include "plot/PlotFile.h"
 #include "plot/line_reader.h"
 #include "text/leading_number.h"
+#include "text/number_text.h"
 
 #include <cstdio>
 #include <map>
@@ -126,8 +127,7 @@ void printPoints(const plot::PlotDocument& doc) {
     for (int s = 0; s < data.setCount; ++s)
         for (std::size_t i = 0; i < data.sets[s].size(); ++i) {
             const int point = static_cast<int>(i) + 1;
-            char value[40];
-            std::snprintf(value, sizeof value, "%.15g", data.sets[s][i]);
+            const std::string value = text::shortestGeneral(data.sets[s][i]);
             const auto label = labels.find(point);
             out += std::to_string(s + 1) + "," + std::to_string(point) + "," + value + "," +
                    (label == labels.end() ? "" : csvField(label->second)) + "\n";
@@ -170,9 +170,12 @@ int plotCommand(const std::vector<std::string>& args) {
         printPoints(doc);
     if (o.stats) {
         const plot::Statistics s = doc.currentStatistics();
-        std::printf("count %ld\nminimum %.15g\nmaximum %.15g\nmean %.15g\nstandard deviation "
-                    "%.15g\n",
-                    s.count, s.minimum, s.maximum, s.mean, s.standardDeviation);
+        const std::string lines = "count " + std::to_string(s.count) + "\nminimum " +
+                                  text::shortestGeneral(s.minimum) + "\nmaximum " +
+                                  text::shortestGeneral(s.maximum) + "\nmean " +
+                                  text::shortestGeneral(s.mean) + "\nstandard deviation " +
+                                  text::shortestGeneral(s.standardDeviation) + "\n";
+        std::fwrite(lines.data(), 1, lines.size(), stdout);
     }
     if (!o.png.empty() && !window.savePng(QString::fromStdString(o.png), QSize(o.width, o.height)))
         return fail("cannot write " + o.png);

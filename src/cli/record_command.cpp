@@ -12,6 +12,7 @@
 #include "cli/live_session.h"
 #include "datafile/recorder.h"
 #include "text/leading_number.h"
+#include "text/number_text.h"
 
 #include <QCoreApplication>
 #include <cstdio>
@@ -32,12 +33,6 @@ struct RecordOptions {
     std::string price, hours = "0", start = "0";
 };
 
-bool isNumber(const std::string& text) {
-    char* end = nullptr;
-    std::strtod(text.c_str(), &end);
-    return !text.empty() && *end == '\0';
-}
-
 std::string parseRecord(const std::vector<std::string>& args, RecordOptions& o) {
     for (std::size_t i = 0; i < args.size(); ++i) {
         const std::string& a = args[i];
@@ -53,7 +48,7 @@ std::string parseRecord(const std::vector<std::string>& args, RecordOptions& o) 
         } else if (a == "--out") {
             o.out = v;
         } else if (a == "--interval") {
-            if (!isNumber(v) || std::strtod(v.c_str(), nullptr) <= 0)
+            if (text::parseDecimal(v).value_or(0) <= 0)
                 return "--interval takes a number of seconds (0.5, or a whole number)";
             o.interval = v;
         } else if (a == "--count") {

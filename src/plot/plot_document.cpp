@@ -1,10 +1,10 @@
 #include "plot/plot_document.h"
 
 #include "text/leading_number.h"
+#include "text/number_text.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <limits>
 
 namespace pa::plot {
@@ -43,9 +43,7 @@ bool dataRange(const PlotData& data, double& low, double& high) {
 std::string numberText(double value) {
     if (std::isfinite(value) && value == std::floor(value) && std::fabs(value) < 1e15)
         return std::to_string(static_cast<long long>(value));
-    char text[40];
-    std::snprintf(text, sizeof text, "%.15g", value);
-    return text;
+    return text::shortestGeneral(value, 15);
 }
 
 NiceRange niceRange(double low, double high) {

@@ -1,7 +1,8 @@
 #include "text/leading_number.h"
 
+#include "text/number_text.h"
+
 #include <cmath>
-#include <cstdlib>
 #include <string>
 
 namespace pa::text {
@@ -75,11 +76,9 @@ double leadingNumber(std::string_view text) {
         if (j > expStart)
             number += "e" + s.substr(i + 1, j - i - 1);
     }
-    const double value = std::strtod(number.c_str(), nullptr);
-    // An out-of-range exponent must not turn a display text into infinity.
-    if (!std::isfinite(value) || value == 0)
-        return 0;
-    return value;
+    // An out-of-range exponent must not turn a display text into infinity: it reads as 0.
+    const double value = parseDecimal(number).value_or(0);
+    return value == 0 ? 0 : value; // never -0
 }
 
 double roundHalfEven(double value) {

@@ -1,7 +1,8 @@
 #include "text/mask_format.h"
 
+#include "text/number_text.h"
+
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <tuple>
 #include <utility>
@@ -25,11 +26,10 @@ Decimal toDecimal(double magnitude) {
     Decimal d;
     if (magnitude == 0)
         return d;
-    char buf[40];
-    std::snprintf(buf, sizeof buf, "%.*e", kSignificant - 1, magnitude);
+    const std::string buf = scientificText(magnitude, kSignificant - 1);
     // buf is "d.dddddddddddddde[+-]xx"
-    d.digits = std::string(1, buf[0]) + std::string(buf + 2, kSignificant - 1);
-    d.point = std::atoi(buf + kSignificant + 2) + 1;
+    d.digits = buf.substr(0, 1) + buf.substr(2, kSignificant - 1);
+    d.point = std::atoi(buf.c_str() + kSignificant + 2) + 1;
     return d;
 }
 
@@ -213,10 +213,10 @@ std::string formatGeneral(double value) {
         return "?";
     if (value == 0)
         return "0";
-    char buf[40];
-    std::snprintf(buf, sizeof buf, "%.*G", kSignificant, value);
-    std::string s = buf;
-    const auto e = s.find('E');
+    std::string s = shortestGeneral(value, kSignificant);
+    const auto e = s.find('e');
+    if (e != std::string::npos)
+        s[e] = 'E';
     std::string mantissa = s.substr(0, e);
     if (mantissa.find('.') != std::string::npos) {
         while (mantissa.back() == '0')

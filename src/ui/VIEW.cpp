@@ -237,7 +237,9 @@ void VIEW::finishIndexing() {
 }
 
 void VIEW::showProgress() {
-    const QLocale locale;
+    // The captions are English whatever the desktop's language, so the count is grouped the
+    // English way ("12,345") on every machine.
+    const QLocale locale(QLocale::English, QLocale::UnitedStates);
     QString text = locale.toString(static_cast<qulonglong>(index_.lineCount())) + " lines";
     if (!index_.complete() && index_.fileSize() > 0)
         text += QString(", reading the file: %1 %")

@@ -10,6 +10,7 @@
 #include "qt/qt_port.h"
 #include "support/scripted_ui.h"
 #include "support/test_files.h"
+#include "text/leading_number.h"
 
 #include <QComboBox>
 #include <QDate>
@@ -50,7 +51,7 @@ void typeInto(QLineEdit* edit, const QString& text) {
 
 double clockSeconds(const std::string& clock) {
     return std::stoi(clock.substr(0, 2)) * 3600 + std::stoi(clock.substr(3, 2)) * 60 +
-           std::stod(clock.substr(6));
+           pa::text::leadingNumber(clock.substr(6));
 }
 
 std::string today() {

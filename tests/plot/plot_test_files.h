@@ -1,6 +1,7 @@
 #pragma once
 // Data files for the plotting tests, written in a temporary folder.
 #include "support/data_file_writer.h"
+#include "text/mask_format.h"
 
 #include <filesystem>
 #include <functional>
@@ -23,9 +24,7 @@ inline std::string recordsFile(const std::string& name, long n,
         RecordTexts r;
         r.number = i;
         r.clock = clockFor(i);
-        char watt[32];
-        std::snprintf(watt, sizeof watt, "%.1f", wattOf ? wattOf(i) : static_cast<double>(i));
-        r.watt = watt;
+        r.watt = pa::text::formatMask(wattOf ? wattOf(i) : static_cast<double>(i), "0.0");
         r.cost = "0.0";
         w.line(recordLine(r));
     }

@@ -1,0 +1,52 @@
+#include "text/number_text.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+
+namespace {
+
+using namespace pa::text;
+
+TEST(ParseDecimal, OnlyAWholePlainDecimalNumber) {
+    const std::pair<const char*, std::optional<double>> cases[] = {
+        {"230.5", 230.5},
+        {"-1e3", -1000},
+        {"+.5", 0.5},
+        {"5.", 5},
+        {"0.25", 0.25},
+        {"1E-2", 0.01},
+        {"1,5", std::nullopt},
+        {" 1", std::nullopt},
+        {"1 ", std::nullopt},
+        {"", std::nullopt},
+        {"+", std::nullopt},
+        {"++1", std::nullopt},
+        {"+-1", std::nullopt},
+        {"inf", std::nullopt},
+        {"nan", std::nullopt},
+        {"0x10", std::nullopt},
+        {"1e999", std::nullopt},
+        {"12abc", std::nullopt},
+    };
+    for (const auto& [text, expected] : cases)
+        EXPECT_EQ(parseDecimal(text), expected) << '"' << text << '"';
+}
+
+TEST(NumberText, WritesAsTheCLocaleDoes) {
+    const struct {
+        double value;
+        int digits;
+        const char* general; // "%.*g"
+    } cases[] = {
+        {230.5, 15, "230.5"},    {0.1, 15, "0.1"},       {1e-7, 15, "1e-07"},
+        {1.5e20, 15, "1.5e+20"}, {-2.675, 15, "-2.675"}, {1.0 / 3, 4, "0.3333"},
+        {123456, 3, "1.23e+05"}, {0, 15, "0"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(shortestGeneral(c.value, c.digits), c.general) << c.value;
+    EXPECT_EQ(scientificText(1234.56, 3), "1.235e+03");
+    EXPECT_EQ(scientificText(0.000123, 14), "1.23000000000000e-04");
+}
+
+} // namespace
