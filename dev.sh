@@ -1,11 +1,15 @@
 #!/usr/bin/env bash
-# Developer commands: run, test, sanitize, shots, bench, fuzz. See README.md.
+# Developer commands: run, test, sanitize, shots, bench, fuzz, windows. See README.md.
 set -euo pipefail
 cd "$(dirname "$0")"
 
 PACKAGES=(g++ cmake ninja-build qt6-base-dev qt6-serialport-dev qt6-charts-dev libqt6opengl6-dev
           libgtest-dev libgmock-dev libbenchmark-dev fonts-noto-cjk dpkg-dev)
 FUZZ_PACKAGES=(clang-14 libclang-rt-14-dev)
+LOCALE_PACKAGES=(locales)
+WINDOWS_PACKAGES=(g++-mingw-w64-x86-64-posix wine wine64 googletest)
+# Decimal-comma locales the tests run under once more, to prove numbers do not depend on them.
+TEST_LOCALES=(de_DE.UTF-8 es_ES.UTF-8)
 JOBS=${JOBS:-$(nproc)}
 
 install_missing() {
@@ -38,6 +42,69 @@ configure() { # dir build-type extra-args...
     cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE="$type" "${launcher[@]}" "$@" >/dev/null
 }
 
+# Generates the test locales where they are missing (needs root, like installing packages).
+make_test_locales() {
+    install_missing "${LOCALE_PACKAGES[@]}"
+    local missing=()
+    for l in "${TEST_LOCALES[@]}"; do
+        locale -a 2>/dev/null | grep -qix "${l/UTF-8/utf8}" || missing+=("$l")
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+    if [ "$(id -u)" -ne 0 ]; then
+        echo "Missing locales ${missing[*]}: run as root, or add them to /etc/locale.gen and run locale-gen."
+        exit 1
+    fi
+    for l in "${missing[@]}"; do
+        sed -i "s/^# *\($l UTF-8\)/\1/" /etc/locale.gen
+        grep -qx "$l UTF-8" /etc/locale.gen || echo "$l UTF-8" >>/etc/locale.gen
+    done
+    locale-gen >/dev/null
+}
+
+# The tests again under locales that write a decimal comma; they expect the same bytes.
+locale_reruns() { # build-dir
+    local dir=$1
+    echo "== logic tests under LC_ALL=es_ES.UTF-8"
+    LC_ALL=es_ES.UTF-8 ctest --test-dir "$dir" --output-on-failure -j "$JOBS" -E '^(qt|manual|package)\.'
+    echo "== command-line end-to-end tests under LC_ALL=es_ES.UTF-8"
+    LC_ALL=es_ES.UTF-8 ctest --test-dir "$dir" --output-on-failure -j "$JOBS" \
+        -R '^qt\.(CliLocale|LoggerCli|PfCli|ManualCli|RecordCommand|PlotCliTest)\.'
+    echo "== GUI tests under LANG=de_DE.UTF-8"
+    env -u LC_ALL LANG=de_DE.UTF-8 ctest --test-dir "$dir" --output-on-failure -j "$JOBS" -R '^qt\.' \
+        -E '^qt\.(CliLocale|LoggerCli|PfCli|ManualCli|RecordCommand|PlotCliTest|ManualScreenshots)\.'
+}
+
+# Cross-compiles GoogleTest, the logic and its tests for 64-bit Windows with MinGW-w64 and runs
+# the tests under Wine.
+windows_tests() {
+    install_missing "${WINDOWS_PACKAGES[@]}"
+    local dir=build-windows
+    local toolchain=$PWD/cmake/mingw-w64-x86_64.cmake
+    export WINEPREFIX=${WINEPREFIX:-$PWD/$dir/wine}
+    mkdir -p "$WINEPREFIX"
+    if [ ! -f "$dir/googletest/lib/cmake/GTest/GTestConfig.cmake" ]; then
+        echo "== GoogleTest for Windows"
+        cmake -S /usr/src/googletest -B "$dir/googletest-build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+            -DCMAKE_TOOLCHAIN_FILE="$toolchain" -Dgtest_disable_pthreads=OFF \
+            -DCMAKE_INSTALL_PREFIX="$PWD/$dir/googletest" >/dev/null
+        cmake --build "$dir/googletest-build" -j "$JOBS" --target install >/dev/null
+    fi
+    echo "== logic and tests for Windows"
+    configure "$dir/pa" RelWithDebInfo -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DPA_LOGIC_ONLY=ON \
+        -DPA_BUILD_TESTS=ON -DGTest_DIR="$PWD/$dir/googletest/lib/cmake/GTest"
+    # The first start of Wine makes its prefix; do it once, before tests run side by side.
+    # One wineserver stays up for the whole run: started afresh for every test program, it
+    # costs seconds each time.
+    WINESERVER=/usr/lib/wine/wineserver64 # Debian's; elsewhere the one on the PATH
+    [ -x "$WINESERVER" ] || WINESERVER=$(command -v wineserver)
+    "$WINESERVER" -p || true # fails only when one is running already
+    trap '"$WINESERVER" -k >/dev/null 2>&1 || true' EXIT
+    cmake/wine-run cmd /c exit >/dev/null 2>&1 || true
+    cmake --build "$dir/pa" -j "$JOBS"
+    echo "== logic tests under Wine"
+    ctest --test-dir "$dir/pa" --output-on-failure -j "$JOBS" "$@"
+}
+
 cmd=${1:-help}
 shift || true
 case "$cmd" in
@@ -53,10 +120,15 @@ run)
     ;;
 test)
     install_missing "${PACKAGES[@]}"
+    make_test_locales
     configure build RelWithDebInfo -DPA_BUILD_TESTS=ON
     cmake --build build -j "$JOBS"
     export QT_QPA_PLATFORM=${QT_QPA_PLATFORM:-offscreen}
     ctest --test-dir build --output-on-failure -j "$JOBS" "$@"
+    [ $# -eq 0 ] && locale_reruns build
+    ;;
+windows)
+    windows_tests "$@"
     ;;
 shots)
     # Re-grabs the manual's pictures from the windows and puts them in docs/manual/images.
@@ -105,7 +177,7 @@ fuzz)
     done
     ;;
 *)
-    echo "usage: ./dev.sh run|test|sanitize|shots|bench|fuzz [seconds]"
+    echo "usage: ./dev.sh run|test|sanitize|shots|bench|fuzz [seconds]|windows"
     exit 2
     ;;
 esac

@@ -1,13 +1,14 @@
 // poweranalyzer: the desktop program.
-//   --simulate    serve a simulated instrument on a pseudo-terminal, list it in the COM menu
-//                 and open it after start-up
+//   --simulate    serve a simulated instrument (on a pseudo-terminal where the system has
+//                 them, in this process on Windows), list it in the COM menu and open it
+//                 after start-up
 //   --port PATH   open this port after start-up
 #include "app/program_state.h"
-#include "pty_host.h"
 #include "qt/qt_clock.h"
 #include "qt/qt_port.h"
 #include "qt/qt_ui.h"
 #include "qt/system_ports.h"
+#include "simulated_device.h"
 #include "ui/MeterRec.h"
 
 #include <QApplication>
@@ -26,28 +27,30 @@ int main(int argc, char** argv) {
     parser.addHelpOption();
     parser.addVersionOption();
     QCommandLineOption simulate("simulate", "Start a simulated instrument and open it.");
-    QCommandLineOption port("port", "Open this serial port (device path or COMn) at start.",
-                            "PATH");
+    QCommandLineOption portOption("port", "Open this serial port (device path or COMn) at start.",
+                                  "PATH");
     parser.addOption(simulate);
-    parser.addOption(port);
+    parser.addOption(portOption);
     parser.process(app);
 
     pa::app::ProgramState state;
     pa::qt::QtPort serial;
+    pa::sim::PortRouter port(serial); // the system's ports, and a simulated one if asked for
     pa::qt::QtClock clock;
     pa::qt::QtUi ui;
-    pa::ui::MeterRec window(state, serial, clock, ui);
+    pa::ui::MeterRec window(state, port, clock, ui);
     ui.setOwner(&window);
 
     auto ports = pa::qt::listSystemPorts();
-    std::unique_ptr<pa::sim::PtyHost> simulator;
+    std::unique_ptr<pa::sim::SimulatedDevice> simulator;
     if (parser.isSet(simulate)) {
-        simulator = std::make_unique<pa::sim::PtyHost>();
+        simulator = std::make_unique<pa::sim::SimulatedDevice>();
         // A datalogger with something in it, so that Read/Save has records to save.
         simulator->withInstrument(
             [](pa::sim::Instrument& m) { m.logger().fillRecords(10, m.load()); });
-        if (!simulator->start()) {
-            std::fprintf(stderr, "poweranalyzer: could not start the simulated instrument\n");
+        if (!simulator->start(port)) {
+            std::fprintf(stderr, "poweranalyzer: could not start the simulated instrument: %s\n",
+                         simulator->lastError().c_str());
             return 1;
         }
         ports.push_back(
@@ -59,7 +62,7 @@ int main(int argc, char** argv) {
     window.show();
     if (simulator)
         window.openPort(simulator->devicePath());
-    else if (parser.isSet(port))
-        window.openPort(parser.value(port).toStdString());
+    else if (parser.isSet(portOption))
+        window.openPort(parser.value(portOption).toStdString());
     return app.exec();
 }

@@ -1,5 +1,7 @@
 #include "app/commport_file.h"
 
+#include "datafile/data_folder.h"
+
 #include <filesystem>
 #include <fstream>
 
@@ -13,7 +15,7 @@ std::string commPortLine(int portNumber) {
 void writeCommPortFile(const std::string& folder, int portNumber) {
     const std::filesystem::path path = folder.empty()
                                            ? std::filesystem::path("commport.dat")
-                                           : std::filesystem::path(folder) / "commport.dat";
+                                           : datafile::pathFromUtf8(folder) / "commport.dat";
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out << commPortLine(portNumber);
 }

@@ -18,9 +18,9 @@ std::string LiveSession::prepare(const std::string& port, bool simulate) {
     device_ = port;
     if (!simulate)
         return "";
-    simulator_ = std::make_unique<sim::PtyHost>();
-    if (!simulator_->start())
-        return "could not start the simulated instrument";
+    simulator_ = std::make_unique<sim::SimulatedDevice>();
+    if (!simulator_->start(port))
+        return "could not start the simulated instrument: " + simulator_->lastError();
     device_ = simulator_->devicePath();
     return "";
 }

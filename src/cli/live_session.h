@@ -1,12 +1,12 @@
 #pragma once
 // The live cycle without a window, as the sampling subcommands run it: the port (a device
-// or a simulated instrument on a pseudo-terminal), the link, the cycle and its two timers.
+// or the simulated instrument), the link, the cycle and its two timers.
 #include "app/meter_link.h"
 #include "cli/console_ui.h"
 #include "live/live_cycle.h"
-#include "pty_host.h"
 #include "qt/qt_clock.h"
 #include "qt/qt_port.h"
+#include "simulated_device.h"
 
 #include <QTimer>
 #include <functional>
@@ -26,14 +26,15 @@ class LiveSession {
     int run(const std::function<void()>& afterTick, const std::function<void()>& onStop);
 
     app::ProgramState state;
-    qt::QtPort port;
+    qt::QtPort serial;
+    sim::PortRouter port{serial};
     qt::QtClock clock;
     ConsoleUi ui;
     app::MeterLink link{port, clock, ui, state};
     live::LiveCycle cycle{port, clock, ui, state};
 
   private:
-    std::unique_ptr<sim::PtyHost> simulator_;
+    std::unique_ptr<sim::SimulatedDevice> simulator_;
     std::string device_;
     QTimer timer1_, timer2_, stopCheck_;
 };

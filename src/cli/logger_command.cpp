@@ -12,13 +12,14 @@
 #include "app/meter_link.h"
 #include "cli/commands.h"
 #include "cli/console_ui.h"
+#include "datafile/data_folder.h"
 #include "logger/console_parser.h"
 #include "logger/logger_session.h"
 #include "logger/self_test.h"
 #include "logger/settings_encoding.h"
-#include "pty_host.h"
 #include "qt/qt_clock.h"
 #include "qt/qt_port.h"
+#include "simulated_device.h"
 #include "text/leading_number.h"
 #include "text/mask_format.h"
 
@@ -109,18 +110,18 @@ class LoggerRun {
         : link_(port_, clock_, ui_, state_), exchange_(port_, clock_, ui_, state_),
           session_(
               exchange_, [this](int on) { link_.SetLiveSampling(on); },
-              [] { return std::filesystem::current_path().string(); }),
+              [] { return datafile::utf8FromPath(std::filesystem::current_path()); }),
           selfTest_(exchange_, [this](int on) { link_.SetLiveSampling(on); }) {}
 
     int run(const LoggerOptions& o) {
         std::string device = o.port;
         if (o.simulate) {
-            simulator_ = std::make_unique<sim::PtyHost>();
+            simulator_ = std::make_unique<sim::SimulatedDevice>();
             // A logger with something in it, so that a download has records to save.
             simulator_->withInstrument(
                 [](sim::Instrument& m) { m.logger().fillRecords(10, m.load()); });
-            if (!simulator_->start())
-                return fail("could not start the simulated instrument");
+            if (!simulator_->start(port_))
+                return fail("could not start the simulated instrument: " + simulator_->lastError());
             device = simulator_->devicePath();
         }
         if (!link_.SelectPortByName(device))
@@ -235,9 +236,10 @@ class LoggerRun {
         return ui_.warnings ? 1 : 0;
     }
 
-    std::unique_ptr<sim::PtyHost> simulator_;
+    std::unique_ptr<sim::SimulatedDevice> simulator_;
     app::ProgramState state_;
-    qt::QtPort port_;
+    qt::QtPort serial_;
+    sim::PortRouter port_{serial_};
     qt::QtClock clock_;
     LoggerUi ui_;
     app::MeterLink link_;

@@ -60,7 +60,9 @@ class File {
   public:
     File(const std::string& path, int flags) : path_(path) {
 #ifdef _WIN32
-        fd_ = ::_wopen(pathFromUtf8(path).c_str(), flags | _O_BINARY, _S_IREAD | _S_IWRITE);
+        // _O_NOINHERIT: a program started meanwhile must not hold the file open.
+        fd_ = ::_wopen(pathFromUtf8(path).c_str(), flags | _O_BINARY | _O_NOINHERIT,
+                       _S_IREAD | _S_IWRITE);
 #else
         fd_ = ::open(path.c_str(), flags | O_CLOEXEC, 0666);
 #endif
@@ -134,7 +136,7 @@ class File {
     }
     bool flush() {
 #ifdef _WIN32
-        return ::_commit(fd_) == 0 || errno == EBADF;
+        return ::_commit(fd_) == 0; // any failure may have lost the bytes just written
 #else
 #ifdef __APPLE__
         const int result = ::fsync(fd_); // macOS has no fdatasync

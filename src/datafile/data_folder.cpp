@@ -3,6 +3,16 @@
 #include <cstdlib>
 #include <system_error>
 
+#ifdef _WIN32
+#ifndef WIN32_LEAN_AND_MEAN
+#define WIN32_LEAN_AND_MEAN
+#endif
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#include <windows.h>
+#endif
+
 namespace pa::datafile {
 namespace fs = std::filesystem;
 
@@ -10,6 +20,7 @@ namespace {
 
 #ifdef _WIN32
 constexpr const char* kProfileVariable = "USERPROFILE";
+constexpr const wchar_t* kProfileVariableWide = L"USERPROFILE";
 #else
 constexpr const char* kProfileVariable = "HOME";
 #endif
@@ -31,12 +42,36 @@ std::string makeFolder(const fs::path& path) {
 } // namespace
 
 fs::path pathFromUtf8(const std::string& utf8) {
-    return fs::path(std::u8string(utf8.begin(), utf8.end()));
+#ifdef _WIN32
+    // Windows paths are UTF-16. Invalid UTF-8 becomes U+FFFD rather than an exception: the
+    // file is then simply not found, which every caller already reports.
+    if (utf8.empty())
+        return {};
+    const int size = static_cast<int>(utf8.size());
+    const int wide = ::MultiByteToWideChar(CP_UTF8, 0, utf8.data(), size, nullptr, 0);
+    std::wstring text(static_cast<std::size_t>(wide), L'\0');
+    ::MultiByteToWideChar(CP_UTF8, 0, utf8.data(), size, text.data(), wide);
+    return fs::path(text);
+#else
+    // Elsewhere a path is bytes; UTF-8 passes unchanged.
+    return fs::path(utf8);
+#endif
 }
 
 std::string utf8FromPath(const fs::path& path) {
-    const std::u8string s = path.u8string();
-    return std::string(s.begin(), s.end());
+#ifdef _WIN32
+    const std::wstring& text = path.native();
+    if (text.empty())
+        return {};
+    const int size = static_cast<int>(text.size());
+    const int bytes =
+        ::WideCharToMultiByte(CP_UTF8, 0, text.data(), size, nullptr, 0, nullptr, nullptr);
+    std::string utf8(static_cast<std::size_t>(bytes), '\0');
+    ::WideCharToMultiByte(CP_UTF8, 0, text.data(), size, utf8.data(), bytes, nullptr, nullptr);
+    return utf8;
+#else
+    return path.native();
+#endif
 }
 
 std::string joinPath(const std::string& folder, const std::string& name) {
@@ -44,8 +79,15 @@ std::string joinPath(const std::string& folder, const std::string& name) {
 }
 
 std::string profileFolder() {
+#ifdef _WIN32
+    // The narrow environment is in the ANSI code page, which cannot hold every name
+    // (C:\Users\José on a Chinese system); the wide one holds them all.
+    const wchar_t* value = ::_wgetenv(kProfileVariableWide);
+    return value ? utf8FromPath(fs::path(value)) : "";
+#else
     const char* value = std::getenv(kProfileVariable);
     return value ? value : "";
+#endif
 }
 
 FolderResult DataFolder(const std::string& profile) {

@@ -1,6 +1,7 @@
 #include "datafile/recorder.h"
 
 #include "datafile/data_folder.h"
+#include "datafile/windows_names.h"
 #include "text/leading_number.h"
 #include "text/mask_format.h"
 
@@ -32,6 +33,13 @@ bool Recorder::CreateDataFile() {
                             "\" does not give a file name. Type a name such as test; the file "
                             "is made in the data folder with the ending .txt.",
                         captions_.title, app::Icon::Exclamation);
+        return false;
+    }
+    if (const std::string problem = windowsNameProblem(name); !problem.empty()) {
+        noFile();
+        ui_.message("\"" + *typed + "\" cannot be the name of a data file. " + problem +
+                        " Type a name such as test; no data file was created.",
+                    captions_.title, app::Icon::Exclamation);
         return false;
     }
     const FolderResult folder = profile_.empty() ? DataFolder() : DataFolder(profile_);

@@ -2,6 +2,7 @@
 // a text file. The file is opened only after the stream has passed its leading and ending
 // byte tests, so a failed transfer never touches it.
 #include "datafile/data_file.h"
+#include "datafile/data_folder.h"
 #include "logger/logger_session.h"
 #include "logger/record_converter.h"
 #include "text/leading_number.h"
@@ -88,7 +89,7 @@ void LoggerSession::Read_All() {
     if (!path || path->empty())
         return;
     std::error_code ec;
-    if (std::filesystem::exists(*path, ec) &&
+    if (std::filesystem::exists(datafile::pathFromUtf8(*path), ec) &&
         ex_.ui().message("File  " + *path + "  exists, add data to it", "", app::Icon::Question,
                          app::Buttons::YesNo) == app::Answer::No)
         return;

@@ -1,5 +1,6 @@
 #include "plot/line_reader.h"
 
+#include "datafile/data_folder.h"
 #include "text/leading_number.h"
 
 #include <algorithm>
@@ -9,11 +10,6 @@
 
 namespace pa::plot {
 namespace {
-
-std::filesystem::path toPath(const std::string& utf8) {
-    return std::filesystem::path(
-        std::u8string(reinterpret_cast<const char8_t*>(utf8.data()), utf8.size()));
-}
 
 bool isContinuation(char c) {
     return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
@@ -35,7 +31,7 @@ std::size_t byteOfColumn(std::string_view text, std::size_t column) {
 } // namespace
 
 bool LineReader::open(const std::string& path) {
-    in_.open(toPath(path), std::ios::binary);
+    in_.open(datafile::pathFromUtf8(path), std::ios::binary);
     if (!in_)
         return false;
     block_.resize(kBlockBytes);
@@ -99,7 +95,7 @@ bool LineReader::next(std::string_view& head, std::uint64_t& length) {
 
 std::int64_t fileLength(const std::string& path) {
     std::error_code error;
-    const auto size = std::filesystem::file_size(toPath(path), error);
+    const auto size = std::filesystem::file_size(datafile::pathFromUtf8(path), error);
     return error ? -1 : static_cast<std::int64_t>(size);
 }
 

@@ -39,6 +39,11 @@ std::string manualPath(const std::string& programFolder, int item) {
     std::string folder = programFolder;
     while (folder.size() > 1 && (folder.back() == '/' || folder.back() == '\\'))
         folder.pop_back();
+    // Qt gives the program's folder with forward slashes on Windows too; the whole path takes
+    // the system's separator, so that the one shown is one a user can type.
+    for (char& c : folder)
+        if (c == '/' || c == '\\')
+            c = kSeparator;
     return folder + kSeparator + "help" + kSeparator + name;
 }
 

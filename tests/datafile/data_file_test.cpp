@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include <csignal>
-#include <sys/resource.h>
+#include <cerrno>
+#include <cstring>
 
 namespace {
 
@@ -143,16 +143,25 @@ TEST(DataFileWriter, FailuresNameTheFileAndTheReason) {
     TempFolder folder;
     const std::string regular = (folder.path() / "plain").string();
     ASSERT_EQ(createWithHeader(regular, "month"), "");
+    // A file taken for a folder: POSIX says "Not a directory", Windows that there is no such
+    // path; either way the system's own reason is shown.
+#ifdef _WIN32
+    const std::string notAFolder = std::strerror(ENOENT);
+#else
+    const std::string notAFolder = "Not a directory";
+#endif
     const struct {
         std::string path;
         bool create;
-        const char* reason;
+        std::string reason;
     } cases[] = {
+#ifndef _WIN32 // Windows has no device that is always full
         {"/dev/full", true, "No space left on device"},
         {"/dev/full", false, "No space left on device"},
-        {regular + "/x.txt", true, "Not a directory"},
-        {regular + "/x.txt", false, "Not a directory"},
-        {(folder.path() / "missing" / "x.txt").string(), false, "No such file or directory"},
+#endif
+        {regular + "/x.txt", true, notAFolder},
+        {regular + "/x.txt", false, notAFolder},
+        {(folder.path() / "missing" / "x.txt").string(), false, std::strerror(ENOENT)},
     };
     for (const auto& c : cases) {
         const std::string error =
@@ -163,6 +172,9 @@ TEST(DataFileWriter, FailuresNameTheFileAndTheReason) {
 }
 
 TEST(DataFileWriter, ALineCutShortByAFullDiskIsTakenBack) {
+#ifndef PA_TEST_FILE_SIZE_LIMIT
+    GTEST_SKIP() << "Windows has no per-process file size limit to fill the disk with";
+#else
     TempFolder folder;
     const std::string path = (folder.path() / "test.txt").string();
     ASSERT_EQ(createWithHeader(path, "month"), "");
@@ -190,6 +202,7 @@ TEST(DataFileWriter, ALineCutShortByAFullDiskIsTakenBack) {
     }
     EXPECT_NE(blockError.find("File too large"), std::string::npos) << blockError;
     EXPECT_EQ(readFile(path), whole);
+#endif
 }
 
 } // namespace

@@ -6,10 +6,14 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 namespace {
 
 namespace fs = std::filesystem;
 using pa::datafile::DataFolder;
+using pa::datafile::pathFromUtf8;
+using pa::datafile::utf8FromPath;
 using pa::testing::TempFolder;
 
 TEST(DataFolder, ThreeWaysToFindOrMakeIt) {
@@ -54,12 +58,19 @@ TEST(DataFolder, RefusedWithTheFolderAndTheReason) {
     fs::create_directory(documentsIsAFile);
     std::ofstream(documentsIsAFile / "Documents") << "x";
 
+    // The system's own reasons.
+#ifdef _WIN32
+    const char *notAFolder = "No such file or directory", *taken = "File exists",
+               *variable = "USERPROFILE";
+#else
+    const char *notAFolder = "Not a directory", *taken = "File exists", *variable = "HOME";
+#endif
     const struct {
         std::string profile, folder, reason;
     } cases[] = {
-        {plainFile.string(), (plainFile / "Documents").string(), "Not a directory"},
-        {documentsIsAFile.string(), (documentsIsAFile / "Documents").string(), "File exists"},
-        {"", "", "HOME"},
+        {plainFile.string(), (plainFile / "Documents").string(), notAFolder},
+        {documentsIsAFile.string(), (documentsIsAFile / "Documents").string(), taken},
+        {"", "", variable},
     };
     for (const auto& c : cases) {
         const auto result = DataFolder(c.profile);
@@ -70,14 +81,60 @@ TEST(DataFolder, RefusedWithTheFolderAndTheReason) {
     }
 }
 
-TEST(DataFolder, FromTheEnvironment) {
-    TempFolder profile;
-    const char* previous = std::getenv("HOME");
-    const std::string saved = previous ? previous : "";
-    setenv("HOME", profile.str().c_str(), 1);
-    const auto result = DataFolder();
-    setenv("HOME", saved.c_str(), 1);
-    EXPECT_EQ(fs::path(result.path), profile.path() / "Documents/KV2260");
+// Points the profile variable (USERPROFILE on Windows, HOME elsewhere) at a folder while the
+// object lives, through the wide environment on Windows, and puts the old value back.
+class ProfileVariable {
+  public:
+    explicit ProfileVariable(const fs::path& folder) {
+#ifdef _WIN32
+        const wchar_t* old = ::_wgetenv(kName);
+        had_ = old != nullptr;
+        saved_ = old ? old : L"";
+        ::_wputenv_s(kName, folder.c_str());
+#else
+        const char* old = std::getenv(kName);
+        had_ = old != nullptr;
+        saved_ = old ? old : "";
+        ::setenv(kName, folder.c_str(), 1);
+#endif
+    }
+    ~ProfileVariable() {
+#ifdef _WIN32
+        ::_wputenv_s(kName, had_ ? saved_.c_str() : L"");
+#else
+        if (had_)
+            ::setenv(kName, saved_.c_str(), 1);
+        else
+            ::unsetenv(kName);
+#endif
+    }
+    ProfileVariable(const ProfileVariable&) = delete;
+    ProfileVariable& operator=(const ProfileVariable&) = delete;
+
+  private:
+#ifdef _WIN32
+    static constexpr const wchar_t* kName = L"USERPROFILE";
+    std::wstring saved_;
+#else
+    static constexpr const char* kName = "HOME";
+    std::string saved_;
+#endif
+    bool had_ = false;
+};
+
+TEST(DataFolder, FromTheEnvironmentWhateverTheProfileFolderIsCalled) {
+    for (const char* name : {"plain", "José", "記錄 數據", "Ünïcode ñ"}) {
+        SCOPED_TRACE(name);
+        TempFolder temp;
+        const fs::path home = temp.path() / pathFromUtf8(name);
+        fs::create_directory(home);
+        ProfileVariable variable(home);
+        EXPECT_EQ(pa::datafile::profileFolder(), utf8FromPath(home));
+        const auto result = DataFolder();
+        ASSERT_TRUE(result.ok()) << result.error;
+        EXPECT_EQ(pathFromUtf8(result.path), home / "Documents" / "KV2260");
+        EXPECT_TRUE(fs::is_directory(home / "Documents" / "KV2260"));
+    }
 }
 
 } // namespace

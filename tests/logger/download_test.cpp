@@ -89,11 +89,13 @@ TEST_F(Download, RecordsBecomeLinesStampedByTheSamplingInterval) {
 }
 
 TEST_F(Download, AppendingAddsASecondHeaderAndAnsweringNoSendsNothing) {
+    // A name outside ASCII: the file is found again, so the question comes.
+    path = dir + "/medición 記錄.txt";
     rig.logger().fillRecords(1, pa::testing::quietLoad());
     download(path);
     rig.ui.answers.push_back(app::Answer::Yes);
     download(path);
-    const std::string twice = pa::testing::readFile(path);
+    const std::string twice = pa::testing::readFile(pa::datafile::pathFromUtf8(path));
     const std::string header = "No.,Date,Time,Watts,PF,Volts,Amps\r\n";
     const std::string line = "1,11-15,16:58:00,116.4,0.9,230.0,0.6\r\n";
     EXPECT_EQ(twice, header + line + header + line);
@@ -103,7 +105,7 @@ TEST_F(Download, AppendingAddsASecondHeaderAndAnsweringNoSendsNothing) {
     rig.ui.answers.push_back(app::Answer::No);
     download(path);
     EXPECT_EQ(rig.logger().downloads(), 2);
-    EXPECT_EQ(pa::testing::readFile(path), twice);
+    EXPECT_EQ(pa::testing::readFile(pa::datafile::pathFromUtf8(path)), twice);
     EXPECT_EQ(rig.live, (std::vector<int>{0, 1, 0, 1, 0, 1}));
 }
 
@@ -169,7 +171,9 @@ TEST_F(Download, AFileThatCannotBeWrittenIsSaidSoWithoutAReport) {
         const char* reason;
     } cases[] = {
         {dir + "/no such folder/log.txt", "No such file or directory"},
+#ifndef _WIN32 // a read-only folder does not stop file creation on Windows
         {readOnly + "/log.txt", "Permission denied"},
+#endif
     };
     for (const auto& c : cases) {
         rig.ui.messages.clear();
@@ -187,6 +191,9 @@ TEST_F(Download, AFileThatCannotBeWrittenIsSaidSoWithoutAReport) {
 }
 
 TEST_F(Download, ADiskThatFillsMidwayLeavesTheEarlierDownloadWhole) {
+#ifndef PA_TEST_FILE_SIZE_LIMIT
+    GTEST_SKIP() << "Windows has no per-process file size limit to fill the disk with";
+#else
     rig.logger().fillRecords(300, pa::testing::quietLoad());
     download(path);
     const std::string first = pa::testing::readFile(path);
@@ -204,6 +211,7 @@ TEST_F(Download, ADiskThatFillsMidwayLeavesTheEarlierDownloadWhole) {
     EXPECT_NE(error.find(path), std::string::npos) << error;
     EXPECT_NE(error.find("File too large"), std::string::npos) << error;
     EXPECT_EQ(pa::testing::readFile(path), first) << "the earlier download is untouched";
+#endif
 }
 
 TEST_F(Download, CancellingTheDialogSendsNothing) {

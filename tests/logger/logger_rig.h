@@ -1,5 +1,6 @@
 #pragma once
 // The Logger window's logic against the in-process simulated instrument, on virtual time.
+#include "datafile/data_folder.h"
 #include "inprocess_port.h"
 #include "instrument.h"
 #include "logger/logger_exchange.h"
@@ -71,7 +72,7 @@ inline std::string scratchFolder(const std::string& name) {
     const auto dir = std::filesystem::temp_directory_path() / ("pa_logger_" + name);
     std::filesystem::remove_all(dir);
     std::filesystem::create_directories(dir);
-    return dir.string();
+    return datafile::utf8FromPath(dir);
 }
 
 } // namespace pa::testing

@@ -1,7 +1,13 @@
 #pragma once
 // Small helpers for tests that make files: a fresh temporary folder and whole-file reads.
+#include "datafile/data_folder.h"
+
+#ifdef _WIN32
+#include <process.h>
+#else
 #include <sys/resource.h>
 #include <unistd.h>
+#endif
 #ifdef __linux__
 #include <sys/fsuid.h>
 #endif
@@ -16,13 +22,21 @@
 
 namespace pa::testing {
 
+inline int processId() {
+#ifdef _WIN32
+    return ::_getpid();
+#else
+    return static_cast<int>(::getpid());
+#endif
+}
+
 // A new empty folder under the system's temporary folder, removed with the object.
 class TempFolder {
   public:
     TempFolder() {
         static int serial = 0;
         path_ = std::filesystem::temp_directory_path() /
-                ("pa-datafile-" + std::to_string(::getpid()) + "-" + std::to_string(++serial));
+                ("pa-datafile-" + std::to_string(processId()) + "-" + std::to_string(++serial));
         std::filesystem::remove_all(path_);
         std::filesystem::create_directories(path_);
     }
@@ -31,7 +45,7 @@ class TempFolder {
         std::filesystem::remove_all(path_, ec);
     }
     const std::filesystem::path& path() const { return path_; }
-    std::string str() const { return path_.string(); }
+    std::string str() const { return datafile::utf8FromPath(path_); } // the program's UTF-8
 
   private:
     std::filesystem::path path_;
@@ -81,9 +95,14 @@ class WithoutPrivileges {
     WithoutPrivileges& operator=(const WithoutPrivileges&) = delete;
 
   private:
+#ifdef __linux__
     static constexpr uid_t kNobody = 65534;
+#endif
     bool root_;
 };
+
+#ifndef _WIN32
+#define PA_TEST_FILE_SIZE_LIMIT 1 // Windows has no per-process file size limit
 
 // A disk that fills: while the object lives, no file of this process may grow past `bytes`
 // (a write past it fails with "File too large" instead of killing the process).
@@ -106,6 +125,7 @@ class FileSizeLimit {
     void (*handler_)(int);
     rlimit previous_{};
 };
+#endif
 
 // A data file line cut after each comma, the comma kept with its field: a record line gives
 // twelve fields, of which the first eleven have fixed widths.

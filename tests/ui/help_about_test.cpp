@@ -8,20 +8,24 @@ using pa::ui::aboutText;
 using pa::ui::manualPath;
 
 TEST(HelpMenu, OnlyEnglishAndSpanishNameAManualBesideTheProgram) {
-    const std::pair<int, const char*> cases[] = {
-        {0, "/opt/pa/bin/help/KV2260-SW-HELP-EN_V6.7.pdf"},
-        {1, ""},
-        {2, ""},
-        {3, "/opt/pa/bin/help/KV2260-SW-AYUDA-ES_V6.7.pdf"},
-        {4, ""},
-        {5, ""},
-        {6, ""},
-        {-1, ""},
+#ifdef _WIN32
+    const std::string folder = "C:/Program Files/pa",
+                      english = "C:\\Program Files\\pa\\help\\KV2260-SW-HELP-EN_V6.7.pdf";
+    const std::string spanish = "C:\\Program Files\\pa\\help\\KV2260-SW-AYUDA-ES_V6.7.pdf";
+#else
+    const std::string folder = "/opt/pa/bin",
+                      english = "/opt/pa/bin/help/KV2260-SW-HELP-EN_V6.7.pdf";
+    const std::string spanish = "/opt/pa/bin/help/KV2260-SW-AYUDA-ES_V6.7.pdf";
+#endif
+    const std::pair<int, std::string> cases[] = {
+        {0, english}, {1, ""}, {2, ""}, {3, spanish}, {4, ""}, {5, ""}, {6, ""}, {-1, ""},
     };
     for (const auto& [item, expected] : cases)
-        EXPECT_EQ(manualPath("/opt/pa/bin", item), expected) << item;
-    EXPECT_EQ(manualPath("/opt/pa/bin/", 0), manualPath("/opt/pa/bin", 0))
-        << "a trailing separator is not doubled";
+        EXPECT_EQ(manualPath(folder, item), expected) << item;
+    EXPECT_EQ(manualPath(folder + "/", 0), english) << "a trailing separator is not doubled";
+#ifdef _WIN32
+    EXPECT_EQ(manualPath("C:\\Program Files/pa\\", 0), english) << "one separator style";
+#endif
 }
 
 TEST(AboutBox, ThreeLinesCentredByLeadingBlanksOnTheNotice) {
