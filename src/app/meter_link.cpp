@@ -78,7 +78,8 @@ bool MeterLink::openPort(const std::string& device, const std::string& label) {
         port_.close();
         closedPrevious = true;
     }
-    std::string reason;
+    std::string& reason = lastFailure_;
+    reason.clear();
     if (device.empty())
         reason = "No serial port has this number on this computer.";
     else if (!port_.setPortName(device))
@@ -88,9 +89,9 @@ bool MeterLink::openPort(const std::string& device, const std::string& label) {
     if (reason.empty())
         return true;
 
-    std::string text = label + " not available";
-    text += "\n\n" + reason;
-    ui_.message(text);
+    // The box names the port only; the reason is kept for the main window's port-state line
+    // and the command-line program's error line.
+    ui_.message(label + " not available");
     if (closedPrevious && port_.setPortName(previous))
         port_.open();
     return false;

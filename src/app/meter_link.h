@@ -61,6 +61,9 @@ class MeterLink {
     const std::string& portCaption() const { return portCaption_; }
     const std::string& baudCaption() const { return baudCaption_; }
     bool sampling() const { return sampling_; }
+    // Why the last port selection failed (empty after a success): the device is missing,
+    // busy, or not allowed.
+    const std::string& lastFailure() const { return lastFailure_; }
 
   private:
     bool openPort(const std::string& device, const std::string& label);
@@ -76,6 +79,7 @@ class MeterLink {
     std::string portCaption_ = "COM";
     std::string baudCaption_ = "Baud Rate (9600)";
     bool sampling_ = false;
+    std::string lastFailure_;
 };
 
 } // namespace pa::app

@@ -26,7 +26,10 @@ std::string LiveSession::prepare(const std::string& port, bool simulate) {
 }
 
 bool LiveSession::open() {
-    return link.SelectPortByName(device_);
+    if (link.SelectPortByName(device_))
+        return true;
+    fail(link.lastFailure()); // after the console's "... not available" line, the reason
+    return false;
 }
 
 int LiveSession::run(const std::function<void()>& afterTick, const std::function<void()>& onStop) {

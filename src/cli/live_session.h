@@ -20,7 +20,8 @@ class LiveSession {
     LiveSession();
     // Starts the simulated instrument when simulate is set; "" or the reason it failed.
     std::string prepare(const std::string& port, bool simulate);
-    // Opens the port and starts sampling; false after the console has said why.
+    // Opens the port and starts sampling; false after the console has said that the port is
+    // not available and why.
     bool open();
     // Runs the event loop until quit or Ctrl-C; afterTick runs after every poll tick.
     int run(const std::function<void()>& afterTick, const std::function<void()>& onStop);

@@ -124,8 +124,10 @@ class LoggerRun {
                 return fail("could not start the simulated instrument: " + simulator_->lastError());
             device = simulator_->devicePath();
         }
-        if (!link_.SelectPortByName(device))
-            return 1;        // the console seam has said why
+        if (!link_.SelectPortByName(device)) {
+            fail(link_.lastFailure()); // the console seam has said the port is not available
+            return 1;
+        }
         state_.baudCode = 9; // the port was opened at 9600 baud
         ui_.outFile = o.out;
         const std::string& sub = o.words[0];

@@ -74,6 +74,7 @@ bool Recorder::createFileAt(const std::string& path) {
     lastError_.clear();
     records_ = lines_ = 0;
     lastLine_.clear();
+    resetRecordNumber_ = true;
     state_ = RecordingState::FileReady;
     return true;
 }
@@ -85,7 +86,11 @@ void Recorder::noFile() {
 void Recorder::StartRecording() {
     if (state_ != RecordingState::FileReady)
         return;
-    recordNumberText_ = "0";
+    // The box starts at "0" once per new file. Reaching Now(Auto) or Manually means opening
+    // this menu again, so resetting it on every opening would lose the number typed between.
+    if (resetRecordNumber_)
+        recordNumberText_ = "0";
+    resetRecordNumber_ = false;
     boxesVisible_ = true;
 }
 

@@ -62,8 +62,8 @@ class Recorder : public live::RecordingHook {
     // Creates the file at a full path (the command-line recorder); the name shown is the
     // path's last part. False with a message when the file cannot be written.
     bool createFileAt(const std::string& path);
-    // Opening the Start Recording menu: the record-number box shows "0", the recording
-    // boxes appear.
+    // Opening the Start Recording menu: the recording boxes appear; the first opening for a
+    // newly created file sets the record-number box to "0", later ones keep what was typed.
     void StartRecording();
     void NowAuto();
     void Manually();
@@ -125,6 +125,7 @@ class Recorder : public live::RecordingHook {
     RecordingState state_ = RecordingState::NoFile;
     bool manual_ = false;
     bool boxesVisible_ = false;
+    bool resetRecordNumber_ = false; // the next opening of Start Recording shows "0"
     std::string createCaption_ = captions_.createItem;
     std::string fileName_, dataFolder_, path_;
     std::string recordNumberText_ = "0";

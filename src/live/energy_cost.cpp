@@ -3,12 +3,30 @@
 #include "text/leading_number.h"
 #include "text/mask_format.h"
 
+#include <charconv>
+
 namespace pa::live {
+
+namespace {
+
+// A single prints in general format with at most 7 significant digits, so the price 0.12
+// (held as 0.119999997...) shows as "0.12".
+std::string singleGeneral(float value) {
+    char buf[32];
+    const auto end = std::to_chars(buf, buf + sizeof buf, static_cast<double>(value),
+                                   std::chars_format::general, 7)
+                         .ptr;
+    double rounded = 0;
+    std::from_chars(buf, end, rounded);
+    return text::formatGeneral(rounded);
+}
+
+} // namespace
 
 std::optional<EnergyCost::Refusal> EnergyCost::priceEntered(const std::string& boxText) {
     const double p = text::leadingNumber(boxText);
     if (p < 0)
-        return Refusal{boxText + "is less than 0", text::formatGeneral(price_)};
+        return Refusal{boxText + "is less than 0", singleGeneral(price_)};
     price_ = static_cast<float>(p);
     return std::nullopt;
 }

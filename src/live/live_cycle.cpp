@@ -24,6 +24,11 @@ double phaseAngle(double pf) {
     return (std::atan(-pf / std::sqrt(1 - pf * pf)) + 1.5708) * 180 / 3.1416;
 }
 
+// The frequency panel's text: a block value in kilohertz, in hertz in general format.
+std::string hzText(const std::string& value) {
+    return text::formatGeneral(leadingNumber(value) * 1000) + "Hz";
+}
+
 } // namespace
 
 LiveCycle::LiveCycle(app::Port& port, app::Clock& clock, app::Ui& ui, app::ProgramState& state)
@@ -165,7 +170,7 @@ void LiveCycle::routeBlock(const BlockReading& r) {
             arrived_ = 0;
         }
     } else if (r.function == "FREQ") {
-        panel[kHz] = text::formatGeneral(leadingNumber(r.value) * 1000) + "Hz";
+        panel[kHz] = hzText(r.value);
     }
 }
 
@@ -231,7 +236,9 @@ void LiveCycle::GetHz() {
     if (reply.size() == 5) {
         // Bytes 2-4 are one display block in kilohertz.
         DecodeBlock(std::string_view(reply).substr(1, 3), reading_);
-        readouts_.Panel3D2[kHz] = text::formatGeneral(leadingNumber(reading_.value) * 1000) + "Hz";
+        if (reading_.hold)
+            readouts_.holdVisible = true; // the same decoder, so a HOLD code raises the label
+        readouts_.Panel3D2[kHz] = hzText(reading_.value);
     } else {
         ui_.message("Please press the Get Hz button again");
     }

@@ -287,25 +287,26 @@ void LoggerSession::consoleEnter(const std::string& line) {
         ex_.warn("Unknown command");
         return;
     }
+    // Address and value are the leading numbers of their texts, as every box of the program
+    // reads them ("abc" is 0, "12abc" is 12, "&H2C" is 44); only an empty text is missing.
     const bool write = c.command == "W";
-    const auto address = consoleNumber(c.address);
-    if (c.address.empty() || !address) {
+    if (c.address.empty()) {
         ex_.warn("No address");
         return;
     }
-    if (*address < 0 || *address > kConsoleLastAddress) {
+    const double address = text::leadingNumber(c.address);
+    if (address < 0 || address > kConsoleLastAddress) {
         // The write message says 8192 although 8191 is the limit for both.
         ex_.warn(write ? "Address > 8192 or Address < 0" : "Address > 8191 or address < 0");
         return;
     }
-    const int addr = static_cast<int>(*address);
+    const int addr = static_cast<int>(address);
     if (write) {
-        const auto number = consoleNumber(c.value);
-        if (c.value.empty() || !number) {
+        if (c.value.empty()) {
             ex_.warn("No write value");
             return;
         }
-        const double rounded = text::roundHalfEven(*number);
+        const double rounded = text::roundHalfEven(text::leadingNumber(c.value));
         // Far beyond one byte either way: the exchange refuses it with its own message.
         const int value = rounded > 65535 ? 65535 : rounded < -65535 ? -65535 : int(rounded);
         if (ex_.SendLoggerCommand("W", addr, value) == -1) {

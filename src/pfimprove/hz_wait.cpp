@@ -18,12 +18,13 @@ double secondsSince(app::Clock& clock, double start) {
 
 bool PrepareHz(live::LiveCycle& cycle, app::Clock& clock, app::Ui& ui,
                const std::function<void()>& sampleOnce) {
-    // The wait box is up before the 5.5 s of Get Hz so that the user sees why nothing moves.
+    // First the frequency measurement, then the wait box for the time a live frequency
+    // may still take to arrive.
+    cycle.GetHz();
     ui.statusCaption("Getting Hz");
     ui.statusText("   Wait...");
     ui.statusShow();
     ui.processEvents();
-    cycle.GetHz();
 
     const std::string& hz = cycle.readouts().Panel3D2[live::kHz];
     const double start = clock.secondsSinceMidnight();

@@ -1,6 +1,6 @@
 #pragma once
-// Before the PF improvement window opens it needs the line frequency: it runs Get Hz behind
-// the small wait box and, when the Hz readout is still empty afterwards, keeps the live cycle
+// Before the PF improvement window opens it needs the line frequency: it runs Get Hz, then
+// shows the small wait box and, while the Hz readout is still empty, keeps the live cycle
 // running for up to 5 s in case a live frequency reading arrives.
 #include "app/clock.h"
 #include "app/ui.h"

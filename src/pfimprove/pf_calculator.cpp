@@ -20,24 +20,6 @@ constexpr double kNoImprovement = 0.001;     // a power factor step smaller than
 // The improved row's display masks, box by box (box 5, the capacitance, has its own text).
 constexpr const char* kBoxMasks[] = {"0.0##", "###0.0#", "###0.0", "###0.0#", "##0.0"};
 
-bool isBlankText(std::string_view s) {
-    return s.find_first_not_of(" \t\r\n") == std::string_view::npos;
-}
-
-// The typed text starts with a number (blanks skipped, an optional sign, a digit or a
-// decimal point followed by a digit), so its leading number is what the user meant.
-bool startsWithNumber(std::string_view typed) {
-    std::string s;
-    for (char c : typed)
-        if (c != ' ' && c != '\t')
-            s += c;
-    std::size_t i = 0;
-    if (i < s.size() && (s[i] == '+' || s[i] == '-'))
-        ++i;
-    auto digit = [&](std::size_t k) { return k < s.size() && s[k] >= '0' && s[k] <= '9'; };
-    return digit(i) || (i < s.size() && s[i] == '.' && digit(i + 1));
-}
-
 bool allFinite(const Improved& v) {
     for (double x : {v.PF2, v.A2, v.VA2, v.VAR2, v.Angle2, v.Cadd})
         if (!std::isfinite(x))
@@ -175,8 +157,7 @@ std::string PfCalculator::compute(int index, std::string_view typed, Improved& n
         return "Unknown PF";
     if (index == kTargetAngle && currentRow_[kCurrentAngle].find('?') != std::string::npos)
         return "Current phase angle not known";
-    if (!startsWithNumber(typed))
-        return "\"" + std::string(typed) + "\" is not a number";
+    // Any text counts by its leading number: letters and blanks read as 0.
     const double value = leadingNumber(typed);
 
     // The target's own checks, in order.
@@ -297,7 +278,7 @@ EnterResult PfCalculator::Enter(int index, std::string_view typed) {
     if (index < 0 || index >= kTargets)
         return result;
     lastIndex_ = index;
-    if (isBlankText(typed))
+    if (typed.empty()) // only an empty box; one of blanks reads as 0
         return result;
 
     Improved next = improved_;
@@ -315,6 +296,9 @@ EnterResult PfCalculator::Enter(int index, std::string_view typed) {
     for (int i = 0; i < kTargetC; ++i)
         result.boxes[i] = formatMask(values[i], kBoxMasks[i]);
     result.boxes[kTargetC] = capacitanceText(next.Cadd);
+    // A power factor typed above 1 is taken as 1, and the box says so plainly.
+    if (index == kTargetPF && leadingNumber(typed) > 1)
+        result.boxes[kTargetPF] = "1";
     return result;
 }
 

@@ -10,7 +10,13 @@ class CHKSPEED : public QWidget {
     Q_OBJECT
   public:
     explicit CHKSPEED(QWidget* parent = nullptr);
-    void setText(const QString& text) { text_->setText(text); }
+    // Each new text is painted at once, without waiting for the event loop: the speed check
+    // times 1010 such updates, so on a slow PC it takes long enough to be noticed.
+    void setText(const QString& text) {
+        text_->setText(text);
+        if (text_->isVisible())
+            text_->repaint();
+    }
     QString text() const { return text_->text(); }
 
   private:

@@ -477,8 +477,12 @@ void MeterRec::hoursEntered() {
 void MeterRec::showPortState() {
     comMenu_->setTitle(qs(link_.portCaption()));
     baudMenu_->setTitle(qs(link_.baudCaption()));
-    portState_->setText(port_.isOpen() ? qs(port_.portName() + "  " + port_.settings())
-                                       : QString("no port open"));
+    std::string state =
+        port_.isOpen() ? port_.portName() + "  " + port_.settings() : "no port open";
+    // Why the last choice of port failed: the message box carries only "COM n not available".
+    if (!link_.lastFailure().empty())
+        state += "  -  " + link_.lastFailure();
+    portState_->setText(qs(state));
 }
 
 void MeterRec::refresh() {

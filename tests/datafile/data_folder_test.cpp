@@ -42,14 +42,6 @@ TEST(DataFolder, ThreeWaysToFindOrMakeIt) {
     }
 }
 
-TEST(DataFolder, AnExistingDataFolderKeepsItsFiles) {
-    TempFolder profile;
-    fs::create_directories(profile.path() / "Documents/KV2260");
-    std::ofstream(profile.path() / "Documents/KV2260/old.txt") << "kept";
-    ASSERT_TRUE(DataFolder(profile.str()).ok());
-    EXPECT_EQ(pa::testing::readFile(profile.path() / "Documents/KV2260/old.txt"), "kept");
-}
-
 TEST(DataFolder, RefusedWithTheFolderAndTheReason) {
     TempFolder temp;
     const fs::path plainFile = temp.path() / "plain";

@@ -120,13 +120,16 @@ TEST_F(RecorderTest, StatusBoxSaysRecording) {
 TEST_F(RecorderTest, CreateCaptionGainsTheNameAndABlankEachTime) {
     EXPECT_EQ(recorder.createCaption(), "&Create Data File");
     ASSERT_TRUE(create("test.csv"));
+    EXPECT_EQ(ui.asked.back(), (pa::testing::AskedInput{"Enter the name of file to store data",
+                                                        "Input File Name", ""}));
     EXPECT_EQ(recorder.createCaption(), "&Create Data File = test.txt");
     ASSERT_TRUE(create("b"));
     EXPECT_EQ(recorder.createCaption(), "&Create Data File  = b.txt");
     recorder.applyCaptions({"建立檔案名稱", "", "請輸入檔案名稱"});
     EXPECT_EQ(recorder.createCaption(), "建立檔案名稱 =b.txt");
     ASSERT_TRUE(create("c"));
-    EXPECT_EQ(ui.prompts.back(), "") << "no prompt in Chinese";
+    EXPECT_EQ(ui.asked.back(), (pa::testing::AskedInput{"", "請輸入檔案名稱", "b.txt"}))
+        << "no prompt in Chinese; the last name is the default";
     EXPECT_EQ(recorder.createCaption(), "建立檔案名稱  = c.txt");
     recorder.NowAuto();
     recorder.EndRecording();
@@ -231,6 +234,40 @@ TEST_F(RecorderTest, AutomaticRecordsOncePerClockText) {
     const auto more = readLines(dataFile("test.txt"));
     EXPECT_EQ(more[4].substr(0, 11), "        20,");
     EXPECT_EQ(more[5].substr(0, 11), "       100,");
+}
+
+// Choosing Now(Auto) or Manually means opening Start Recording again after typing a number:
+// that opening keeps the number; only the first opening for a new file shows "0".
+TEST_F(RecorderTest, ATypedStartNumberSurvivesReopeningTheMenu) {
+    const struct {
+        bool manual, enter;
+        const char* typed;
+        const char* first; // number field of the first record
+    } cases[] = {{false, false, "17", "        17,"},
+                 {false, true, "17", "        17,"},
+                 {true, false, "5", "         5,"},
+                 {true, true, "abc", "         0,"}};
+    for (const auto& c : cases) {
+        ASSERT_TRUE(create("start"));
+        recorder.StartRecording();
+        EXPECT_EQ(recorder.recordNumberText(), "0") << "a new file starts at 0";
+        recorder.recordNumberTyped(c.typed);
+        if (c.enter)
+            recorder.recordNumberEntered();
+        recorder.StartRecording(); // the menu opened again to choose
+        EXPECT_EQ(recorder.recordNumberText(), c.typed);
+        if (c.manual) {
+            recorder.Manually();
+            recorder.Record();
+        } else {
+            recorder.NowAuto();
+        }
+        sample();
+        recorder.EndRecording();
+        const auto lines = readLines(dataFile("start.txt"));
+        ASSERT_GE(lines.size(), 2u);
+        EXPECT_EQ(lines[1].substr(0, 11), c.first) << c.typed;
+    }
 }
 
 TEST_F(RecorderTest, TickCounterResetFollowsTheSamplingTime) {

@@ -48,6 +48,12 @@ TEST(LoggerCli, ResultsAndRefusals) {
          "",
          "poweranalyzer-cli: usage: logger read ADDRESS\n"},
         {{"logger", "status"}, 2, "", "poweranalyzer-cli: give either --port PATH or --simulate\n"},
+        // The port's message, then the reason as the error line.
+        {{"logger", "status", "--port", "/dev/pa-no-such-port"},
+         1,
+         "/dev/pa-no-such-port not available\n",
+         "poweranalyzer-cli: The device does not exist: is the cable or USB adapter plugged "
+         "in?\n"},
         {{"logger", "read", "9000", "--simulate"},
          2,
          "",

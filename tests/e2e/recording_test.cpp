@@ -164,10 +164,14 @@ TEST_F(RecordingTest, AutomaticManualAndLostCommunication) {
     EXPECT_EQ(window.findChild<QLineEdit*>("Text1")->text(), "4");
 
     // Two manual records from 41; several presses give one.
+    // As a user gets there: the first opening of Start Recording shows the box at "0", the
+    // number is typed into it, and the menu is opened again to choose Manually.
     create("manual");
     emit window.findChild<QMenu*>("FileStart")->aboutToShow();
+    EXPECT_EQ(window.findChild<QLineEdit*>("Text1")->text(), "0") << "a new file starts at 0";
     typeInto(window.findChild<QLineEdit*>("Text1"), "41");
-    menuItem(&window, "Manually")->trigger();
+    startRecording("Manually");
+    EXPECT_EQ(window.findChild<QLineEdit*>("Text1")->text(), "41");
     auto* record = window.findChild<QPushButton*>("Record");
     EXPECT_TRUE(record->isVisibleTo(&window));
     for (int i = 0; i < 3; ++i)

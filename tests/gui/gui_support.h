@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QLabel>
 #include <QString>
 #include <QThread>
@@ -41,6 +42,17 @@ inline QString shown(QWidget* root, const char* name) {
 inline QString screenshotPath(const char* name) {
     QDir().mkpath(PA_TEST_OUTPUT_DIR);
     return QString(PA_TEST_OUTPUT_DIR) + "/" + name;
+}
+
+// The pages of a PDF file as its page objects count them; -1 when it is not a PDF file.
+inline int pdfPages(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return -1;
+    const QByteArray bytes = file.readAll();
+    if (!bytes.startsWith("%PDF-"))
+        return -1;
+    return static_cast<int>(bytes.count("/Type /Page") - bytes.count("/Type /Pages"));
 }
 
 } // namespace pa::testing

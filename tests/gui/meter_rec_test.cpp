@@ -29,6 +29,7 @@ using pa::ui::MeterRec;
 
 using pa::testing::menuItem;
 using pa::testing::screenshotPath;
+using pa::testing::shown;
 using pa::testing::waitFor;
 
 class MeterRecTest : public ::testing::Test {
@@ -64,7 +65,10 @@ TEST_F(MeterRecTest, StartsUpAsksForThePortAndShowsLiveReadings) {
 
     // COM 1 has no device behind it here: refused, the program keeps running.
     menuItem(&window, "COM 1   (ttyUSB0)")->trigger();
-    EXPECT_EQ(ui.messages.back().text.rfind("COM 1 not available", 0), 0u);
+    EXPECT_EQ(ui.messages.back().text, "COM 1 not available");
+    const QString portState = shown(&window, "PortState"); // the reason is shown here instead
+    EXPECT_TRUE(portState.startsWith("no port open  -  ") && portState.size() > 20)
+        << portState.toStdString();
     EXPECT_FALSE(window.timer2().isActive());
 
     menuItem(&window, "COM 2   (simulated instrument)")->trigger();
@@ -96,22 +100,76 @@ TEST_F(MeterRecTest, StartsUpAsksForThePortAndShowsLiveReadings) {
     EXPECT_EQ(window.cycle().energy().periodHours(), 720);
 }
 
-TEST_F(MeterRecTest, MenusAtStartUp) {
+// The menu tree as lines: "-" for a separator, one ">" more for each level of sub-menu,
+// "(off)" after an item that is disabled.
+QStringList menuTree(const QList<QAction*>& actions, const QString& indent = "") {
+    QStringList lines;
+    for (QAction* a : actions) {
+        if (a->isSeparator()) {
+            lines << indent + "-";
+            continue;
+        }
+        lines << indent + a->text() + (a->isEnabled() ? "" : " (off)");
+        if (a->menu())
+            lines << menuTree(a->menu()->actions(), indent + "> ");
+    }
+    return lines;
+}
+
+// The COM sub-menu: its sixteen numbers (the device shown beside each is cut off), a
+// separator, the item for other ports; then the baud menu. These stay in English.
+QStringList portAndBaudItems() {
+    QStringList items{"> COM"};
+    for (int n = 1; n <= 16; ++n)
+        items << QString("> > COM %1").arg(n);
+    items << "> > -"
+          << "> > Other port..."
+          << "> Baud Rate (9600)"
+          << "> > 9600"
+          << "> > 4800"
+          << "> > 2400"
+          << "> > 1200";
+    return items;
+}
+
+// The whole tree from the texts of one language: the File items, the bar's entries, the
+// Option items around the port and baud menus, and the Help items around the manuals.
+QStringList expectedTree(const QStringList& file, const QStringList& bar, const QStringList& option,
+                         const QStringList& help) {
+    const QStringList manuals{"> > English", "> > French",  "> > German",
+                              "> > Spanish", "> > Italian", "> > Portuguese"};
+    QStringList tree;
+    tree << bar[0] << file << bar[1] << bar[2] << bar[3] << option[0] << portAndBaudItems()
+         << option.mid(1) << bar[4] << help[0] << manuals << help[1] << "V6.7 (off)";
+    return tree;
+}
+
+QStringList shownTree(MeterRec& window) {
+    QStringList tree = menuTree(window.menuBar()->actions());
+    for (QString& line : tree)
+        if (line.startsWith("> > COM "))
+            line = line.section("   (", 0, 0);
+    return tree;
+}
+
+TEST_F(MeterRecTest, MenuTreeInBothLanguages) {
     window.startup();
-    QMenuBar* bar = window.menuBar();
-    QStringList top;
-    for (QAction* a : bar->actions())
-        top << a->text();
-    EXPECT_EQ(top, (QStringList{"&File", "&Improve PF", "&Datalogger", "&Option", "Help", "V6.7"}));
-    EXPECT_FALSE(bar->actions().last()->isEnabled()) << "the version item is disabled";
-    auto* com = window.findChild<QMenu*>("port");
-    ASSERT_TRUE(com);
-    EXPECT_EQ(com->actions().size(), 18); // COM 1..16, a separator, Other port...
-    auto* baud = window.findChild<QMenu*>("baud");
-    EXPECT_EQ(baud->title(), "Baud Rate (9600)");
-    EXPECT_EQ(baud->actions().size(), 4);
-    EXPECT_FALSE(window.findChild<QMenu*>("FileStart")->isEnabled());
-    EXPECT_FALSE(window.findChild<QAction*>("FileEnd")->isEnabled());
+    EXPECT_EQ(shownTree(window),
+              expectedTree({"> &Create Data File", "> &Start Recording (off)", "> > Now(Auto)",
+                            "> > Manually", "> &End Recording (off)", "> -", "> &View File",
+                            "> &Plot Data from File", "> -", "> Printer &Setup", "> -", "> E&xit"},
+                           {"&File", "&Improve PF", "&Datalogger", "&Option", "Help"},
+                           {"> &Sample Rate", "> Language", "> > English", "> > Chinese"},
+                           {"> User Manual", "> About"}));
+    menuItem(&window, "Chinese")->trigger();
+    EXPECT_EQ(shownTree(window),
+              expectedTree({"> 建立檔案名稱", "> 開始記錄(&S) (off)", "> > 自動", "> > 手動",
+                            "> 停止記錄(&E) (off)", "> -", "> 瀏覽檔案(&V)", "> 從檔案作圖(&D)",
+                            "> -", "> 設定印表機", "> -", "> 結束(&X)"},
+                           {"檔案", "功因改善篇", "記錄器", "選擇", "幫助"},
+                           {"> 取樣時間(&S)", "> 語言", "> > 英文", "> > 中文"},
+                           {"> 使用者手冊", "> 關於"}))
+        << "port, baud and manual items stay in English";
     EXPECT_FALSE(window.findChild<QWidget*>("Record")->isVisibleTo(&window));
 }
 
@@ -196,7 +254,7 @@ TEST_F(MeterRecTest, PrintsTheWindowToPdf) {
     printer.setOutputFormat(QPrinter::PdfFormat);
     printer.setOutputFileName(pdf);
     window.printWindow(printer);
-    EXPECT_GT(QFileInfo(pdf).size(), 1000);
+    EXPECT_EQ(pa::testing::pdfPages(pdf), 1) << "the window on one page";
 }
 
 } // namespace

@@ -263,9 +263,12 @@ TEST_F(CycleTest, SamplingTimeEntry) {
 
     ui.inputs = {std::string("7")};
     cycle.SampleRate();
-    ASSERT_EQ(ui.prompts.size(), 1u);
-    EXPECT_EQ(ui.prompts[0], "Enter the SAMPLING TIME in seconds\r\n\r\nThe value can be 0.4 or "
-                             "any other integer (max. 13106.8).");
+    ASSERT_EQ(ui.asked.size(), 1u);
+    EXPECT_EQ(ui.asked[0], (pa::testing::AskedInput{"Enter the SAMPLING TIME in seconds\r\n\r\n"
+                                                    "The value can be 0.4 or any other integer "
+                                                    "(max. 13106.8).",
+                                                    "Input Sampling Time", "0.5"}))
+        << "the present sampling time, formatted #0.0, is the default";
     EXPECT_EQ(cycle.readouts().sampleTime, "7.0 SEC");
 }
 
@@ -322,11 +325,20 @@ TEST_F(CycleTest, RealignmentKeepsTicksOnTheSecondAndNeverBelow100ms) {
 
 TEST_F(CycleTest, PriceAndHoursEntries) {
     EnergyCost& e = cycle.energy();
+    // The kept price goes back into the box as a single prints: at most 7 significant digits.
+    const struct {
+        const char* price;
+        const char* boxText;
+    } kept[] = {{"2.5", "2.5"},           {"0.12", "0.12"},       {"0.1", "0.1"},
+                {"1234567.8", "1234568"}, {"0.0000001", "1E-07"}, {"0", "0"}};
+    for (const auto& k : kept) {
+        ASSERT_FALSE(e.priceEntered(k.price));
+        const auto refused = e.priceEntered("-3");
+        ASSERT_TRUE(refused);
+        EXPECT_EQ(refused->message, "-3is less than 0");
+        EXPECT_EQ(refused->boxText, k.boxText) << k.price;
+    }
     ASSERT_FALSE(e.priceEntered("2.5"));
-    const auto refused = e.priceEntered("-3");
-    ASSERT_TRUE(refused);
-    EXPECT_EQ(refused->message, "-3is less than 0");
-    EXPECT_EQ(refused->boxText, "2.5") << "the kept price goes back into the box";
     EXPECT_FLOAT_EQ(e.price(), 2.5f);
     ASSERT_FALSE(e.priceEntered("abc")); // read as 0 and accepted
     EXPECT_EQ(e.price(), 0.0f);
@@ -361,19 +373,25 @@ TEST_F(CycleTest, GetHzShowsTheFrequencyAndAlwaysResumes) {
 TEST_F(CycleTest, GetHzRefusesRepliesOfTheWrongLength) {
     std::vector<int> switches;
     const std::string fiveBytes = "\x02" + blockBytes(5, 0xC280).substr(0, 3) + "\x03";
+    const std::string liveFrame = frame({{W, 100, 2}, {PF, 1, 3}, {DCV, 230, 0}, {DCA, 0.4, 3}});
+    // A reply carrying the HOLD code: the value still decodes, and the indicator goes up.
+    const std::string held = "\x02" + blockBytes(255, 0xC281).substr(0, 3) + "\x03";
     const struct {
+        std::string stale; // still waiting when Get Hz is pressed
         std::string reply;
         const char* hz;
-        bool refused;
-    } cases[] = {{fiveBytes, "50Hz", false},
-                 {fiveBytes.substr(0, 4), "", true},
-                 {fiveBytes + "\x03", "", true},
-                 {"", "", true},
-                 {"\x02" + blockBytes(5, 0x0015).substr(0, 3) + "\x03", "0Hz", false}};
+        bool refused, hold;
+    } cases[] = {{"", fiveBytes, "50Hz", false, false},
+                 {liveFrame, fiveBytes, "50Hz", false, false}, // drained before the request
+                 {"", fiveBytes.substr(0, 4), "", true, false},
+                 {"", fiveBytes + "\x03", "", true, false},
+                 {"", "", "", true, false},
+                 {"", "\x02" + blockBytes(5, 0x0015).substr(0, 3) + "\x03", "0Hz", false, false},
+                 {"", held, "50Hz", false, true}};
     for (const auto& c : cases) {
         ui.messages.clear();
         switches.clear();
-        port.incoming.clear();
+        port.incoming = c.stale;
         // The reply arrives during the 5-second measuring pause.
         struct ReplyClock : FakeClock {
             RecordingPort* port;
@@ -381,7 +399,7 @@ TEST_F(CycleTest, GetHzRefusesRepliesOfTheWrongLength) {
             void pause(double s) override {
                 FakeClock::pause(s);
                 if (s > 1)
-                    port->incoming = reply;
+                    port->incoming += reply;
             }
         } replyClock;
         replyClock.port = &port;
@@ -389,12 +407,46 @@ TEST_F(CycleTest, GetHzRefusesRepliesOfTheWrongLength) {
         LiveCycle live(port, replyClock, ui, state);
         live.setLiveSampling([&](int on) { switches.push_back(on); });
         live.GetHz();
-        EXPECT_EQ(live.readouts().Panel3D2[kHz], c.refused ? "" : c.hz);
+        EXPECT_EQ(live.readouts().Panel3D2[kHz], c.refused ? "" : c.hz) << c.reply.size();
+        EXPECT_EQ(live.readouts().holdVisible, c.hold) << c.reply.size();
         EXPECT_EQ(ui.messages.size(), c.refused ? 1u : 0u) << c.reply.size();
-        if (c.refused)
+        if (c.refused) {
             EXPECT_EQ(ui.messages[0].text, "Please press the Get Hz button again");
+        }
         EXPECT_EQ(switches, (std::vector<int>{0, 1})) << "sampling always resumes";
         EXPECT_EQ(port.written.back(), '\xF5') << "the request is one raw byte";
+    }
+}
+
+TEST_F(CycleTest, FrequencyBlockInALiveFrameReachesTheHzPanel) {
+    const struct {
+        Shown freq;
+        const char* hz;
+    } cases[] = {{{5, 0.05, 3}, "50Hz"}, {{5, 0.06, 3}, "60Hz"}, {{5, 1.5, 2}, "1500Hz"}};
+    for (const auto& c : cases) {
+        sample(frame({{W, 100, 2}, c.freq, {DCV, 230, 0}, {DCA, 0.4, 3}}));
+        EXPECT_EQ(panel(kHz), c.hz);
+        EXPECT_EQ(panel(kW), " 100.0") << "the other blocks still reach their panels";
+    }
+}
+
+// The energy sum waits for a new clock text; the energy-per-period and cost figures do not.
+TEST_F(CycleTest, CostIsRecomputedOnEveryDecodedTick) {
+    const std::string hundredWatts = frame({{W, 100, 2}, {PF, 1, 3}, {DCV, 230, 0}, {DCA, 0.4, 3}});
+    cycle.energy().choosePeriod(1); // day
+    ASSERT_FALSE(cycle.energy().hoursEntered("24"));
+    sample(hundredWatts);
+    EXPECT_EQ(panel(kCost), "$0.00");
+    const struct {
+        const char* price;
+        const char* cost;
+    } prices[] = {{"1", "$2.40"}, {"0.5", "$1.20"}, {"10", "$24.00"}};
+    for (const auto& p : prices) {
+        ASSERT_FALSE(cycle.energy().priceEntered(p.price));
+        port.incoming = hundredWatts;
+        cycle.Timer2Tick(); // a poll tick without a new clock text
+        EXPECT_EQ(panel(kEnergyPerPeriod), "2.40");
+        EXPECT_EQ(panel(kCost), p.cost) << p.price;
     }
 }
 

@@ -88,6 +88,63 @@ TEST_F(Download, RecordsBecomeLinesStampedByTheSamplingInterval) {
     EXPECT_FALSE(rig.ui.statusVisible);
 }
 
+// The simulated logger's answers as a real line brings them: a little at each read.
+struct ChunkedPort : app::Port {
+    explicit ChunkedPort(app::Port& inner) : inner(inner) {}
+    bool setPortName(const std::string& name) override { return inner.setPortName(name); }
+    std::string portName() const override { return inner.portName(); }
+    void setSettings(const std::string& settings) override { inner.setSettings(settings); }
+    std::string settings() const override { return inner.settings(); }
+    bool open() override { return inner.open(); }
+    void close() override { inner.close(); }
+    bool isOpen() const override { return inner.isOpen(); }
+    std::string lastError() const override { return inner.lastError(); }
+    void write(const std::string& bytes) override { inner.write(bytes); }
+    int bytesWaiting() override { return static_cast<int>(pending.size()) + inner.bytesWaiting(); }
+    std::string readAll() override {
+        pending += inner.readAll();
+        const std::string chunk = pending.substr(0, 64);
+        pending.erase(0, chunk.size());
+        return chunk;
+    }
+    app::Port& inner;
+    std::string pending;
+};
+
+// The progress window: "  Waiting", a rough count followed by four spaces while the stream
+// arrives, then "Converting" blinking every 50 words while the records are converted.
+TEST_F(Download, ProgressWindowTexts) {
+    rig.logger().fillRecords(30, pa::testing::quietLoad()); // 120 words
+    ChunkedPort line(rig.port);
+    logger::LoggerExchange exchange{line, rig.clock, rig.ui, rig.state};
+    logger::LoggerSession session{exchange, [](int) {}, [this] { return dir; }};
+    session.load();
+    rig.ui.files.push_back(path);
+    session.Read_All();
+    ASSERT_EQ(rig.messages(), std::vector<std::string>{report(30)});
+    EXPECT_EQ(rig.ui.statusCaptionText, "Status");
+    // The state query before it shows its own texts; the download's start with "  Waiting".
+    const std::vector<std::string>& texts = rig.ui.statusTexts;
+    const auto waiting = std::find(texts.begin(), texts.end(), "  Waiting");
+    ASSERT_NE(waiting, texts.end());
+    const auto converting = std::find(waiting, texts.end(), "Converting");
+    ASSERT_NE(converting, texts.end());
+    // The stream arrives in chunks of 64 after the first: L (two per byte) grows by 128 a
+    // chunk, and each count shows ((L - 97) / 2) / 4 followed by four spaces.
+    const std::vector<std::string> counts(waiting + 1, converting);
+    ASSERT_GE(counts.size(), 3u);
+    for (std::size_t i = 0; i + 1 < counts.size(); ++i) // the last chunk may be shorter
+        EXPECT_EQ(counts[i],
+                  std::to_string((128 * (static_cast<long>(i) + 1) - 97) / 2 / 4) + "    ");
+    EXPECT_EQ(counts[0], "3    ");
+    EXPECT_TRUE(counts.back().ends_with("    ")) << counts.back();
+    std::vector<std::string> blink;
+    for (int k = 1; k <= 120; ++k)
+        blink.push_back(k % 100 > 50 ? "" : "Converting");
+    EXPECT_EQ(std::vector<std::string>(converting + 1, texts.end()), blink);
+    EXPECT_FALSE(rig.ui.statusVisible);
+}
+
 TEST_F(Download, AppendingAddsASecondHeaderAndAnsweringNoSendsNothing) {
     // A name outside ASCII: the file is found again, so the question comes.
     path = dir + "/medición 記錄.txt";

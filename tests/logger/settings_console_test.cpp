@@ -72,6 +72,9 @@ TEST(SettingsUpdate, EnterWritesTheLoggerAndShowsTheRoundedInterval) {
     pa::testing::LoggerRig rig;
     rig.session.Text1[3] = "1";
     rig.session.updateSetting(logger::kSamplingBox);
+    EXPECT_EQ(rig.ui.statusCaptionText, "Status");
+    ASSERT_FALSE(rig.ui.statusTexts.empty());
+    EXPECT_EQ(rig.ui.statusTexts.front(), " Updating") << "before the state query's texts";
     EXPECT_EQ(rig.logger().word(18), 2);
     EXPECT_EQ(rig.session.Text1[3], ".8   "); // "#####.0" drops the leading zero
     EXPECT_DOUBLE_EQ(rig.session.samplingInterval, 0.8);
@@ -144,7 +147,13 @@ TEST(Console, EveryLineEndsWithItsMessageAndTheLiveCycleResumed) {
         {"W 99999999999999999999 1", {"Address > 8192 or Address < 0"}, 0, 0},
         {"R -1", {"Address > 8191 or address < 0"}, 0, 0},
         {"R 5", {"Incorrect leading or ending byte"}, 1, 0},
-        {"R &HZZ", {"No address"}, 0, 0},
+        // Texts count by their leading number (letters give 0); only empty ones are missing.
+        {"R &HZZ", {"Incorrect leading or ending byte"}, 1, 0},
+        {"W abc 5", {}, 0, 1},
+        {"W 12abc 5", {}, 0, 1},
+        {"W 10 abc", {}, 0, 1},
+        {"W 10  ", {}, 0, 1},
+        {"W -5abc 1", {"Address > 8192 or Address < 0"}, 0, 0},
         {"R", {"No address"}, 0, 0},
         {"W 10", {"No write value"}, 0, 0},
         {"W 10 300", {"value too large", "Command not send"}, 0, 0},
@@ -175,6 +184,12 @@ TEST(Console, WriteShowsAddressAndValueAndFoldsTheAddress) {
     EXPECT_EQ(rig.session.Label1[38], "300");
     EXPECT_EQ(rig.session.Label1[39], "171");
     EXPECT_EQ(rig.session.Label1[40], "AB");
+    rig.session.consoleEnter("W 12abc 5");
+    EXPECT_EQ(rig.logger().at(12), 5) << "the address is the text's leading number";
+    rig.session.consoleEnter("W 13 x");
+    EXPECT_EQ(rig.logger().at(13), 0) << "a value of letters is 0";
+    EXPECT_EQ(rig.session.Label1[38], "13");
+    EXPECT_EQ(rig.session.Label1[39], "0");
     rig.session.consoleEnter("EEE");
     rig.session.consoleEnter("X");
     EXPECT_EQ(rig.session.Label1[38], "STATUS");
@@ -213,6 +228,13 @@ TEST(SelfTest, StartWritesTheRequestUnlessTheAnswerIsNo) {
         EXPECT_EQ(rig.ui.messages[0].buttons, app::Buttons::YesNo);
         EXPECT_EQ(rig.logger().at(45), answer == app::Answer::Yes ? 150 : 1);
         EXPECT_EQ(rig.ui.messages.size(), answer == app::Answer::Yes ? 2u : 1u);
+        if (answer == app::Answer::Yes) {
+            EXPECT_EQ(rig.ui.messages[1].text,
+                      "Disconnect the cable, turn the power off, and turn it on again, then the "
+                      "unit starts self-testing. It will takes about 15 minutes.  During "
+                      "self-test, you will not be able to get data from the Power Analyzer");
+            EXPECT_EQ(rig.ui.messages[1].icon, app::Icon::Exclamation);
+        }
         EXPECT_EQ(rig.live, (std::vector<int>{0, 1}));
     }
 }

@@ -190,6 +190,12 @@ TEST(DropDowns, IdleLoggerTakesTheChoiceWithItsNote) {
         std::vector<std::string> messages;
     } cases[] = {
         {0,
+         0,
+         5,
+         0,
+         {"change to normal recording mode, in which data measured at the end of the "
+          "sampling interval will be recorded."}},
+        {0,
          1,
          5,
          1,
@@ -206,6 +212,14 @@ TEST(DropDowns, IdleLoggerTakesTheChoiceWithItsNote) {
         {1, 2, 48, 2, {}},
         {1, 3, 48, 1, {}},
         {2, 0, 59, 0, {}},
+        {2,
+         1,
+         59,
+         1,
+         {"Data will be outputed to RS-232 in ASCII format continuously.  User can specify "
+          "the output interval.  This function will be disabled if power analyzer receives "
+          "any data from RS-232 port or user presses the REC key for more than 2 sec. to "
+          "enable datalogger."}},
         {2,
          2,
          59,

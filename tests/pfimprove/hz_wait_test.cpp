@@ -18,16 +18,30 @@ using pa::testing::FakeClock;
 using pa::testing::RecordingPort;
 using pa::testing::ScriptedUi;
 
-// Counts status-window requests on top of the script, to see the wait box's life.
+// Logs status-window requests on top of the script, to see the wait box's life.
 struct WatchingUi : ScriptedUi {
     void statusShow() override {
         ScriptedUi::statusShow();
         ++shows;
+        log.push_back("show");
+    }
+    void statusHide() override {
+        ScriptedUi::statusHide();
+        log.push_back("hide");
+    }
+    void statusCaption(const std::string& caption) override {
+        ScriptedUi::statusCaption(caption);
+        log.push_back("caption " + caption);
+    }
+    void statusText(const std::string& text) override {
+        ScriptedUi::statusText(text);
+        log.push_back("text " + text);
     }
     int shows = 0;
+    std::vector<std::string> log;
 };
 
-TEST(PrepareHz, GetsHzBehindTheWaitBox) {
+TEST(PrepareHz, GetsHzThenShowsTheWaitBox) {
     pa::sim::Instrument instrument;
     pa::sim::InProcessPort port(instrument);
     port.setPortName("SIM");
@@ -37,7 +51,10 @@ TEST(PrepareHz, GetsHzBehindTheWaitBox) {
     pa::app::ProgramState state;
     LiveCycle cycle(port, clock, ui, state);
     std::vector<int> switches;
-    cycle.setLiveSampling([&](int on) { switches.push_back(on); });
+    cycle.setLiveSampling([&](int on) {
+        switches.push_back(on);
+        ui.log.push_back("sampling " + std::to_string(on));
+    });
     int samples = 0;
 
     const double start = clock.secondsSinceMidnight();
@@ -51,6 +68,9 @@ TEST(PrepareHz, GetsHzBehindTheWaitBox) {
     EXPECT_EQ(samples, 0) << "a frequency is shown: no waiting";
     EXPECT_EQ(switches, (std::vector<int>{0, 1}));
     EXPECT_NEAR(clock.secondsSinceMidnight() - start, 5.5, 1e-9);
+    // Get Hz runs first (live sampling off, then on again), then the wait box comes up.
+    EXPECT_EQ(ui.log, (std::vector<std::string>{"sampling 0", "sampling 1", "caption Getting Hz",
+                                                "text    Wait...", "show", "hide"}));
 }
 
 // Get Hz gets no answer; the live cycle keeps running while the wait lasts.

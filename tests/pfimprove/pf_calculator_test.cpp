@@ -56,8 +56,7 @@ INSTANTIATE_TEST_SUITE_P(
     LoadA, Targets,
     ::testing::Values(
         // Above 1 is taken as 1: all reactive power compensated.
-        TargetCase{
-            "pf_above_one", kTargetPF, "1.2", {"1.0", "0.43", "100.0", "0.0", "0.0", "3.4uF"}},
+        TargetCase{"pf_above_one", kTargetPF, "1.2", {"1", "0.43", "100.0", "0.0", "0.0", "3.4uF"}},
         // Less than 0.001 above PF1: the present state, nothing to add; the angle is the
         // typed PF's.
         TargetCase{
@@ -153,9 +152,10 @@ TEST(Refusals, MessagesInTheirOrder) {
         {unknownAngle, kTargetAngle, "10", "Current phase angle not known"},
         {kLoadA, kTargetAngle, "-5", "Must enter positive angle in degree"},
         {kLoadA, kTargetAngle, "29.7", "Angle2 > Angle1, can only reduce phase angle"},
-        {kLoadA, kTargetPF, "abc", "\"abc\" is not a number"},
-        {kLoadA, kTargetC, "u", "\"u\" is not a number"},
-        {kLoadA, kTargetVAR, "-", "\"-\" is not a number"},
+        // Letters and blanks read as 0, which the target's own check then refuses.
+        {kLoadA, kTargetPF, "abc", "PF2 < PF1, can only improve PF"},
+        {kLoadA, kTargetVA, "   ", "VA2 < W1, can not reduce active power"},
+        {kLoadA, kTargetA, "x0.5", "A2 < IR1, can not reduce active current"},
         // The target's own check comes first, then the missing voltage or frequency.
         {noVolts, kTargetPF, "0.8", "PF2 < PF1, can only improve PF"},
         {noVolts, kTargetPF, "0.95",
@@ -183,13 +183,30 @@ TEST(Refusals, MessagesInTheirOrder) {
 
 TEST(Refusals, EmptyBoxDoesNothingButIsRemembered) {
     PfCalculator pf = calculatorFor(kLoadA);
-    for (const char* typed : {"", "   "}) {
-        const EnterResult r = pf.Enter(kTargetVA, typed);
-        EXPECT_EQ(r.kind, Kind::Ignored);
-        EXPECT_TRUE(r.message.empty());
-        EXPECT_EQ(pf.lastIndex(), kTargetVA);
-    }
+    const EnterResult r = pf.Enter(kTargetVA, "");
+    EXPECT_EQ(r.kind, Kind::Ignored);
+    EXPECT_TRUE(r.message.empty());
+    EXPECT_EQ(pf.lastIndex(), kTargetVA);
     EXPECT_FALSE(pf.hasImproved());
+}
+
+// A typed text counts by its leading number, as the window's other boxes read theirs: the
+// result is the same as for the number itself.
+TEST(Targets, TypedTextsAreReadByTheirLeadingNumber) {
+    const struct {
+        int box;
+        const char* typed;
+        const char* number;
+    } cases[] = {{kTargetVAR, "abc", "0"},     {kTargetVAR, "-", "0"}, {kTargetVAR, "   ", "0"},
+                 {kTargetPF, "0.95x", "0.95"}, {kTargetC, "u", "0"},   {kTargetVA, "110 VA", "110"},
+                 {kTargetAngle, " 1 0", "10"}};
+    for (const auto& c : cases) {
+        PfCalculator typed = calculatorFor(kLoadA), number = calculatorFor(kLoadA);
+        const EnterResult a = typed.Enter(c.box, c.typed);
+        const EnterResult b = number.Enter(c.box, c.number);
+        EXPECT_EQ(a.kind, Kind::Done) << c.typed << ": " << a.message;
+        EXPECT_EQ(a.boxes, b.boxes) << c.typed;
+    }
 }
 
 TEST(Results, NeverShowNanOrInfinity) {
@@ -206,15 +223,20 @@ TEST(Results, NeverShowNanOrInfinity) {
             for (const char* t : typed) {
                 PfCalculator pf = calculatorFor(present);
                 const EnterResult r = pf.Enter(box, t);
-                for (const std::string& s : r.boxes) {
-                    EXPECT_EQ(s.find("nan"), std::string::npos) << box << " " << t;
-                    EXPECT_EQ(s.find("inf"), std::string::npos) << box << " " << t;
-                }
-                if (r.kind != Kind::Done)
+                ASSERT_NE(r.kind, Kind::Ignored) << box << " " << t;
+                if (r.kind == Kind::Refused) {
+                    EXPECT_FALSE(r.message.empty()) << box << " " << t;
+                    EXPECT_EQ(r.boxes, Boxes{}) << box << " " << t;
                     continue;
-                for (double v : {pf.improved().PF2, pf.improved().A2, pf.improved().Cadd}) {
-                    EXPECT_TRUE(std::isfinite(v)) << box << " " << t;
                 }
+                // A value that is not finite would print as "?".
+                for (const std::string& text : r.boxes) {
+                    EXPECT_FALSE(text.empty()) << box << " " << t;
+                    EXPECT_EQ(text.find('?'), std::string::npos) << box << " " << t << ": " << text;
+                }
+                const Improved& v = pf.improved();
+                for (double x : {v.PF2, v.A2, v.VA2, v.VAR2, v.Angle2, v.Cadd})
+                    EXPECT_TRUE(std::isfinite(x)) << box << " " << t;
             }
         }
     }

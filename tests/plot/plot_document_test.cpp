@@ -11,6 +11,7 @@ namespace {
 using namespace pa::plot;
 using pa::app::Answer;
 using pa::app::Icon;
+using pa::testing::AskedInput;
 using pa::testing::recordsFile;
 
 class PlotDocumentTest : public ::testing::Test {
@@ -69,6 +70,29 @@ TEST_F(PlotDocumentTest, FormatQuestionNoEndsTheLoadYesGoesOn) {
     EXPECT_TRUE(doc.quantityEnabled(3));
 }
 
+// Entries 4 to 8 need columns that only lines of 70 characters or more have; the first
+// line's length is counted in characters, not bytes.
+TEST_F(PlotDocumentTest, FirstLineOf70CharactersEnablesTheLaterQuantities) {
+    const struct {
+        const char* name;
+        std::string first;
+        bool later;
+    } cases[] = {{"len69.txt", std::string(69, 'x'), false},
+                 {"len70.txt", std::string(70, 'x'), true},
+                 {"len71.txt", std::string(71, 'x'), true},
+                 {"len69u.txt", std::string(68, 'x') + "\u00e9", false}}; // 70 bytes
+    for (auto c : cases) {
+        c.first[10] = c.first[42] = c.first[60] = ','; // the format check's three columns
+        const std::string path = pa::testing::tempFile(c.name);
+        pa::testing::DataFileWriter(path).raw(c.first + "\r\n" + c.first + "\r\n");
+        doc.setFileName(path);
+        doc.SelectData(0);
+        ASSERT_TRUE(ui.messages.empty()) << c.name << ": " << ui.messages[0].text;
+        for (int entry = 0; entry <= 8; ++entry)
+            EXPECT_EQ(doc.quantityEnabled(entry), entry < 4 || c.later) << c.name << " " << entry;
+    }
+}
+
 TEST_F(PlotDocumentTest, OneRecordAndEnvelopeMessages) {
     doc.setFileName(recordsFile("doc1.txt", 1));
     doc.SelectData(0);
@@ -105,8 +129,16 @@ TEST_F(PlotDocumentTest, ZoomChecksInOrder) {
     };
     for (const auto& c : cases) {
         ui.messages.clear();
+        ui.asked.clear();
         ui.inputs.assign(c.answers.begin(), c.answers.end());
         doc.ZoomIn();
+        ASSERT_FALSE(ui.asked.empty());
+        EXPECT_EQ(ui.asked[0],
+                  (AskedInput{"Enter the starting record number", "Total 4000 records", "1"}));
+        if (ui.asked.size() > 1)
+            EXPECT_EQ(ui.asked[1].prompt + "|" + ui.asked[1].title,
+                      "Enter the ending record number (max. to_plot records 3600)|"
+                      "Total 4000 records");
         if (c.message.empty()) {
             EXPECT_TRUE(ui.messages.empty()) << ui.messages[0].text;
         } else {
@@ -127,13 +159,18 @@ TEST_F(PlotDocumentTest, ScaleBoundsByHandAndFromTheData) {
     EXPECT_LE(doc.yMin(), 1);
     EXPECT_GE(doc.yMax(), 30);
     ui.inputs = {"100"};
+    const std::string fittedMax = numberText(doc.yMax());
     doc.set_scale(2);
-    EXPECT_EQ(ui.prompts.back(), "Enter maximum value for Y (vertical) axis");
+    EXPECT_EQ(ui.asked.back(),
+              (AskedInput{"Enter maximum value for Y (vertical) axis", "Max Y", fittedMax}))
+        << "the present maximum is the default answer";
     EXPECT_TRUE(doc.userScale());
     EXPECT_EQ(doc.yMax(), 100);
     EXPECT_EQ(doc.yMin(), 1) << "the minimum comes from the data";
     ui.inputs = {"-5"};
     doc.set_scale(1);
+    EXPECT_EQ(ui.asked.back(),
+              (AskedInput{"Enter minimum value for Y (vertical) axis", "Min Y", "1"}));
     EXPECT_EQ(doc.yMin(), -5);
     EXPECT_EQ(doc.yMax(), 100) << "the maximum typed by hand stays";
     ui.inputs = {""};
@@ -157,9 +194,11 @@ TEST_F(PlotDocumentTest, GridTitlesAndLabels) {
     EXPECT_EQ(doc.graphTitle(), "Load test");
     EXPECT_EQ(doc.xTitle(), "Time");
     EXPECT_EQ(doc.yTitle(), "Watt");
-    EXPECT_EQ(ui.prompts,
-              (std::vector<std::string>{"Enter Graph title", "Enter title for the X axis",
-                                        "Enter title for the Y axis"}));
+    // The present title is the default answer.
+    EXPECT_EQ(ui.asked,
+              (std::vector<AskedInput>{{"Enter Graph title", "Graph Title", ""},
+                                       {"Enter title for the X axis", "X Title", "Time"},
+                                       {"Enter title for the Y axis", "Y Title", "Watt"}}));
     doc.set_title(5);
     doc.set_title(3);
     EXPECT_EQ(doc.graphTitle(), "");

@@ -15,6 +15,12 @@ struct ShownMessage {
     app::Buttons buttons;
 };
 
+// One input box as it was put to the user.
+struct AskedInput {
+    std::string prompt, title, defaultText;
+    bool operator==(const AskedInput&) const = default;
+};
+
 class ScriptedUi : public app::Ui {
   public:
     app::Answer message(const std::string& text, const std::string& title, app::Icon icon,
@@ -51,6 +57,7 @@ class ScriptedUi : public app::Ui {
     // What happened.
     std::vector<ShownMessage> messages;
     std::vector<std::string> prompts;
+    std::vector<AskedInput> asked; // every input box: prompt, title and default answer
     std::vector<std::string> documents;
     std::vector<std::string> startPaths; // where open dialogs started
     std::vector<std::string> saveStartPaths;
