@@ -2,6 +2,7 @@
 //   --simulate    serve a simulated instrument on a pseudo-terminal, list it in the COM menu
 //                 and open it after start-up
 //   --port PATH   open this port after start-up
+#include "app/file_size_signal.h"
 #include "app/program_state.h"
 #include "pty_host.h"
 #include "qt/qt_clock.h"
@@ -16,6 +17,7 @@
 #include <memory>
 
 int main(int argc, char** argv) {
+    pa::app::ignoreFileSizeSignal();
     QApplication app(argc, argv);
     QApplication::setApplicationName("poweranalyzer");
     QApplication::setApplicationDisplayName("Power Analyzer");

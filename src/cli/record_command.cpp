@@ -14,8 +14,11 @@
 #include "text/leading_number.h"
 
 #include <QCoreApplication>
+#include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 
 namespace pa::cli {
 namespace {
@@ -32,10 +35,18 @@ struct RecordOptions {
     std::string price, hours = "0", start = "0";
 };
 
+// A plain finite number and nothing else (whatever the locale), such as 5, 0.25 or 1e3:
+// these texts go into the data file's lines as they stand.
+std::optional<double> number(const std::string& text) {
+    double value = 0;
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    if (text.empty() || error != std::errc() || stop != end || !std::isfinite(value))
+        return std::nullopt;
+    return value;
+}
 bool isNumber(const std::string& text) {
-    char* end = nullptr;
-    std::strtod(text.c_str(), &end);
-    return !text.empty() && *end == '\0';
+    return number(text).has_value();
 }
 
 std::string parseRecord(const std::vector<std::string>& args, RecordOptions& o) {
@@ -53,7 +64,7 @@ std::string parseRecord(const std::vector<std::string>& args, RecordOptions& o) 
         } else if (a == "--out") {
             o.out = v;
         } else if (a == "--interval") {
-            if (!isNumber(v) || std::strtod(v.c_str(), nullptr) <= 0)
+            if (number(v).value_or(0) <= 0)
                 return "--interval takes a number of seconds (0.5, or a whole number)";
             o.interval = v;
         } else if (a == "--count") {
@@ -69,8 +80,12 @@ std::string parseRecord(const std::vector<std::string>& args, RecordOptions& o) 
             if (o.period < 0)
                 return "--period takes month, day or year";
         } else if (a == "--price") {
+            if (!isNumber(v))
+                return "--price takes a number (the price of one kWh, such as 0.25)";
             o.price = v;
         } else if (a == "--hours") {
+            if (!isNumber(v))
+                return "--hours takes a number of hours a day from 0 to 24";
             o.hours = v;
         } else if (a == "--start") {
             if (!isNumber(v))
@@ -101,16 +116,17 @@ int record(const RecordOptions& o) {
     if (!o.interval.empty())
         session.cycle.applySamplingTime(o.interval);
 
+    // The port first: a port that cannot be opened must leave an existing --out file alone.
+    if (!session.open())
+        return 1; // the console seam has said why
     datafile::Recorder recorder(session.cycle, session.clock, session.ui, session.state);
     recorder.setEntryTexts([&] { return datafile::EntryTexts{kPeriods[o.period], o.hours}; });
     session.cycle.setRecordingHook(&recorder);
     if (!recorder.createFileAt(o.out))
-        return 1; // the console seam has said why
+        return 1;
     recorder.StartRecording();
     recorder.recordNumberTyped(o.start);
     recorder.NowAuto();
-    if (!session.open())
-        return 1;
     std::fprintf(stderr, "recording into %s (Ctrl-C ends)\n", o.out.c_str());
 
     long long echoed = 0;

@@ -1,4 +1,5 @@
 #include "plot/line_reader.h"
+#include "datafile/data_folder.h"
 
 #include "text/leading_number.h"
 
@@ -35,6 +36,8 @@ std::size_t byteOfColumn(std::string_view text, std::size_t column) {
 } // namespace
 
 bool LineReader::open(const std::string& path) {
+    if (!datafile::notAFileReason(path).empty())
+        return false; // a folder reads as nothing, and a pipe would hold the reader waiting
     in_.open(toPath(path), std::ios::binary);
     if (!in_)
         return false;
