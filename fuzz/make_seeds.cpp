@@ -90,11 +90,54 @@ void plotSeeds(const fs::path& folder) {
     file += pa::datafile::recordLine(20, t) + "\r\n";
     write(folder, "recorded", file);
     write(folder, "header_only", pa::datafile::headerLine("day") + "\r\n");
+    // Files of megabytes: a 4 MB line without a line end, 1 MB of records.
+    write(folder, "long_line", "\xFF\x03" + std::string(200, 'x'));
+    write(folder, "megabyte", "\xFF\x00" + pa::datafile::recordLine(0, t) + "\r\n");
     write(folder, "unix_line_ends",
           pa::datafile::headerLine("year") + "\n" + pa::datafile::recordLine(0, t) + "\n");
 }
 
 } // namespace
+
+// The logger's side of whole exchanges: a length byte, then the bytes of each read.
+void exchangeSeeds(const fs::path& folder) {
+    pa::sim::Instrument meter;
+    auto& logger = meter.logger();
+    logger.fillRecords(5, pa::sim::Load{});
+    auto pieces = [](const std::vector<std::string>& replies) {
+        std::string out(1, '\x09'); // the baud code
+        for (const std::string& r : replies)
+            for (std::size_t at = 0; at == 0 || at < r.size(); at += 255) {
+                const std::string part = r.substr(at, 255);
+                out.append(1, static_cast<char>(part.size())).append(part);
+            }
+        return out;
+    };
+    const std::string idle = meter.receive("X");
+    std::vector<std::string> statusRead = {idle, idle};
+    for (int address = 0; address < pa::sim::kStatusBlockBytes; ++address)
+        statusRead.push_back(std::string{'\x02', static_cast<char>(logger.at(address)), '\x03'});
+    write(folder, "status", pieces(statusRead));
+    std::vector<std::string> download = statusRead;
+    download.push_back(idle);
+    download.push_back(meter.receive("U"));
+    write(folder, "download", pieces(download));
+    write(folder, "noise", pieces({idle, std::string(200, '\x02'), std::string(255, 'x')}));
+    write(folder, "frequency", pieces({idle, "", "", meter.frequencyReply()}));
+}
+
+// Polls for the record writer: the typed line, then a length byte and the bytes of each poll.
+void recordSeeds(const fs::path& folder) {
+    pa::sim::Instrument meter;
+    std::string polls;
+    for (int i = 0; i < 6; ++i) {
+        const std::string frame = i == 3 ? std::string() : meter.liveFrame();
+        polls.append(1, static_cast<char>(frame.size())).append(frame);
+    }
+    write(folder, "auto", "1\n" + polls);
+    write(folder, "manual", "\x01" + std::string("5\n") + polls);
+    write(folder, "silent", "8\n" + std::string(8, '\0'));
+}
 
 int main(int argc, char** argv) {
     if (argc != 2) {
@@ -106,5 +149,7 @@ int main(int argc, char** argv) {
     loggerSeeds(root / "logger_input_fuzz");
     entrySeeds(root / "text_entry_fuzz");
     plotSeeds(root / "plot_file_fuzz");
+    exchangeSeeds(root / "logger_exchange_fuzz");
+    recordSeeds(root / "record_writer_fuzz");
     return 0;
 }

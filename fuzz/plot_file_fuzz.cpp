@@ -4,7 +4,10 @@
 // its zoom and Y scale boxes, its axis labels and its statistics; and the file viewer's line
 // index, scanned in small steps and read back in pages. The readers take files by
 // path, so each input is written to a scratch file first (in memory under /dev/shm where
-// there is one, to keep the file system out of the way).
+// there is one, to keep the file system out of the way). An input that starts with byte 0xFF
+// becomes a file of 1 to 8 MB (the rest of the input over and over), so that lines of
+// megabytes, and files without any line end, are in reach; such files go through the viewer's
+// index and the plot loader's probe and range reader.
 #include "datafile/line_index.h"
 #include "plot/plot_columns.h"
 #include "plot/plot_document.h"
@@ -33,13 +36,24 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::FILE* f = std::fopen(path.c_str(), "wb");
     if (!f)
         return 0;
-    std::fwrite(data, 1, size, f);
+    const bool large = size >= 3 && data[0] == 0xFF;
+    if (large) {
+        const std::size_t target = (data[1] % 8 + 1) * std::size_t{1 << 20};
+        for (std::size_t written = 0; written < target; written += size - 2)
+            std::fwrite(data + 2, 1, size - 2, f);
+    } else {
+        std::fwrite(data, 1, size, f);
+    }
     std::fclose(f);
 
     pa::datafile::LineIndex index;
     if (index.open(path).empty()) {
-        while (!index.indexMore(64)) {
+        while (!index.indexMore(large ? 1 << 20 : 64)) {
         }
+        // A line as given is never longer than the cut and its note.
+        for (const std::string& line : index.lines(0, 3))
+            if (line.size() > 4 * pa::datafile::LineIndex::kLongestShownLine + 64)
+                __builtin_trap();
         const std::uint64_t lines = index.lineCount();
         for (std::uint64_t first = 0; first <= lines; first += 300)
             index.lines(first, 300);
@@ -50,6 +64,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!probe)
         return 0;
     const auto& quantity = pa::plot::kQuantities[size % pa::plot::kQuantities.size()];
+    if (large) {
+        if (const auto range = pa::plot::loadRange(path, quantity, 1, 40))
+            for (const auto& set : range->sets)
+                pa::plot::statistics(set);
+        return 0;
+    }
     if (const auto all = pa::plot::loadRecords(path, quantity, probe->records))
         for (const auto& set : all->sets)
             pa::plot::statistics(set);

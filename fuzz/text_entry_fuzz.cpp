@@ -1,8 +1,12 @@
 // Arbitrary typed text into every entry box: the sampling time, the price and hours boxes,
 // the data file name, the six boxes of the PF improvement window (and the capacitance
-// reading behind them), and the number reading and formatting they all rely on.
+// reading behind them), the logger window's five settings boxes, and the number reading and
+// formatting they all rely on. A data file name made from any typed text must stay in the
+// data folder: one plain name, never a path, "." or "..".
 #include "datafile/data_file.h"
+#include "datafile/data_folder.h"
 #include "live/live_cycle.h"
+#include "logger/settings_encoding.h"
 #include "pfimprove/pf_calculator.h"
 #include "support/fake_clock.h"
 #include "support/recording_port.h"
@@ -12,7 +16,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <string>
+#include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
@@ -33,7 +39,23 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     cycle.energy().priceEntered(text);
     cycle.energy().hoursEntered(text);
 
-    pa::datafile::normaliseFileName(text);
+    const std::string name = pa::datafile::normaliseFileName(text);
+    if (!name.empty()) {
+        const std::string folder = "/data/folder";
+        const std::filesystem::path joined =
+            std::filesystem::path(pa::datafile::joinPath(folder, name)).lexically_normal();
+        if (joined.parent_path() != folder || name == "." || name == ".." ||
+            name.find_first_of("/\\") != std::string::npos)
+            __builtin_trap();
+    }
+
+    // Each settings box with the typed text, the others holding what users type.
+    for (int box = 0; box < 5; ++box) {
+        std::vector<std::string> boxes = {"1", "11-23", "10:00:00", "0.4", "1"};
+        boxes[static_cast<std::size_t>(box)] = text;
+        pa::logger::encodeSetting(box, boxes);
+    }
+    pa::logger::intervalUnits(value);
 
     // The readouts are cut from the input too, so odd readings meet odd targets.
     pa::pfimprove::PfCalculator calculator;

@@ -1,4 +1,5 @@
 // poweranalyzer-sim: the simulated instrument on a pseudo-terminal, until SIGINT or SIGTERM.
+#include "app/file_size_signal.h"
 #include "pty_host.h"
 #include "sim_options.h"
 
@@ -9,6 +10,7 @@
 #include <vector>
 
 int main(int argc, char** argv) {
+    pa::app::ignoreFileSizeSignal();
     const pa::sim::ParsedOptions parsed =
         pa::sim::parseSimOptions(std::vector<std::string>(argv + 1, argv + argc));
     if (!parsed.error.empty()) {

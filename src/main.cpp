@@ -3,6 +3,7 @@
 //                 them, in this process on Windows), list it in the COM menu and open it
 //                 after start-up
 //   --port PATH   open this port after start-up
+#include "app/file_size_signal.h"
 #include "app/program_state.h"
 #include "qt/qt_clock.h"
 #include "qt/qt_port.h"
@@ -17,6 +18,7 @@
 #include <memory>
 
 int main(int argc, char** argv) {
+    pa::app::ignoreFileSizeSignal();
     QApplication app(argc, argv);
     QApplication::setApplicationName("poweranalyzer");
     QApplication::setApplicationDisplayName("Power Analyzer");

@@ -42,6 +42,10 @@ class Ui {
     virtual void statusHide() = 0;
     virtual void statusCaption(const std::string& caption) = 0;
     virtual void statusText(const std::string& text) = 0;
+    // Offers (or withdraws) a way to cancel the work the status window shows; cancelled()
+    // says whether the user has used it since it was offered (the command line: Ctrl-C).
+    virtual void statusCancellable(bool offered) { (void)offered; }
+    virtual bool statusCancelled() { return false; }
 
     // Let the interface process its pending events (long operations call this between steps).
     virtual void processEvents() = 0;

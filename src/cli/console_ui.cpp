@@ -1,5 +1,7 @@
 #include "cli/console_ui.h"
 
+#include "cli/commands.h"
+
 #include <QCoreApplication>
 #include <cstdio>
 
@@ -13,6 +15,10 @@ app::Answer ConsoleUi::message(const std::string& text, const std::string& title
             c = ' ';
     std::fprintf(stderr, "%s%s%s\n", title.c_str(), title.empty() ? "" : ": ", line.c_str());
     return buttons == app::Buttons::YesNo ? app::Answer::No : app::Answer::Ok;
+}
+
+bool ConsoleUi::statusCancelled() {
+    return stopRequested();
 }
 
 void ConsoleUi::processEvents() {

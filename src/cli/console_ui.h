@@ -23,6 +23,8 @@ class ConsoleUi : public app::Ui {
     void statusHide() override {}
     void statusCaption(const std::string&) override {}
     void statusText(const std::string&) override {}
+    // Ctrl-C cancels the work in progress.
+    bool statusCancelled() override;
     void processEvents() override;
     void beep() override {}
     void openDocument(const std::string&) override {}

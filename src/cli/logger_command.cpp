@@ -163,6 +163,7 @@ class LoggerRun {
     int download(const std::string& out) {
         if (out.empty())
             return fail("download needs --out FILE");
+        quitOnCtrlC(); // Ctrl-C cancels the transfer; nothing is written then
         session_.Read_All();
         return ui_.reports == 1 && ui_.warnings == 0 ? 0 : 1;
     }

@@ -1,5 +1,6 @@
 // poweranalyzer-cli: the program's logic without a window. Each subcommand lives in its own
 // file (cli/*_command.cpp); this file picks one by name.
+#include "app/file_size_signal.h"
 #include "cli/commands.h"
 
 #include <QApplication>
@@ -70,6 +71,7 @@ bool stopRequested() {
 } // namespace pa::cli
 
 int main(int argc, char** argv) {
+    pa::app::ignoreFileSizeSignal();
     std::vector<std::string> args(argv + 1, argv + argc);
     // Drawing (plot) needs widgets; without a chosen platform it draws offscreen.
     const bool widgets = !args.empty() && args[0] == "plot";

@@ -4,7 +4,8 @@
 //                             [--baud 9600|4800|2400|1200]
 //
 // Each line holds the clock text, then W, PF, V, A, phase angle, VA, VAR, Hz and KWH as the
-// main window shows them, separated by tabs.
+// main window shows them, separated by tabs; while the instrument is silent, the clock text
+// and the window's warning ("NO COM").
 #include "cli/commands.h"
 #include "cli/live_session.h"
 
@@ -70,17 +71,30 @@ int monitor(const MonitorOptions& o) {
     if (const std::string error = session.prepare(o.port, o.simulate); !error.empty())
         return fail(error);
     long printed = 0;
+    const auto print = [&](const std::string& line) {
+        std::printf("%s\n", line.c_str());
+        std::fflush(stdout);
+        if (o.count > 0 && ++printed >= o.count)
+            QCoreApplication::quit();
+    };
     session.cycle.setSampleListener([&] {
         const auto& r = session.cycle.readouts();
         std::string line = r.clockText;
         for (int p : {pa::live::kW, pa::live::kPF, pa::live::kV, pa::live::kA, pa::live::kAngle,
                       pa::live::kVA, pa::live::kVAR, pa::live::kHz, pa::live::kKWH})
             line += "\t" + r.Panel3D2[p];
-        std::printf("%s\n", line.c_str());
-        std::fflush(stdout);
-        if (o.count > 0 && ++printed >= o.count)
-            QCoreApplication::quit();
+        print(line);
     });
+    // A silent or vanished instrument gives no samples: one line per clock text says so, as
+    // the window's warning does, and counts towards --count.
+    std::string lastSilent;
+    const auto afterTick = [&] {
+        const auto& r = session.cycle.readouts();
+        if (!r.warningVisible || r.clockText.empty() || r.clockText == lastSilent)
+            return;
+        lastSilent = r.clockText;
+        print(r.clockText + "\t" + r.warning);
+    };
 
     if (!o.interval.empty())
         session.cycle.applySamplingTime(o.interval);
@@ -88,7 +102,7 @@ int monitor(const MonitorOptions& o) {
         return 1; // the console seam has said why
     if (o.baudIndex >= 0)
         session.link.SelectBaud(o.baudIndex);
-    return session.run({}, {});
+    return session.run(afterTick, {});
 }
 
 } // namespace

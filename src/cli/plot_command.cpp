@@ -8,6 +8,7 @@
 // when it holds a comma). A file that fails the format check is refused unless --force.
 #include "cli/commands.h"
 #include "cli/console_ui.h"
+#include "datafile/data_folder.h"
 #include "plot/PlotFile.h"
 #include "plot/line_reader.h"
 #include "text/leading_number.h"
@@ -147,6 +148,8 @@ int plotCommand(const std::vector<std::string>& args) {
     PlotOptions o;
     if (const std::string error = parsePlot(args, o); !error.empty())
         return fail(error);
+    if (const std::string why = datafile::notAFileReason(o.file); !why.empty())
+        return fail("cannot read " + o.file + ": " + why);
     if (plot::fileLength(o.file) < 0)
         return fail("cannot read " + o.file);
 

@@ -15,8 +15,11 @@
 #include "text/number_text.h"
 
 #include <QCoreApplication>
+#include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 
 namespace pa::cli {
 namespace {
@@ -32,6 +35,12 @@ struct RecordOptions {
     int period = 0;
     std::string price, hours = "0", start = "0";
 };
+
+// A plain finite number and nothing else (whatever the locale), such as 5, 0.25 or 1e3:
+// these texts go into the data file's lines as they stand.
+bool isNumber(const std::string& text) {
+    return text::parseDecimal(text).has_value();
+}
 
 std::string parseRecord(const std::vector<std::string>& args, RecordOptions& o) {
     for (std::size_t i = 0; i < args.size(); ++i) {
@@ -64,8 +73,12 @@ std::string parseRecord(const std::vector<std::string>& args, RecordOptions& o) 
             if (o.period < 0)
                 return "--period takes month, day or year";
         } else if (a == "--price") {
+            if (!isNumber(v))
+                return "--price takes a number (the price of one kWh, such as 0.25)";
             o.price = v;
         } else if (a == "--hours") {
+            if (!isNumber(v))
+                return "--hours takes a number of hours a day from 0 to 24";
             o.hours = v;
         } else if (a == "--start") {
             if (!isNumber(v))
@@ -96,16 +109,17 @@ int record(const RecordOptions& o) {
     if (!o.interval.empty())
         session.cycle.applySamplingTime(o.interval);
 
+    // The port first: a port that cannot be opened must leave an existing --out file alone.
+    if (!session.open())
+        return 1; // the console seam has said why
     datafile::Recorder recorder(session.cycle, session.clock, session.ui, session.state);
     recorder.setEntryTexts([&] { return datafile::EntryTexts{kPeriods[o.period], o.hours}; });
     session.cycle.setRecordingHook(&recorder);
     if (!recorder.createFileAt(o.out))
-        return 1; // the console seam has said why
+        return 1;
     recorder.StartRecording();
     recorder.recordNumberTyped(o.start);
     recorder.NowAuto();
-    if (!session.open())
-        return 1;
     std::fprintf(stderr, "recording into %s (Ctrl-C ends)\n", o.out.c_str());
 
     long long echoed = 0;

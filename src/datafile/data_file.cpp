@@ -3,9 +3,11 @@
 #include "datafile/data_folder.h"
 #include "text/mask_format.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/stat.h>
 
 #ifdef _WIN32
@@ -59,15 +61,57 @@ std::size_t characterCount(std::string_view s) {
 class File {
   public:
     File(const std::string& path, int flags) : path_(path) {
+        // A NUL would make the system see a shorter name than the one reported; line ends,
+        // tabs and the like make names that cannot be typed or listed again.
+        const std::size_t nameStart = path.find_last_of("/\\") + 1;
+        if (std::any_of(path.begin() + static_cast<std::ptrdiff_t>(nameStart), path.end(),
+                        isControl) ||
+            path.find('\0') != std::string::npos) {
+            path_ = printable(path);
+            error_ = "Cannot open the data file " + path_ +
+                     ": the name holds a control character (a line end, tab or the like), "
+                     "which file names cannot have.";
+            return;
+        }
 #ifdef _WIN32
+        if (isLink(path)) {
+            error_ = linkRefusal();
+            return;
+        }
         // _O_NOINHERIT: a program started meanwhile must not hold the file open.
         fd_ = ::_wopen(pathFromUtf8(path).c_str(), flags | _O_BINARY | _O_NOINHERIT,
                        _S_IREAD | _S_IWRITE);
 #else
-        fd_ = ::open(path.c_str(), flags | O_CLOEXEC, 0666);
+        // A link put where the data file goes is not followed (it could lead anywhere), and a
+        // pipe without a reader must not hold the program in open().
+        fd_ = ::open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0666);
+        if (fd_ < 0 && errno == ELOOP) {
+            error_ = linkRefusal();
+            return;
+        }
+        if (fd_ < 0 && errno == ENXIO) {
+            error_ = notAFile();
+            return;
+        }
 #endif
-        if (fd_ < 0)
+        if (fd_ < 0) {
             error_ = failure("Cannot open");
+            return;
+        }
+        // Devices (a full one, the null one) take lines as a file does; pipes, sockets and
+        // folders do not.
+        if (const int kind = fileType(); kind == S_IFIFO || kind == S_IFDIR
+#ifdef S_IFSOCK
+                                         || kind == S_IFSOCK
+#endif
+        ) {
+            error_ = notAFile();
+            closeFile();
+            return;
+        }
+#ifndef _WIN32
+        ::fcntl(fd_, F_SETFL, ::fcntl(fd_, F_GETFL) & ~O_NONBLOCK);
+#endif
     }
     ~File() {
         if (fd_ >= 0)
@@ -110,6 +154,46 @@ class File {
     }
 
   private:
+    std::string linkRefusal() const {
+        return "Cannot open the data file " + path_ +
+               ": it is a symbolic link, which is not followed. Choose another name.";
+    }
+    std::string notAFile() const {
+        return "Cannot open the data file " + path_ +
+               ": it is not a regular file (a pipe, socket or folder).";
+    }
+    static bool isControl(char c) {
+        return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+    }
+    // The path with its control characters written as \xHH, so a message shows them.
+    static std::string printable(const std::string& path) {
+        static constexpr char kHex[] = "0123456789ABCDEF";
+        std::string shown;
+        for (const char c : path) {
+            if (isControl(c)) {
+                const auto b = static_cast<unsigned char>(c);
+                shown += {'\\', 'x', kHex[b >> 4], kHex[b & 15]};
+            } else {
+                shown += c;
+            }
+        }
+        return shown;
+    }
+#ifdef _WIN32
+    static bool isLink(const std::string& path) {
+        std::error_code ec;
+        return std::filesystem::is_symlink(pathFromUtf8(path), ec);
+    }
+#endif
+    int fileType() const {
+#ifdef _WIN32
+        struct _stat64 st;
+        return ::_fstat64(fd_, &st) == 0 ? (st.st_mode & _S_IFMT) : 0;
+#else
+        struct stat st;
+        return ::fstat(fd_, &st) == 0 ? static_cast<int>(st.st_mode & S_IFMT) : 0;
+#endif
+    }
     std::string failure(const char* what) const {
         return std::string(what) + " the data file " + path_ + ": " + std::strerror(errno) + ".";
     }

@@ -115,6 +115,18 @@ FolderResult DataFolder(const std::string& profile) {
     return {utf8FromPath(folder), ""};
 }
 
+std::string notAFileReason(const std::string& path) {
+    std::error_code ec;
+    const auto kind = fs::status(pathFromUtf8(path), ec).type();
+    if (kind == fs::file_type::regular)
+        return "";
+    if (kind == fs::file_type::directory)
+        return "it is a folder, not a file";
+    if (ec)
+        return ec.message();
+    return "it is not a regular file (a pipe, device or socket)";
+}
+
 FolderResult DataFolder() {
     return DataFolder(profileFolder());
 }

@@ -29,6 +29,12 @@ FolderResult DataFolder();
 // Joins a folder and a file name with the system's separator.
 std::string joinPath(const std::string& folder, const std::string& name);
 
+// Why a path cannot be read as a file: "" for a regular file (or a link to one), else the
+// reason ("it is a folder, not a file", "it is not a regular file (a pipe, device or
+// socket)", or the system's, such as "No such file or directory"). Looked at without opening
+// the path, since opening a pipe waits for a writer.
+std::string notAFileReason(const std::string& path);
+
 // File names are UTF-8 in the program; these convert to and from the system's path type
 // (wide on Windows), so that a Chinese folder name survives.
 std::filesystem::path pathFromUtf8(const std::string& utf8);

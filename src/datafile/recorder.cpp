@@ -194,8 +194,13 @@ bool Recorder::append(const std::string& line) {
     // Stop first: the message box lets timer ticks run, and they must find recording off.
     lastError_ = error;
     EndRecording();
-    ui_.message(error + "\n\nRecording has stopped. The lines written before are kept in the "
-                        "file.",
+    std::error_code ec;
+    const bool gone =
+        !std::filesystem::exists(std::filesystem::symlink_status(pathFromUtf8(path_), ec));
+    ui_.message(error + (gone ? "\n\nRecording has stopped. The file is no longer there (removed "
+                                "or moved away): the lines written before went with it."
+                              : "\n\nRecording has stopped. The lines written before are kept "
+                                "in the file."),
                 "Recording", app::Icon::Exclamation);
     return false;
 }

@@ -7,6 +7,7 @@
 #include "logger/record_converter.h"
 #include "text/leading_number.h"
 
+#include <algorithm>
 #include <filesystem>
 
 namespace pa::logger {
@@ -20,6 +21,12 @@ constexpr double kSilenceWindow = 2.0;
 constexpr double kStreamPoll = 0.01;
 // Bytes of STX and status block before the first record; the progress count starts there.
 constexpr int kStreamHead = 97;
+// The logger's memory (status block and records) between STX and ETX, plus a margin for a
+// stray byte or two of line noise after the stream.
+constexpr std::size_t kLoggerMemory = 8192;
+constexpr std::size_t kLongestStream = 1 + kLoggerMemory + 1 + 16;
+// How often the interface is let run (for the Cancel button) while no data comes.
+constexpr double kYieldEvery = 0.1;
 constexpr int kBlinkEvery = 100, kBlinkOn = 50;
 constexpr double kSecondsPerDay = 86400;
 
@@ -32,6 +39,14 @@ double since(app::Clock& clock, double start) {
     return d;
 }
 
+// The longest a whole download may take: the leading-byte window, the longest stream at the
+// line's speed (ten bits a byte) with a factor of two for a slow logger, the closing silence
+// and a few seconds' margin. BaudCode 0 (no speed chosen yet) counts as the slowest.
+double downloadDeadline(int baudCode) {
+    const double baud = baudCode == 9 ? 9600 : baudCode == 4 ? 4800 : baudCode == 2 ? 2400 : 1200;
+    return kLeadingByteWindow + 2.0 * (kLongestStream * 10 / baud) + kSilenceWindow + 5.0;
+}
+
 } // namespace
 
 std::optional<std::string> LoggerSession::receiveStream() {
@@ -40,14 +55,41 @@ std::optional<std::string> LoggerSession::receiveStream() {
     app::Ui& ui = ex_.ui();
     port.write("U");
 
+    // A noisy or flooding line must not keep the download running or growing: no stream is
+    // longer than the logger's memory between its two framing bytes, and none takes longer
+    // than that memory at the line's speed. The user may also cancel at any time.
+    const double deadline = downloadDeadline(ex_.programState().baudCode);
+    const double began = clock.secondsSinceMidnight();
+    double lastYield = began;
+    const auto interrupted = [&]() -> std::optional<std::string> {
+        if (since(clock, lastYield) >= kYieldEvery) {
+            ui.processEvents();
+            lastYield = clock.secondsSinceMidnight();
+        }
+        if (ui.statusCancelled())
+            return std::string("Download cancelled. Nothing was written.");
+        if (since(clock, began) >= deadline)
+            return "The download did not end within " + std::to_string(static_cast<int>(deadline)) +
+                   " s: the line keeps sending. Check the cable and that only the logger is "
+                   "connected. Nothing was written.";
+        return std::nullopt;
+    };
+    const auto abandon = [&](const std::string& why) -> std::optional<std::string> {
+        ui.message(why, "", app::Icon::Exclamation);
+        return std::nullopt;
+    };
+
     std::string buffer;
     const double asked = clock.secondsSinceMidnight();
     while (buffer.empty() && since(clock, asked) < kLeadingByteWindow) {
         std::string chunk = port.readAll();
-        if (!chunk.empty() && chunk.front() == kStx)
+        if (!chunk.empty() && chunk.front() == kStx) {
             buffer = std::move(chunk); // other chunks are noise before the stream
-        else
+        } else {
+            if (const auto why = interrupted())
+                return abandon(*why);
             clock.pause(kStreamPoll);
+        }
     }
     if (buffer.empty()) {
         ex_.warn("Incorrecot leading byte, try again");
@@ -58,24 +100,36 @@ std::optional<std::string> LoggerSession::receiveStream() {
     // is a rough record count.
     long counted = 0;
     double lastData = clock.secondsSinceMidnight();
-    while (since(clock, lastData) < kSilenceWindow) {
+    while (buffer.size() <= kLongestStream && since(clock, lastData) < kSilenceWindow) {
+        if (const auto why = interrupted())
+            return abandon(*why);
         const std::string chunk = port.readAll();
         if (chunk.empty()) {
             clock.pause(kStreamPoll);
             continue;
         }
-        buffer += chunk;
+        buffer.append(chunk, 0, std::min(chunk.size(), kLongestStream + 1 - buffer.size()));
         counted += 2 * static_cast<long>(chunk.size());
         lastData = clock.secondsSinceMidnight();
         if (counted > kStreamHead) {
             ui.statusText(std::to_string((counted - kStreamHead) / 2 / 4) + "    ");
             ui.processEvents();
+            lastYield = lastData;
         }
     }
+    if (buffer.size() > kLongestStream)
+        return abandon("The logger sent more than its memory can hold (over " +
+                       std::to_string(kLongestStream) +
+                       " bytes): the line is noisy or another device is sending. Nothing was "
+                       "written.");
     if (buffer.back() != kEtx) {
         ex_.warn("Inncorrect ending byte");
         return std::nullopt;
     }
+    if (buffer.size() < static_cast<std::size_t>(kStreamHead) + 1)
+        return abandon("The download holds no whole status block (" +
+                       std::to_string(buffer.size()) +
+                       " bytes came): the line is noisy. Nothing was written.");
     return buffer;
 }
 
@@ -95,7 +149,9 @@ void LoggerSession::Read_All() {
         return;
 
     ProgressWindow progress(ex_.ui(), "Status", "  Waiting");
+    ex_.ui().statusCancellable(true);
     const auto stream = receiveStream();
+    ex_.ui().statusCancellable(false);
     if (!stream)
         return;
     writeDownload(*path, *stream);

@@ -76,6 +76,7 @@ class LoggerExchange {
     app::Port& port() { return port_; }
     app::Clock& clock() { return clock_; }
     app::Ui& ui() { return ui_; }
+    const app::ProgramState& programState() const { return state_; }
     // A refusal or a failure, with the exclamation icon and the default title.
     void warn(const std::string& text) { ui_.message(text, "", app::Icon::Exclamation); }
 

@@ -31,6 +31,8 @@ std::size_t byteOfColumn(std::string_view text, std::size_t column) {
 } // namespace
 
 bool LineReader::open(const std::string& path) {
+    if (!datafile::notAFileReason(path).empty())
+        return false; // a folder reads as nothing, and a pipe would hold the reader waiting
     in_.open(datafile::pathFromUtf8(path), std::ios::binary);
     if (!in_)
         return false;

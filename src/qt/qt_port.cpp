@@ -120,6 +120,8 @@ std::string QtPort::readAll() {
     if (!port_.isOpen())
         return {};
     port_.waitForReadyRead(0);
+    if (!port_.isOpen()) // an error while waiting closed it; Qt would warn on a read
+        return {};
     const QByteArray data = port_.readAll();
     return std::string(data.constData(), static_cast<std::size_t>(data.size()));
 }

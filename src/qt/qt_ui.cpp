@@ -114,6 +114,12 @@ void QtUi::statusCaption(const std::string& caption) {
 void QtUi::statusText(const std::string& text) {
     status_->setText(qs(text));
 }
+void QtUi::statusCancellable(bool offered) {
+    status_->setCancellable(offered);
+}
+bool QtUi::statusCancelled() {
+    return status_->cancelled();
+}
 void QtUi::processEvents() {
     QApplication::processEvents();
 }

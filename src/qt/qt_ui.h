@@ -35,6 +35,8 @@ class QtUi : public app::Ui {
     void statusHide() override;
     void statusCaption(const std::string& caption) override;
     void statusText(const std::string& text) override;
+    void statusCancellable(bool offered) override;
+    bool statusCancelled() override;
     void processEvents() override;
     void beep() override;
     void openDocument(const std::string& path) override;

@@ -1,7 +1,9 @@
 #pragma once
 // The small status window: a caption and one line of text. Used by the speed check, by
-// recording ("Recording !") and as the datalogger's progress display.
+// recording ("Recording !") and as the datalogger's progress display. Long transfers offer a
+// Cancel button (Escape presses it) below the text.
 #include <QLabel>
+#include <QPushButton>
 #include <QWidget>
 
 namespace pa::ui {
@@ -19,8 +21,18 @@ class CHKSPEED : public QWidget {
     }
     QString text() const { return text_->text(); }
 
+    // Shows or hides the Cancel button; offering it clears an earlier press.
+    void setCancellable(bool offered);
+    bool cancelled() const { return cancelled_; }
+    QPushButton* cancelButton() const { return cancel_; }
+
+  protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
   private:
     QLabel* text_;
+    QPushButton* cancel_;
+    bool cancelled_ = false;
 };
 
 } // namespace pa::ui

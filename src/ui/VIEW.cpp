@@ -74,7 +74,10 @@ void LineView::updateRanges() {
     verticalScrollBar()->setRange(
         0, static_cast<int>(std::clamp<qint64>(lines - page, 0, std::numeric_limits<int>::max())));
     const int charWidth = fontMetrics().horizontalAdvance(QLatin1Char('0'));
-    const int width = index_ ? static_cast<int>(index_->widestLine()) * charWidth + 2 * kMargin : 0;
+    // Widths are reckoned in 64 bits and held to what a scroll bar can take.
+    const qint64 wide =
+        index_ ? static_cast<qint64>(index_->widestLine()) * charWidth + 2 * kMargin : 0;
+    const int width = static_cast<int>(std::min<qint64>(wide, std::numeric_limits<int>::max() / 2));
     horizontalScrollBar()->setPageStep(viewport()->width());
     horizontalScrollBar()->setSingleStep(charWidth * 4);
     horizontalScrollBar()->setRange(0, std::max(0, width - viewport()->width()));

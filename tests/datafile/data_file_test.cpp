@@ -8,6 +8,9 @@
 
 #include <cerrno>
 #include <cstring>
+#ifndef _WIN32
+#include <sys/stat.h>
+#endif
 
 namespace {
 
@@ -203,6 +206,57 @@ TEST(DataFileWriter, ALineCutShortByAFullDiskIsTakenBack) {
     EXPECT_NE(blockError.find("File too large"), std::string::npos) << blockError;
     EXPECT_EQ(readFile(path), whole);
 #endif
+}
+
+} // namespace
+
+namespace {
+
+TEST(DataFileWriter, RefusesHostileNamesAndWhatIsNotAFileWithoutBlocking) {
+    TempFolder folder;
+    const fs::path outside = folder.path() / "outside.txt";
+    std::ofstream(outside) << "precious\n";
+#ifndef _WIN32 // Windows has no pipes in folders, and links there need privileges
+    const fs::path link = folder.path() / "link.txt";
+    fs::create_symlink(outside, link);
+    const fs::path fifo = folder.path() / "pipe.txt";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    const std::size_t made = 3;
+#else
+    const std::size_t made = 1;
+#endif
+    const std::string dir = folder.str();
+    const struct {
+        std::string path;
+        const char* reason;
+        const char* shownAs; // how the message writes the name
+    } cases[] = {
+        {dir + "/a\nFAKE.txt", "control character", "a\\x0AFAKE.txt"},
+        {dir + "/tab\there.txt", "control character", "tab\\x09here.txt"},
+        {dir + "/cr\r.txt", "control character", "cr\\x0D.txt"},
+        {dir + "/del\x7f.txt", "control character", "del\\x7F.txt"},
+        {dir + "/short" + std::string(1, '\0') + "er.txt", "control character", "short\\x00er.txt"},
+#ifndef _WIN32
+        {link.string(), "symbolic link, which is not followed", "link.txt"},
+        {fifo.string(), "not a regular file", "pipe.txt"},
+        {dir, "Is a directory", ""},
+#endif
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.shownAs);
+        for (const bool create : {true, false}) {
+            const std::string error =
+                create ? createWithHeader(c.path, "month") : appendLine(c.path, "line");
+            EXPECT_NE(error.find(c.reason), std::string::npos) << error;
+            EXPECT_NE(error.find(c.shownAs), std::string::npos) << error;
+        }
+    }
+    EXPECT_EQ(readFile(outside.string()), "precious\n") << "the link's target is untouched";
+    EXPECT_FALSE(fs::exists(dir + "/short")) << "no file under the name cut at the NUL";
+    std::size_t files = 0;
+    for ([[maybe_unused]] const auto& entry : fs::directory_iterator(folder.path()))
+        ++files;
+    EXPECT_EQ(files, made) << "only the files the test made";
 }
 
 } // namespace

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 namespace {
 
 using pa::datafile::LineIndex;
@@ -74,6 +76,58 @@ TEST(LineIndex, EmptyAndMissingFiles) {
     const std::string error = index.open(missing);
     EXPECT_NE(error.find(missing), std::string::npos);
     EXPECT_NE(error.find("No such file or directory"), std::string::npos) << error;
+}
+
+TEST(LineIndex, LongLinesAreGivenCutWithTheirLength) {
+    TempFolder folder;
+    const auto path = folder.path() / "long.txt";
+    const std::size_t cut = LineIndex::kLongestShownLine;
+    {
+        std::ofstream out(path, std::ios::binary);
+        out << "short\r\n" << std::string(20'000'000, 'x') << "\r\n"; // 20 MB in one line
+        for (int i = 0; i < 300; ++i) // past a block start, with more long lines among them
+            out << (i % 100 == 0 ? std::string(cut + 1, 'y') : "n" + std::to_string(i)) << "\n";
+        out << std::string(cut + 10, 'z'); // the last line, without a line end
+    }
+    LineIndex index;
+    ASSERT_EQ(index.open(path.string()), "");
+    while (!index.indexMore(1 << 20)) {
+    }
+    ASSERT_EQ(index.lineCount(), 303u);
+    const std::string ys = std::string(cut, 'y') + LineIndex::cutNote(cut + 1);
+    const struct {
+        std::uint64_t first;
+        std::size_t count;
+        std::vector<std::string> lines;
+    } cases[] = {
+        {0, 3, {"short", std::string(cut, 'x') + " ... (20000000 characters)", ys}},
+        {3, 2, {"n1", "n2"}},
+        {102, 2, {ys, "n101"}},
+        {255, 3, {"n253", "n254", "n255"}}, // across a block start
+        {301, 5, {"n299", std::string(cut, 'z') + LineIndex::cutNote(cut + 10)}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(index.lines(c.first, c.count), c.lines) << c.first;
+    EXPECT_EQ(index.widestLine(), cut + LineIndex::cutNote(20'000'000).size());
+}
+
+TEST(LineIndex, RefusesWhatIsNotAFileWithoutWaiting) {
+    TempFolder folder;
+    const auto fifo = folder.path() / "pipe";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    const struct {
+        std::string path, reason;
+    } cases[] = {
+        {fifo.string(), "not a regular file"},
+        {"/dev/zero", "not a regular file"},
+        {folder.str(), "it is a folder, not a file"},
+    };
+    for (const auto& c : cases) {
+        LineIndex index;
+        const std::string error = index.open(c.path);
+        EXPECT_NE(error.find(c.path + ": "), std::string::npos) << error;
+        EXPECT_NE(error.find(c.reason), std::string::npos) << error;
+    }
 }
 
 } // namespace

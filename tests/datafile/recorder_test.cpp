@@ -14,6 +14,7 @@
 #include <array>
 #include <functional>
 #include <map>
+#include <optional>
 
 namespace {
 
@@ -343,26 +344,30 @@ TEST_F(RecorderTest, DiskFaultsStopRecordingAndKeepTheLines) {
         const char* name;
         std::function<void(const fs::path& file, const fs::path& aside)> strike;
         const char* reason;
-        bool movedAside; // the lines written are in `aside` afterwards
+        bool movedAside;   // the lines written are in `aside` afterwards
+        const char* after; // what the message says of the earlier lines
     } cases[] = {
-#ifndef _WIN32 // Windows has no device that is always full
-        {"full disk",
+#ifdef PA_TEST_FILE_SIZE_LIMIT // Windows has no device that is always full, nor a size limit
+        {"link planted in its place",
          [](const fs::path& file, const fs::path& aside) {
-             // Moved aside, and the name now leads to a full device.
+             // Moved aside, and the name now leads to a device outside the folder.
              fs::rename(file, aside);
              fs::create_symlink("/dev/full", file);
          },
-         "No space left on device", true},
+         "symbolic link, which is not followed", true, "kept in the file"},
+        {"full disk",
+         [](const fs::path&, const fs::path&) {}, // a file size limit at its end, below
+         "File too large", false, "kept in the file"},
 #endif
         {"removed", [](const fs::path& file, const fs::path& aside) { fs::rename(file, aside); },
-         "No such file or directory", true},
+         "No such file or directory", true, "no longer there (removed or moved away)"},
 #ifndef _WIN32 // under Wine run by root a read-only file stays writable, and no user can be taken
         {"read-only",
          [](const fs::path& file, const fs::path&) {
              fs::permissions(file, fs::perms::owner_read | fs::perms::group_read |
                                        fs::perms::others_read);
          },
-         "Permission denied", false},
+         "Permission denied", false, "kept in the file"},
 #endif
     };
     for (const auto& c : cases) {
@@ -377,12 +382,20 @@ TEST_F(RecorderTest, DiskFaultsStopRecordingAndKeepTheLines) {
         sample();
         c.strike(file, aside);
         {
-            pa::testing::WithoutPrivileges user; // so that root meets the read-only file too
+            std::optional<pa::testing::WithoutPrivileges> user; // root meets read-only files too
+            if (std::string(c.name) == "read-only")
+                user.emplace();
+#ifdef PA_TEST_FILE_SIZE_LIMIT
+            std::optional<pa::testing::FileSizeLimit> full;
+            if (std::string(c.name) == "full disk")
+                full.emplace(fs::file_size(file));
+#endif
             sample();
         }
         ASSERT_EQ(ui.messages.size(), 1u);
         EXPECT_NE(ui.messages[0].text.find(file.string()), std::string::npos);
         EXPECT_NE(ui.messages[0].text.find(c.reason), std::string::npos) << ui.messages[0].text;
+        EXPECT_NE(ui.messages[0].text.find(c.after), std::string::npos) << ui.messages[0].text;
         EXPECT_EQ(ui.messages[0].icon, pa::app::Icon::Exclamation);
         EXPECT_EQ(recorder.state(), RecordingState::NoFile);
         EXPECT_FALSE(ui.statusVisible);

@@ -128,4 +128,26 @@ TEST(SerialLink, VanishedDeviceClosesThePortQuietly) {
     EXPECT_EQ(port.bytesWaiting(), 0);
 }
 
+TEST(SerialLink, ReadingAVanishedDeviceWarnsNothingOnTheTerminal) {
+    static QStringList warnings;
+    warnings.clear();
+    const QtMessageHandler previous = qInstallMessageHandler(
+        [](QtMsgType, const QMessageLogContext&, const QString& text) { warnings << text; });
+    auto sim = std::make_unique<pa::sim::PtyHost>(quietLoad());
+    ASSERT_TRUE(sim->start());
+    pa::qt::QtPort port;
+    ASSERT_TRUE(port.setPortName(sim->devicePath()));
+    ASSERT_TRUE(port.open());
+    sim.reset(); // the other end goes away while the program reads
+    QElapsedTimer timer;
+    timer.start();
+    while (port.isOpen() && timer.elapsed() < 3000) {
+        port.readAll();
+        QThread::msleep(5);
+    }
+    qInstallMessageHandler(previous);
+    EXPECT_FALSE(port.isOpen());
+    EXPECT_TRUE(warnings.isEmpty()) << warnings.join('\n').toStdString();
+}
+
 } // namespace

@@ -291,3 +291,100 @@ TEST_F(Download, FullMemoryTakesItsSilenceWindowOnVirtualTime) {
 }
 
 } // namespace
+
+// A line that answers the state query as an idle logger and, after "U", sends `stream` at
+// `bytesPerSecond` of virtual time, over and over when `endless`: a flooding, trickling or
+// noisy line, or a short junk frame.
+class ScriptedLine : public app::Port {
+  public:
+    ScriptedLine(app::Clock& clock, std::string stream, double bytesPerSecond, bool endless)
+        : clock_(clock), stream_(std::move(stream)), rate_(bytesPerSecond), endless_(endless) {}
+    bool setPortName(const std::string&) override { return true; }
+    std::string portName() const override { return "LINE"; }
+    void setSettings(const std::string&) override {}
+    std::string settings() const override { return "9600,n,8,1"; }
+    bool open() override { return true; }
+    void close() override {}
+    bool isOpen() const override { return true; }
+    std::string lastError() const override { return ""; }
+    void write(const std::string& bytes) override {
+        if (bytes == "X")
+            pending_ = std::string{logger::kStx, 0, logger::kEtx};
+        if (bytes == "U") {
+            sending_ = true;
+            start_ = clock_.secondsSinceMidnight();
+        }
+    }
+    int bytesWaiting() override { return static_cast<int>(pending_.size()); }
+    std::string readAll() override {
+        std::string out = std::move(pending_);
+        pending_.clear();
+        if (!sending_)
+            return out;
+        const double elapsed = clock_.secondsSinceMidnight() - start_;
+        auto due = static_cast<std::size_t>(elapsed * rate_) + 1;
+        if (!endless_)
+            due = std::min(due, stream_.size());
+        for (; sent_ < due && out.size() < 65536; ++sent_)
+            out.push_back(stream_[sent_ % stream_.size()]);
+        return out;
+    }
+    std::size_t sent() const { return sent_; }
+
+  private:
+    app::Clock& clock_;
+    std::string stream_, pending_;
+    double rate_;
+    bool endless_;
+    bool sending_ = false;
+    double start_ = 0;
+    std::size_t sent_ = 0;
+};
+
+TEST(DownloadFaults, NoisyLinesEndWithAMessageAndWriteNothing) {
+    const std::string noise = std::string(1, logger::kStx) + "noise on the line";
+    const struct {
+        const char* name;
+        std::string stream;
+        double bytesPerSecond;
+        bool endless;
+        int cancelAfterEvents;
+        const char* message;
+        double maxSeconds; // of virtual time
+    } cases[] = {
+        {"flooding line", noise, 1e6, true, -1, "more than its memory can hold", 3},
+        {"trickle that never falls silent", noise, 1, true, -1, "did not end within 26 s", 27},
+        {"user cancels", noise, 1, true, 20, "Download cancelled. Nothing was written.", 3},
+        {"junk frame", noise + std::string(1, logger::kEtx), 1e6, false, -1,
+         "holds no whole status block (19 bytes came)", 3},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::string dir = pa::testing::scratchFolder("noisy");
+        const std::string path = dir + "/log.txt";
+        pa::testing::FakeClock clock;
+        pa::testing::ScriptedUi ui;
+        ui.cancelAfterEvents = c.cancelAfterEvents;
+        ScriptedLine line(clock, c.stream, c.bytesPerSecond, c.endless);
+        app::ProgramState state;
+        state.baudCode = 9;
+        logger::LoggerExchange exchange(line, clock, ui, state);
+        std::vector<int> live;
+        logger::LoggerSession session(
+            exchange, [&](int on) { live.push_back(on); }, [&] { return dir; });
+        ui.files.push_back(path);
+
+        const double t0 = clock.secondsSinceMidnight();
+        session.Read_All();
+
+        EXPECT_LT(clock.secondsSinceMidnight() - t0, c.maxSeconds);
+        EXPECT_LE(line.sent(), 1u << 20) << "reading stops, it does not keep collecting";
+        ASSERT_EQ(ui.messages.size(), 1u);
+        EXPECT_NE(ui.messages[0].text.find(c.message), std::string::npos) << ui.messages[0].text;
+        EXPECT_EQ(ui.messages[0].icon, app::Icon::Exclamation);
+        EXPECT_FALSE(fs::exists(path));
+        EXPECT_FALSE(ui.statusVisible);
+        EXPECT_FALSE(ui.cancelOffered) << "Cancel is withdrawn with the progress window";
+        EXPECT_EQ(live, (std::vector<int>{0, 1}));
+    }
+}

@@ -45,6 +45,11 @@ class ScriptedUi : public app::Ui {
     void statusHide() override { statusVisible = false; }
     void statusCaption(const std::string& caption) override { statusCaptionText = caption; }
     void statusText(const std::string& text) override;
+    void statusCancellable(bool offered) override { cancelOffered = offered; }
+    // The user presses Cancel once the interface has run cancelAfterEvents times.
+    bool statusCancelled() override {
+        return cancelOffered && cancelAfterEvents >= 0 && eventsProcessed >= cancelAfterEvents;
+    }
     void processEvents() override { ++eventsProcessed; }
     void beep() override { ++beeps; }
     void openDocument(const std::string& path) override { documents.push_back(path); }
@@ -53,6 +58,7 @@ class ScriptedUi : public app::Ui {
     std::deque<app::Answer> answers;
     std::deque<std::optional<std::string>> inputs; // nullopt = Cancel
     std::deque<std::optional<std::string>> files;
+    int cancelAfterEvents = -1; // never
 
     // What happened.
     std::vector<ShownMessage> messages;
@@ -62,6 +68,7 @@ class ScriptedUi : public app::Ui {
     std::vector<std::string> startPaths; // where open dialogs started
     std::vector<std::string> saveStartPaths;
     bool statusVisible = false;
+    bool cancelOffered = false;
     std::string statusCaptionText, statusTextNow;
     std::vector<std::string> statusTexts; // every text, in order
     int statusUpdates = 0, eventsProcessed = 0, beeps = 0;

@@ -1,0 +1,142 @@
+// The command-line program against hostile conditions: a silent instrument, a port that
+// cannot be opened, a pipe as the data file, a file-size limit and typed text that is not a
+// number. Each run must end by itself with a message, and never harm an existing file.
+#include "pty_host.h"
+#include "support/test_files.h"
+
+#include <QProcess>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using pa::testing::readFile;
+using pa::testing::TempFolder;
+
+struct CliRun {
+    int exitCode = -1;
+    bool crashed = false;
+    std::string out, err;
+};
+
+// Runs the program to its end (a generous cap: the machine may be loaded). fileLimit, when
+// given, is a file-size limit in bytes with SIGXFSZ at its default action, as in a shell.
+CliRun runCli(const QStringList& args, long fileLimit = -1, int capMs = 30000) {
+    QProcess cli;
+    if (fileLimit >= 0)
+        cli.setChildProcessModifier([fileLimit] {
+            std::signal(SIGXFSZ, SIG_DFL);
+            rlimit limit{static_cast<rlim_t>(fileLimit), static_cast<rlim_t>(fileLimit)};
+            ::setrlimit(RLIMIT_FSIZE, &limit);
+        });
+    cli.start(PA_CLI_PROGRAM, args);
+    CliRun r;
+    if (!cli.waitForFinished(capMs)) {
+        cli.kill();
+        cli.waitForFinished();
+        r.err = "did not end within the cap";
+        return r;
+    }
+    r.crashed = cli.exitStatus() != QProcess::NormalExit;
+    r.exitCode = cli.exitCode();
+    r.out = cli.readAllStandardOutput().toStdString();
+    r.err = cli.readAllStandardError().toStdString();
+    return r;
+}
+
+QString q(const fs::path& p) {
+    return QString::fromStdString(p.string());
+}
+
+TEST(CliFaults, MonitorCountEndsAndShowsNoComWhenTheInstrumentIsSilent) {
+    pa::sim::PtyHost silent;
+    ASSERT_TRUE(silent.start());
+    silent.withInstrument([](pa::sim::Instrument& i) { i.setFault(pa::sim::Fault::Silent); });
+    const CliRun r =
+        runCli({"monitor", "--port", QString::fromStdString(silent.devicePath()), "--count", "2"});
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    const QStringList lines = QString::fromStdString(r.out).split('\n', Qt::SkipEmptyParts);
+    ASSERT_EQ(lines.size(), 2) << r.out;
+    for (const QString& line : lines)
+        EXPECT_TRUE(line.endsWith("\tNO COM")) << line.toStdString();
+}
+
+TEST(CliFaults, RecordLeavesAnExistingFileAloneWhenThePortCannotBeOpened) {
+    TempFolder folder;
+    const fs::path out = folder.path() / "kept.txt";
+    std::ofstream(out) << "twenty records\r\n";
+    const CliRun r = runCli({"record", "--port", "/dev/pa-no-such-port", "--out", q(out)});
+    EXPECT_NE(r.exitCode, 0);
+    EXPECT_NE(r.err.find("pa-no-such-port"), std::string::npos) << r.err;
+    EXPECT_EQ(readFile(out.string()), "twenty records\r\n");
+}
+
+TEST(CliFaults, RecordIntoAPipeIsRefusedAtOnce) {
+    TempFolder folder;
+    const fs::path fifo = folder.path() / "pipe.txt";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    const CliRun r = runCli({"record", "--simulate", "--out", q(fifo), "--count", "1"});
+    EXPECT_NE(r.exitCode, 0) << r.err;
+    EXPECT_NE(r.err.find("pipe.txt: it is not a regular file"), std::string::npos) << r.err;
+}
+
+TEST(CliFaults, AFileSizeLimitIsReportedAndLeavesWholeLines) {
+    TempFolder folder;
+    const fs::path out = folder.path() / "limited.txt";
+    // Room for the header line and a little more: the first record does not fit.
+    const CliRun r =
+        runCli({"record", "--simulate", "--out", q(out), "--interval", "0.5", "--count", "3"}, 200);
+    EXPECT_FALSE(r.crashed) << "killed by the file-size signal";
+    EXPECT_EQ(r.exitCode, 1) << r.err;
+    EXPECT_NE(r.err.find("File too large"), std::string::npos) << r.err;
+    const std::string text = readFile(out.string());
+    EXPECT_TRUE(text.ends_with("\r\n")) << "no line cut short";
+    EXPECT_LE(text.size(), 200u);
+}
+
+TEST(CliFaults, TypedValuesThatAreNotNumbersAreRefused) {
+    TempFolder folder;
+    const QString out = q(folder.path() / "x.txt");
+    const struct {
+        QStringList extra;
+        const char* error;
+    } cases[] = {
+        {{"--hours", "5\r\nFAKE, 1, 2, 3"}, "--hours takes a number"},
+        {{"--hours", "8h"}, "--hours takes a number"},
+        {{"--hours", "nan"}, "--hours takes a number"},
+        {{"--price", "0.5$"}, "--price takes a number"},
+        {{"--price", ""}, "--price takes a number"},
+    };
+    for (const auto& c : cases) {
+        const CliRun r = runCli(QStringList{"record", "--simulate", "--out", out} + c.extra);
+        EXPECT_EQ(r.exitCode, 2) << c.extra.join(' ').toStdString();
+        EXPECT_NE(r.err.find(c.error), std::string::npos) << r.err;
+        EXPECT_FALSE(fs::exists(out.toStdString())) << "refused before the file is made";
+    }
+}
+
+TEST(CliFaults, PlotSaysWhyAPathIsNotAFile) {
+    TempFolder folder;
+    const fs::path fifo = folder.path() / "pipe.txt";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    const struct {
+        QString path;
+        const char* reason;
+    } cases[] = {
+        {q(folder.path()), "it is a folder, not a file"},
+        {q(fifo), "it is not a regular file"},
+        {"/dev/zero", "it is not a regular file"},
+        {q(folder.path() / "missing.txt"), "No such file or directory"},
+    };
+    for (const auto& c : cases) {
+        const CliRun r = runCli({"plot", c.path, "--png", q(folder.path() / "out.png")});
+        EXPECT_EQ(r.exitCode, 2) << r.err;
+        EXPECT_NE(r.err.find(c.path.toStdString() + ": " + c.reason), std::string::npos) << r.err;
+    }
+}
+
+} // namespace
