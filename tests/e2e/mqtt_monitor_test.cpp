@@ -19,7 +19,8 @@ using pa::testing::waitFor;
 
 const QString kPrefix = QStringLiteral("test/pa");
 
-// mosquitto_sub printing "topic payload" per message; the messages gathered so far.
+// mosquitto_sub printing "topic payload" per message (and, with -d, when it has subscribed);
+// the messages gathered so far.
 class Subscriber {
   public:
     Subscriber(const MosquittoBroker& broker, QStringList extra = {}) {
@@ -33,7 +34,8 @@ class Subscriber {
                             "-t",
                             "homeassistant/#",
                             "-d"};
-        process_.start("mosquitto_sub", args + extra);
+        // Line-buffered: into a pipe mosquitto_sub would hold its lines back.
+        process_.start("stdbuf", QStringList{"-oL", "mosquitto_sub"} + args + extra);
         process_.waitForStarted(10000);
     }
     ~Subscriber() {
@@ -169,7 +171,7 @@ TEST(MqttMonitor, BrokerRestartLosesSamplesAndPublishingResumes) {
     // The broker goes away for a few samples: the monitor goes on printing them.
     sub.reset();
     broker.stop();
-    const auto printedLines = [&, text = QString()]() mutable {
+    auto printedLines = [&, text = QString()]() mutable {
         text += QString::fromUtf8(cli.readAllStandardOutput());
         return text.count('\n');
     };
