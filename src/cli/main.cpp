@@ -29,7 +29,9 @@ struct Command {
 const Command kCommands[] = {
     {"monitor", monitorCommand,
      "monitor (--port PATH | --simulate) [--interval SECONDS] [--count N]\n"
-     "          [--baud 9600|4800|2400|1200]"},
+     "          [--baud 9600|4800|2400|1200]\n"
+     "          [--mqtt HOST[:PORT] [--topic PREFIX] [--client-id ID]\n"
+     "           [--username U --password-file F] [--tls-ca FILE]]"},
     {"pf", pfCommand,
      "pf --w W --pf PF --v V --a A --angle DEG --va VA --var VAR --hz HZ\n"
      "          --target pf|a|va|var|angle|c VALUE"},
@@ -38,7 +40,8 @@ const Command kCommands[] = {
      "          [--zoom START END] [--stats] [--points] [--force]"},
     {"record", recordCommand,
      "record (--port PATH | --simulate) --out FILE [--interval SECONDS] [--count N]\n"
-     "          [--period month|day|year] [--price P] [--hours H] [--start NUMBER]"},
+     "          [--period month|day|year] [--price P] [--hours H] [--start NUMBER]\n"
+     "          [--rotate daily]"},
     {"logger", loggerCommand,
      "logger (status | download --out FILE | read ADDRESS | write ADDRESS VALUE |\n"
      "          set id|clock|sampling|output VALUE | mode normal|max|min | selftest start|read)\n"

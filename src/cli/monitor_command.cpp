@@ -2,16 +2,21 @@
 //
 //   poweranalyzer-cli monitor (--port PATH | --simulate) [--interval SECONDS] [--count N]
 //                             [--baud 9600|4800|2400|1200]
+//                             [--mqtt HOST[:PORT] [--topic PREFIX] [--client-id ID]
+//                              [--username U --password-file F] [--tls-ca FILE]]
 //
 // Each line holds the clock text, then W, PF, V, A, phase angle, VA, VAR, Hz and KWH as the
 // main window shows them, separated by tabs; while the instrument is silent, the clock text
-// and the window's warning ("NO COM").
+// and the window's warning ("NO COM"). With --mqtt each sample is also published to the
+// broker (see mqtt_publisher.h); the summary of what was sent ends the run.
 #include "cli/commands.h"
 #include "cli/live_session.h"
+#include "cli/mqtt_publisher.h"
 
 #include <QCoreApplication>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -25,6 +30,7 @@ struct MonitorOptions {
     std::string interval;
     long count = -1; // until interrupted
     int baudIndex = -1;
+    MqttOptions mqtt;
 };
 
 // Parses the options after the subcommand; returns an error text or "".
@@ -34,7 +40,11 @@ std::string parseMonitor(const std::vector<std::string>& args, MonitorOptions& o
         auto value = [&]() -> const std::string* {
             return i + 1 < args.size() ? &args[++i] : nullptr;
         };
-        if (a == "--simulate") {
+        std::string mqttError;
+        if (takeMqttOption(args, i, o.mqtt, mqttError)) {
+            if (!mqttError.empty())
+                return mqttError;
+        } else if (a == "--simulate") {
             o.simulate = true;
         } else if (a == "--port" || a == "--interval" || a == "--count" || a == "--baud") {
             const std::string* v = value();
@@ -63,13 +73,19 @@ std::string parseMonitor(const std::vector<std::string>& args, MonitorOptions& o
     }
     if (o.simulate == !o.port.empty())
         return "give either --port PATH or --simulate";
-    return "";
+    return completeMqttOptions(o.mqtt);
 }
 
 int monitor(const MonitorOptions& o) {
     LiveSession session;
     if (const std::string error = session.prepare(o.port, o.simulate); !error.empty())
         return fail(error);
+    std::unique_ptr<MqttPublisher> publisher;
+    if (!o.mqtt.host.empty()) {
+        publisher = std::make_unique<MqttPublisher>(o.mqtt);
+        if (const std::string error = publisher->start(); !error.empty())
+            return fail(error);
+    }
     long printed = 0;
     const auto print = [&](const std::string& line) {
         std::printf("%s\n", line.c_str());
@@ -83,6 +99,8 @@ int monitor(const MonitorOptions& o) {
         for (int p : {pa::live::kW, pa::live::kPF, pa::live::kV, pa::live::kA, pa::live::kAngle,
                       pa::live::kVA, pa::live::kVAR, pa::live::kHz, pa::live::kKWH})
             line += "\t" + r.Panel3D2[p];
+        if (publisher)
+            publisher->publish(r);
         print(line);
     });
     // A silent or vanished instrument gives no samples: one line per clock text says so, as
@@ -102,7 +120,10 @@ int monitor(const MonitorOptions& o) {
         return 1; // the console seam has said why
     if (o.baudIndex >= 0)
         session.link.SelectBaud(o.baudIndex);
-    return session.run(afterTick, {});
+    const int status = session.run(afterTick, {});
+    if (publisher)
+        std::fprintf(stderr, "mqtt: %s\n", publisher->finish().c_str());
+    return status;
 }
 
 } // namespace

@@ -4,10 +4,13 @@
 //
 //   poweranalyzer-cli record (--port PATH | --simulate) --out FILE [--interval SECONDS]
 //       [--count N] [--period month|day|year] [--price P] [--hours H] [--start NUMBER]
+//       [--rotate daily]
 //
 // Each line written is echoed on standard output. While the instrument is silent a
 // lost-communication line is written at each new clock text. Recording ends after N records
-// or on Ctrl-C; every line is on the disk as soon as it is echoed.
+// or on Ctrl-C or SIGTERM (a service being stopped); every line is on the disk as soon as it
+// is echoed. With --rotate daily each day has a file of its own, with the date in its name
+// ("run.txt" -> "run-2026-11-23.txt") and the header on top.
 #include "cli/commands.h"
 #include "cli/live_session.h"
 #include "datafile/recorder.h"
@@ -34,6 +37,7 @@ struct RecordOptions {
     long count = -1; // until interrupted
     int period = 0;
     std::string price, hours = "0", start = "0";
+    bool daily = false;
 };
 
 // A plain finite number and nothing else (whatever the locale), such as 5, 0.25 or 1e3:
@@ -80,6 +84,10 @@ std::string parseRecord(const std::vector<std::string>& args, RecordOptions& o) 
             if (!isNumber(v))
                 return "--hours takes a number of hours a day from 0 to 24";
             o.hours = v;
+        } else if (a == "--rotate") {
+            if (v != "daily")
+                return "--rotate takes daily";
+            o.daily = true;
         } else if (a == "--start") {
             if (!isNumber(v))
                 return "--start takes the number of the first record";
@@ -115,16 +123,21 @@ int record(const RecordOptions& o) {
     datafile::Recorder recorder(session.cycle, session.clock, session.ui, session.state);
     recorder.setEntryTexts([&] { return datafile::EntryTexts{kPeriods[o.period], o.hours}; });
     session.cycle.setRecordingHook(&recorder);
-    if (!recorder.createFileAt(o.out))
-        return 1;
+    if (!(o.daily ? recorder.createDailyFilesAt(o.out) : recorder.createFileAt(o.out)))
+        return 1; // the console seam has said why
     recorder.StartRecording();
     recorder.recordNumberTyped(o.start);
     recorder.NowAuto();
-    std::fprintf(stderr, "recording into %s (Ctrl-C ends)\n", o.out.c_str());
+    std::string file = recorder.path();
+    std::fprintf(stderr, "recording into %s (Ctrl-C ends)\n", file.c_str());
 
     long long echoed = 0;
     int status = 0;
     const auto afterTick = [&] {
+        if (recorder.path() != file) { // a new day's file
+            file = recorder.path();
+            std::fprintf(stderr, "recording into %s\n", file.c_str());
+        }
         if (recorder.linesWritten() > echoed) {
             echoed = recorder.linesWritten();
             std::printf("%s\n", recorder.lastLine().c_str());

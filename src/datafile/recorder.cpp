@@ -58,10 +58,23 @@ bool Recorder::CreateDataFile() {
 }
 
 bool Recorder::createFileAt(const std::string& path) {
+    return openFile(path, false);
+}
+
+bool Recorder::createDailyFilesAt(const std::string& path) {
+    const std::string day = today();
+    if (!openFile(datedPath(path, day), true))
+        return false;
+    dailyBase_ = path;
+    fileDay_ = day;
+    return true;
+}
+
+bool Recorder::openFile(const std::string& path, bool continueExisting) {
     if (recordingRunning())
         return false;
-    const std::string period = entries_ ? entries_().period : "month";
-    if (std::string error = createWithHeader(path, period); !error.empty()) {
+    dailyBase_.clear();
+    if (std::string error = startFile(path, continueExisting); !error.empty()) {
         lastError_ = error;
         noFile();
         ui_.message(error + "\n\nNo data file was created.", "", app::Icon::Exclamation);
@@ -76,6 +89,29 @@ bool Recorder::createFileAt(const std::string& path) {
     lastLine_.clear();
     resetRecordNumber_ = true;
     state_ = RecordingState::FileReady;
+    return true;
+}
+
+std::string Recorder::startFile(const std::string& path, bool continueExisting) {
+    if (continueExisting) {
+        std::error_code error;
+        const auto size = std::filesystem::file_size(pathFromUtf8(path), error);
+        if (!error && size > 0)
+            return "";
+    }
+    return createWithHeader(path, entries_ ? entries_().period : "month");
+}
+
+// Moves a daily recording on to the file of the given day when it is not the current one.
+bool Recorder::followDay(const std::string& day) {
+    if (dailyBase_.empty() || day == fileDay_)
+        return true;
+    const std::string next = datedPath(dailyBase_, day);
+    if (const std::string error = startFile(next, true); !error.empty())
+        return stop(error);
+    path_ = next;
+    fileName_ = utf8FromPath(pathFromUtf8(next).filename());
+    fileDay_ = day;
     return true;
 }
 
@@ -141,6 +177,18 @@ void Recorder::EndRecording() {
     ui_.statusHide();
 }
 
+std::string datedPath(const std::string& path, const std::string& dateText) {
+    // dateText is mm-dd-yyyy.
+    const std::string iso =
+        dateText.size() == 10
+            ? dateText.substr(6, 4) + "-" + dateText.substr(0, 2) + "-" + dateText.substr(3, 2)
+            : dateText;
+    const std::filesystem::path p = pathFromUtf8(path);
+    std::filesystem::path dated = p.parent_path();
+    dated /= pathFromUtf8(utf8FromPath(p.stem()) + "-" + iso + utf8FromPath(p.extension()));
+    return utf8FromPath(dated);
+}
+
 std::string Recorder::today() {
     const app::DateTime now = clock_.now();
     return dateText(now.year, now.month, now.day);
@@ -170,7 +218,10 @@ RecordTexts Recorder::currentTexts(const std::string& clockText) {
 void Recorder::appendRecord(const std::string& clockText) {
     if (!recordingRunning())
         return;
-    const std::string line = recordLine(counter_, currentTexts(clockText));
+    const RecordTexts texts = currentTexts(clockText);
+    if (!followDay(texts.date))
+        return;
+    const std::string line = recordLine(counter_, texts);
     if (!append(line))
         return;
     recordNumberText_ = text::formatGeneral(counter_);
@@ -180,8 +231,11 @@ void Recorder::appendRecord(const std::string& clockText) {
 }
 
 void Recorder::appendLostCommunication(const std::string& clockText) {
-    if (recordingRunning())
-        append(lostCommunicationLine(today(), clockText));
+    if (!recordingRunning())
+        return;
+    const std::string day = today();
+    if (followDay(day))
+        append(lostCommunicationLine(day, clockText));
 }
 
 bool Recorder::append(const std::string& line) {
@@ -191,6 +245,10 @@ bool Recorder::append(const std::string& line) {
         ++lines_;
         return true;
     }
+    return stop(error);
+}
+
+bool Recorder::stop(const std::string& error) {
     // Stop first: the message box lets timer ticks run, and they must find recording off.
     lastError_ = error;
     EndRecording();

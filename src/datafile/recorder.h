@@ -42,6 +42,10 @@ struct RecorderCaptions {
 
 inline constexpr const char* kRecordingStatusText = "Recording !";
 
+// The file of one day in a daily recording: "/data/run.txt" and the record date
+// "11-23-2026" give "/data/run-2026-11-23.txt" (year first, so that the names sort by date).
+std::string datedPath(const std::string& path, const std::string& dateText);
+
 class Recorder : public live::RecordingHook {
   public:
     Recorder(live::LiveCycle& cycle, app::Clock& clock, app::Ui& ui, app::ProgramState& state);
@@ -62,6 +66,11 @@ class Recorder : public live::RecordingHook {
     // Creates the file at a full path (the command-line recorder); the name shown is the
     // path's last part. False with a message when the file cannot be written.
     bool createFileAt(const std::string& path);
+    // Creates daily files for an unattended recording: each day's lines go to a file of
+    // their own, named after path with the date before its extension (see datedPath), each
+    // beginning with the header. The day is the one the record lines carry. A file of the
+    // same day that already holds lines (a restarted recording) is continued, not emptied.
+    bool createDailyFilesAt(const std::string& path);
     // Opening the Start Recording menu: the recording boxes appear; the first opening for a
     // newly created file sets the record-number box to "0", later ones keep what was typed.
     void StartRecording();
@@ -107,6 +116,10 @@ class Recorder : public live::RecordingHook {
     RecordTexts currentTexts(const std::string& clockText);
 
   private:
+    bool openFile(const std::string& path, bool continueExisting);
+    std::string startFile(const std::string& path, bool continueExisting);
+    bool followDay(const std::string& day);
+    bool stop(const std::string& error);
     void startRecording(bool manual);
     bool append(const std::string& line);
     void noFile();
@@ -128,6 +141,7 @@ class Recorder : public live::RecordingHook {
     bool resetRecordNumber_ = false; // the next opening of Start Recording shows "0"
     std::string createCaption_ = captions_.createItem;
     std::string fileName_, dataFolder_, path_;
+    std::string dailyBase_, fileDay_; // daily files: the path given and the current file's day
     std::string recordNumberText_ = "0";
     std::string lastRecordText_;
     std::string lastLine_;

@@ -453,3 +453,90 @@ TEST_F(RecorderTest, FailedCreateInAFolderTheUserMayNotWriteIn) {
 }
 
 } // namespace
+
+TEST(DatedPath, PutsTheIsoDateBeforeTheExtension) {
+    const struct {
+        const char* path;
+        const char* expected;
+    } cases[] = {
+        {"/data/run.txt", "/data/run-2026-11-23.txt"},
+        {"run.txt", "run-2026-11-23.txt"},
+        {"/data/run", "/data/run-2026-11-23"},
+        {"/data/site.a.txt", "/data/site.a-2026-11-23.txt"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(datedPath(c.path, "11-23-2026"), c.expected) << c.path;
+}
+
+TEST_F(RecorderTest, DailyFilesChangeAtMidnightEachWithItsHeader) {
+    clock.set(23 * 3600 + 59 * 60 + 57.2);
+    const std::string base = (profile.path() / "run.txt").string();
+    ASSERT_TRUE(recorder.createDailyFilesAt(base));
+    recorder.StartRecording();
+    recorder.NowAuto();
+    for (int i = 0; i < 3; ++i)
+        sample();
+    // Silence just after midnight: the lost-communication lines go to the new day's file.
+    cycle.Timer1Tick();
+    for (int poll = 0; poll < 7; ++poll)
+        cycle.Timer2Tick();
+    clock.advance(1);
+    for (int i = 0; i < 2; ++i)
+        sample();
+
+    const auto first = readLines(profile.path() / "run-2026-11-22.txt");
+    const auto second = readLines(profile.path() / "run-2026-11-23.txt");
+    ASSERT_EQ(first.size(), 4u);
+    ASSERT_EQ(second.size(), 4u);
+    EXPECT_EQ(first[0], headerLine("month"));
+    EXPECT_EQ(second[0], headerLine("month"));
+    EXPECT_EQ(first[1].substr(0, 34), "         0, 11-22-2026,23:59:57.2,");
+    EXPECT_EQ(first[3].substr(0, 34), "         2, 11-22-2026,23:59:59.2,");
+    EXPECT_EQ(second[1], lostCommunicationLine("11-23-2026", "00:00:00.2"));
+    EXPECT_EQ(second[2].substr(0, 34), "         3, 11-23-2026,00:00:01.2,")
+        << "the numbers go on from the day before";
+    EXPECT_EQ(second[3].substr(0, 34), "         4, 11-23-2026,00:00:02.2,");
+    EXPECT_FALSE(fs::exists(profile.path() / "run.txt"));
+    EXPECT_EQ(recorder.path(), (profile.path() / "run-2026-11-23.txt").string());
+    EXPECT_EQ(recorder.recordsWritten(), 5);
+    EXPECT_TRUE(recorder.recordingRunning());
+}
+
+TEST_F(RecorderTest, RestartedDailyRecordingContinuesTheDaysFile) {
+    const std::string base = (profile.path() / "run.txt").string();
+    const auto today = profile.path() / "run-2026-11-22.txt";
+    ASSERT_TRUE(recorder.createDailyFilesAt(base));
+    recorder.StartRecording();
+    recorder.NowAuto();
+    sample();
+    recorder.EndRecording();
+    ASSERT_EQ(readLines(today).size(), 2u);
+
+    ASSERT_TRUE(recorder.createDailyFilesAt(base));
+    recorder.StartRecording();
+    recorder.NowAuto();
+    sample();
+    const auto lines = readLines(today);
+    ASSERT_EQ(lines.size(), 3u) << "the morning's lines are kept, the header not repeated";
+    EXPECT_EQ(lines[0], headerLine("month"));
+
+    // A plain file of the same name is still created afresh.
+    recorder.EndRecording();
+    ASSERT_TRUE(recorder.createFileAt(today.string()));
+    EXPECT_EQ(readLines(today).size(), 1u);
+}
+
+TEST_F(RecorderTest, NextDaysFileThatCannotBeMadeStopsRecording) {
+    clock.set(23 * 3600 + 59 * 60 + 59.0);
+    ASSERT_TRUE(recorder.createDailyFilesAt((profile.path() / "run.txt").string()));
+    fs::create_directory(profile.path() / "run-2026-11-23.txt"); // in the way
+    recorder.StartRecording();
+    recorder.NowAuto();
+    sample();
+    sample();
+    EXPECT_FALSE(recorder.recordingRunning());
+    ASSERT_EQ(ui.messages.size(), 1u);
+    EXPECT_NE(ui.messages[0].text.find("run-2026-11-23.txt"), std::string::npos)
+        << ui.messages[0].text;
+    EXPECT_EQ(readLines(profile.path() / "run-2026-11-22.txt").size(), 2u);
+}

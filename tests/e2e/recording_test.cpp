@@ -377,21 +377,41 @@ TEST_F(RecordingTest, CommandLineRecorderWritesTheWindowsLines) {
               fromCli[1] + "\n" + fromCli[2] + "\n" + fromCli[3] + "\n");
 }
 
-TEST(RecordCommand, CtrlCEndsWithEveryLineWhole) {
+TEST(RecordCommand, CtrlCAndSigtermEndWithEveryLineWhole) {
+    // Ctrl-C at a terminal; SIGTERM when the service manager stops the recorder.
+    for (const int signal : {SIGINT, SIGTERM}) {
+        pa::testing::TempFolder folder;
+        const QString out = QString::fromStdString((folder.path() / "run.txt").string());
+        QProcess cli;
+        cli.start(PA_CLI_PROGRAM, {"record", "--simulate", "--out", out, "--interval", "0.5"});
+        ASSERT_TRUE(cli.waitForStarted());
+        ASSERT_TRUE(waitFor([&] { return cli.canReadLine(); }, 10000));
+        ::kill(static_cast<pid_t>(cli.processId()), signal);
+        ASSERT_TRUE(cli.waitForFinished(5000)) << "signal " << signal;
+        EXPECT_EQ(cli.exitStatus(), QProcess::NormalExit) << "signal " << signal;
+        EXPECT_EQ(cli.exitCode(), 0);
+        const auto lines = readLines(out.toStdString());
+        ASSERT_GE(lines.size(), 2u);
+        for (std::size_t i = 1; i < lines.size(); ++i)
+            EXPECT_TRUE(lines[i].ends_with("0$0.00")) << "a whole record line: " << lines[i];
+    }
+}
+
+TEST(RecordCommand, DailyRotationNamesTheFileByDate) {
     pa::testing::TempFolder folder;
     const QString out = QString::fromStdString((folder.path() / "run.txt").string());
     QProcess cli;
-    cli.start(PA_CLI_PROGRAM, {"record", "--simulate", "--out", out, "--interval", "0.5"});
-    ASSERT_TRUE(cli.waitForStarted());
-    ASSERT_TRUE(waitFor([&] { return cli.canReadLine(); }, 10000));
-    ::kill(static_cast<pid_t>(cli.processId()), SIGINT);
-    ASSERT_TRUE(cli.waitForFinished(5000));
-    EXPECT_EQ(cli.exitStatus(), QProcess::NormalExit);
-    EXPECT_EQ(cli.exitCode(), 0);
-    const auto lines = readLines(out.toStdString());
-    ASSERT_GE(lines.size(), 2u);
-    for (std::size_t i = 1; i < lines.size(); ++i)
-        EXPECT_TRUE(lines[i].ends_with("0$0.00")) << "a whole record line: " << lines[i];
+    cli.start(PA_CLI_PROGRAM, {"record", "--simulate", "--out", out, "--interval", "0.5", "--count",
+                               "2", "--rotate", "daily"});
+    ASSERT_TRUE(cli.waitForFinished(20000));
+    const std::string err = cli.readAllStandardError().toStdString();
+    ASSERT_EQ(cli.exitCode(), 0) << err;
+    const std::string day = QDate::currentDate().toString("yyyy-MM-dd").toStdString();
+    const auto file = folder.path() / ("run-" + day + ".txt");
+    EXPECT_NE(err.find("recording into " + file.string()), std::string::npos) << err;
+    const auto lines = readLines(file);
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_EQ(lines[0], pa::datafile::headerLine("month"));
 }
 
 TEST(RecordCommand, RefusesBadInput) {
@@ -404,6 +424,7 @@ TEST(RecordCommand, RefusesBadInput) {
         {{"record", "--simulate", "--out", "x.txt", "--period", "week"}, "month, day or year"},
         {{"record", "--simulate", "--out", "x.txt", "--count", "0"}, "--count"},
         {{"record", "--simulate", "--out", "x.txt", "--start", "abc"}, "--start"},
+        {{"record", "--simulate", "--out", "x.txt", "--rotate", "weekly"}, "--rotate takes daily"},
         {{"record", "--simulate", "--out", "/dev/full"}, "/dev/full: No space left on device"},
     };
     for (const auto& c : cases) {

@@ -45,11 +45,16 @@ for path in ./usr/bin/poweranalyzer ./usr/bin/poweranalyzer-cli ./usr/bin/powera
     ./usr/lib/poweranalyzer/help/KV2260-SW-HELP-EN_V6.7.pdf \
     ./usr/lib/poweranalyzer/help/KV2260-SW-AYUDA-ES_V6.7.pdf \
     ./usr/share/applications/poweranalyzer.desktop \
+    ./usr/lib/systemd/system/poweranalyzer-record@.service \
+    ./usr/lib/udev/rules.d/60-poweranalyzer.rules \
     ./usr/share/icons/hicolor/scalable/apps/poweranalyzer.svg; do
     grep -q " $path\( -> .*\)\?$" <<<"$contents" || fail "package lacks $path"
 done
 grep -q " ./usr/bin/poweranalyzer-cli -> ../lib/poweranalyzer/poweranalyzer-cli$" \
     <<<"$contents" || fail "usr/bin/poweranalyzer-cli is not a relative link"
+
+dpkg-deb -e "$deb" "$out/control"
+[ -x "$out/control/postinst" ] || fail "no postinst to reload systemd and udev"
 
 dpkg-deb -x "$deb" "$out/root"
 lines=$("$out/root/usr/bin/poweranalyzer-cli" monitor --simulate --count 3)

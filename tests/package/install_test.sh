@@ -58,6 +58,8 @@ wanted="./bin/poweranalyzer
 ./lib/poweranalyzer/poweranalyzer
 ./lib/poweranalyzer/poweranalyzer-cli
 ./lib/poweranalyzer/poweranalyzer-sim
+./lib/systemd/system/poweranalyzer-record@.service
+./lib/udev/rules.d/60-poweranalyzer.rules
 ./share/applications/poweranalyzer.desktop
 ./share/icons/hicolor/scalable/apps/poweranalyzer.svg"
 [ "$installed" = "$wanted" ] || fail "installed files differ:

@@ -1,5 +1,6 @@
 #include "support/fake_clock.h"
 
+#include <chrono>
 #include <cmath>
 
 namespace pa::testing {
@@ -10,8 +11,17 @@ double FakeClock::secondsSinceMidnight() {
 }
 
 app::DateTime FakeClock::now() {
+    using namespace std::chrono;
+    // Day 0 is 2026-11-22; running the clock past midnight moves on to the next date.
     const double s = std::fmod(t_, 86400.0);
-    app::DateTime d{2026, 11, 22, 0, 0, 0};
+    const year_month_day date{sys_days{2026y / November / 22} +
+                              days{static_cast<int>(std::floor(t_ / 86400.0))}};
+    app::DateTime d{static_cast<int>(date.year()),
+                    static_cast<int>(unsigned(date.month())),
+                    static_cast<int>(unsigned(date.day())),
+                    0,
+                    0,
+                    0};
     d.hour = static_cast<int>(s / 3600);
     d.minute = static_cast<int>(std::fmod(s, 3600) / 60);
     d.second = std::fmod(s, 60);

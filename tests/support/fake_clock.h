@@ -1,5 +1,6 @@
 #pragma once
-// A virtual clock: pauses advance it at once, so protocol waits cost no real time.
+// A virtual clock: pauses advance it at once, so protocol waits cost no real time. Its date
+// is 2026-11-22 and moves on one day each time the clock passes midnight.
 #include "app/clock.h"
 
 #include <functional>
