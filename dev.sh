@@ -4,7 +4,8 @@ set -euo pipefail
 cd "$(dirname "$0")"
 
 PACKAGES=(g++ cmake ninja-build qt6-base-dev qt6-serialport-dev qt6-charts-dev libqt6opengl6-dev
-          libgtest-dev libgmock-dev libbenchmark-dev fonts-noto-cjk dpkg-dev)
+          libgtest-dev libgmock-dev libbenchmark-dev fonts-noto-cjk dpkg-dev
+          qt6-translations-l10n)
 FUZZ_PACKAGES=(clang-14 libclang-rt-14-dev)
 JOBS=${JOBS:-$(nproc)}
 

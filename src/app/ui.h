@@ -42,6 +42,13 @@ class Ui {
     virtual void statusHide() = 0;
     virtual void statusCaption(const std::string& caption) = 0;
     virtual void statusText(const std::string& text) = 0;
+    // A count shown as a bar under the text line: done of total, with label on the bar (the
+    // percentage when empty); a total of 0 hides the bar. Showing the window again hides it.
+    virtual void statusProgress(int done, int total, const std::string& label = {}) {
+        (void)done;
+        (void)total;
+        (void)label;
+    }
 
     // Let the interface process its pending events (long operations call this between steps).
     virtual void processEvents() = 0;

@@ -66,6 +66,7 @@ bool Recorder::createFileAt(const std::string& path) {
     lastError_.clear();
     records_ = lines_ = 0;
     lastLine_.clear();
+    lastRecordText_.clear(); // the last record of the old file is not one of the new file's
     state_ = RecordingState::FileReady;
     return true;
 }

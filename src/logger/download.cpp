@@ -6,6 +6,7 @@
 #include "logger/record_converter.h"
 #include "text/leading_number.h"
 
+#include <algorithm>
 #include <filesystem>
 
 namespace pa::logger {
@@ -23,6 +24,21 @@ constexpr int kBlinkEvery = 100, kBlinkOn = 50;
 constexpr double kSecondsPerDay = 86400;
 
 const char* const kDownloadFilter = "Data Files (*.txt);;CSV Files (*.csv)";
+
+// The count shown while the stream arrives, from the characters counted so far (two per
+// byte, as the instrument's program always counted).
+long shownCount(long counted) {
+    return (counted - kStreamHead) / 2 / 4;
+}
+
+// The count shown when the whole memory has arrived (STX, memory, ETX), from the memory size
+// the stream's own status block gives ("8K"); 0 when it gives none.
+long finalCount(const std::string& head) {
+    const double kilobytes = text::leadingNumber(decodeStatusBlock(head.substr(1)).memorySize);
+    if (!(kilobytes > 0 && kilobytes <= 1024))
+        return 0;
+    return shownCount(2 * (static_cast<long>(kilobytes * 1024) + 2));
+}
 
 double since(app::Clock& clock, double start) {
     double d = clock.secondsSinceMidnight() - start;
@@ -55,7 +71,7 @@ std::optional<std::string> LoggerSession::receiveStream() {
 
     // L counts two per character, as the instrument's program always has; the shown number
     // is a rough record count.
-    long counted = 0;
+    long counted = 0, total = -1; // total: unknown until the status block is in
     double lastData = clock.secondsSinceMidnight();
     while (since(clock, lastData) < kSilenceWindow) {
         const std::string chunk = port.readAll();
@@ -67,7 +83,13 @@ std::optional<std::string> LoggerSession::receiveStream() {
         counted += 2 * static_cast<long>(chunk.size());
         lastData = clock.secondsSinceMidnight();
         if (counted > kStreamHead) {
-            ui.statusText(std::to_string((counted - kStreamHead) / 2 / 4) + "    ");
+            const long shown = shownCount(counted);
+            ui.statusText(std::to_string(shown) + "    ");
+            if (total < 0 && buffer.size() >= static_cast<std::size_t>(kStreamHead))
+                total = finalCount(buffer.substr(0, kStreamHead));
+            if (total > 0)
+                ui.statusProgress(static_cast<int>(std::min(shown, total)),
+                                  static_cast<int>(total));
             ui.processEvents();
         }
     }

@@ -5,6 +5,7 @@
 
 #include <deque>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace pa::testing {
@@ -35,10 +36,18 @@ class ScriptedUi : public app::Ui {
         saveStartPaths.push_back(startPath);
         return saveFile(title, filter);
     }
-    void statusShow() override { statusVisible = true; }
+    void statusShow() override {
+        statusVisible = true;
+        statusBar = {0, 0};
+    }
     void statusHide() override { statusVisible = false; }
     void statusCaption(const std::string& caption) override { statusCaptionText = caption; }
     void statusText(const std::string& text) override;
+    void statusProgress(int done, int total, const std::string& label = {}) override {
+        statusBar = {done, total};
+        progress.push_back(statusBar);
+        progressLabels.push_back(label);
+    }
     void processEvents() override { ++eventsProcessed; }
     void beep() override { ++beeps; }
     void openDocument(const std::string& path) override { documents.push_back(path); }
@@ -56,7 +65,10 @@ class ScriptedUi : public app::Ui {
     std::vector<std::string> saveStartPaths;
     bool statusVisible = false;
     std::string statusCaptionText, statusTextNow;
-    std::vector<std::string> statusTexts; // every text, in order
+    std::vector<std::string> statusTexts;      // every text, in order
+    std::pair<int, int> statusBar{0, 0};       // the progress bar now: done, total
+    std::vector<std::pair<int, int>> progress; // every progress step, in order
+    std::vector<std::string> progressLabels;   // the label of each step
     int statusUpdates = 0, eventsProcessed = 0, beeps = 0;
 };
 
