@@ -3,6 +3,7 @@
 #include "ui/CHKSPEED.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QDesktopServices>
 #include <QFileDialog>
 #include <QFontMetrics>
@@ -54,6 +55,11 @@ QString askSaveName(QWidget* owner, const QString& title, const QString& start,
     QObject::connect(
         &dialog, &QFileDialog::filterSelected, &dialog,
         [&dialog](const QString& chosen) { dialog.setDefaultSuffix(filterExtension(chosen)); });
+    // Qt's own dialog changes its filter through its file type list without that signal.
+    if (auto* types = dialog.findChild<QComboBox*>("fileTypeCombo"))
+        QObject::connect(
+            types, &QComboBox::currentTextChanged, &dialog,
+            [&dialog](const QString& chosen) { dialog.setDefaultSuffix(filterExtension(chosen)); });
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return {};
     return dialog.selectedFiles().constFirst();

@@ -360,7 +360,9 @@ void MeterRec::buildBody() {
     keepPlace.setRetainSizeWhenHidden(true);
     record_->setSizePolicy(keepPlace);
     buttons->addWidget(record_);
-    buttons->addStretch(1);
+    // Free room goes to the recording boxes while they show (the last record is the widest
+    // thing in the window), else here.
+    buttons->addStretch(0);
 
     recordingGroup_ = new QWidget(body);
     auto* recording = new QHBoxLayout(recordingGroup_);

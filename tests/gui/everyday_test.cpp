@@ -18,9 +18,11 @@
 #include "support/test_files.h"
 #include "ui/CHKSPEED.h"
 
+#include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QInputDialog>
+#include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
 #include <QProgressBar>
@@ -484,9 +486,16 @@ TEST_F(RealDialogs, SaveDialogsAddTheChosenFiltersExtension) {
         whenModal([&](QWidget* w) {
             auto* dialog = qobject_cast<QFileDialog*>(w);
             ASSERT_TRUE(dialog);
-            if (c.filter)
-                dialog->selectNameFilter(c.filter);
-            dialog->selectFile(c.typed);
+            if (c.filter) { // chosen in the file type list, as a user does
+                auto* types = dialog->findChild<QComboBox*>("fileTypeCombo");
+                ASSERT_TRUE(types);
+                const int index = types->findText(c.filter);
+                types->setCurrentIndex(index);
+                emit types->activated(index);
+            }
+            auto* name = dialog->findChild<QLineEdit*>("fileNameEdit");
+            ASSERT_TRUE(name);
+            name->setText(c.typed);                  // typed by the user
             static_cast<QDialog*>(dialog)->accept(); // as the Save button does
         });
         const auto path = ui.saveFileAt("Save logger data", "Data Files (*.txt);;CSV Files (*.csv)",
