@@ -45,6 +45,8 @@ int main(int argc, char** argv) {
 
     auto ports = pa::qt::listSystemPorts();
     std::unique_ptr<pa::sim::SimulatedDevice> simulator;
+    // Looked up again when the port has vanished: an adapter may come back elsewhere.
+    window.setPortCatalogue(pa::qt::listSystemPorts);
     if (parser.isSet(simulate)) {
         simulator = std::make_unique<pa::sim::SimulatedDevice>();
         // A datalogger with something in it, so that Read/Save has records to save.
@@ -60,7 +62,8 @@ int main(int argc, char** argv) {
     }
     window.setPorts(ports, pa::qt::isWindows() && !simulator);
 
-    window.startup();
+    // A port named on the command line is the user's choice already: no prompt to pick one.
+    window.startup(simulator || parser.isSet(port));
     window.show();
     if (simulator)
         window.openPort(simulator->devicePath());

@@ -8,12 +8,13 @@ namespace pa::app {
 MeterLink::MeterLink(Port& port, Clock& clock, Ui& ui, ProgramState& state)
     : port_(port), clock_(clock), ui_(ui), state_(state) {}
 
-void MeterLink::Startup(const std::function<void()>& applyCaptions) {
+void MeterLink::Startup(const std::function<void()>& applyCaptions, bool askForPort) {
     ui_.statusShow();
     ui_.statusText("");
     state_.reset();
     SetLiveSampling(0);
-    ui_.message("Select COM port from the OPTION menu");
+    if (askForPort)
+        ui_.message("Select COM port from the OPTION menu");
     if (applyCaptions)
         applyCaptions();
     CheckPcSpeed();
@@ -86,8 +87,10 @@ bool MeterLink::openPort(const std::string& device, const std::string& label) {
         reason = "Another port is in use: the program keeps its first port until it is closed.";
     else if (!port_.open())
         reason = port_.lastError();
-    if (reason.empty())
+    if (reason.empty()) {
+        stableId_ = catalogue_ ? stableIdOf(catalogue_(), device) : std::string();
         return true;
+    }
 
     // The box names the port only; the reason is kept for the main window's port-state line
     // and the command-line program's error line.
@@ -95,6 +98,19 @@ bool MeterLink::openPort(const std::string& device, const std::string& label) {
     if (closedPrevious && port_.setPortName(previous))
         port_.open();
     return false;
+}
+
+bool MeterLink::ReopenPort() {
+    port_.close();
+    if (!stableId_.empty() && catalogue_) {
+        // Never the old device name: another adapter may have been given it meanwhile.
+        const std::string path = pathOfStableId(catalogue_(), stableId_);
+        if (path.empty())
+            return false;
+        if (path != port_.portName() && !port_.setPortName(path))
+            return false;
+    }
+    return port_.open();
 }
 
 void MeterLink::SelectBaud(int index) {

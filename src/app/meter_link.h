@@ -3,6 +3,7 @@
 // port and baud selection, and suspending/resuming the live exchange for other windows.
 #include "app/clock.h"
 #include "app/port.h"
+#include "app/port_catalog.h"
 #include "app/program_state.h"
 #include "app/ui.h"
 
@@ -38,12 +39,19 @@ class MeterLink {
     void setTimerSwitch(std::function<void(bool)> timers) { timers_ = std::move(timers); }
     // Device path behind each COM menu number (index 0 is COM 1); see port_catalog.h.
     void setComDevices(std::vector<std::string> paths) { comDevices_ = std::move(paths); }
+    // Lists the system's ports as they are now, so that an adapter that comes back under
+    // another device name is found again by its stable identity.
+    void setPortCatalogue(std::function<std::vector<SystemPort>()> list) {
+        catalogue_ = std::move(list);
+    }
     // Folder in which commport.dat is written; the current folder when empty.
     void setWorkingFolder(std::string folder) { workingFolder_ = std::move(folder); }
 
     // Start-up: status window, start values, live exchange off, the port prompt, captions
-    // (through applyCaptions), speed check. The caller then shows the main window.
-    void Startup(const std::function<void()>& applyCaptions);
+    // (through applyCaptions), speed check. The caller then shows the main window. When the
+    // port was named on the command line (askForPort false) there is no prompt: the caller
+    // opens that port after start-up.
+    void Startup(const std::function<void()>& applyCaptions, bool askForPort = true);
     void CheckPcSpeed();
 
     // on == 1: timers on and a blank sent to ask for the next frame. Any other value: timers
@@ -54,6 +62,10 @@ class MeterLink {
     bool SelectPort(int n);
     // Opens a port by device name or path (the COM menu's "Other port..." item).
     bool SelectPortByName(const std::string& device);
+    // The live cycle's port reset: close and open again. A USB adapter with a stable identity
+    // is opened wherever it is listed now; one that is not listed (unplugged) stays closed.
+    // Returns true when the port is open afterwards.
+    bool ReopenPort();
     // Index 0..3 of kBaudChoices; other indexes do nothing.
     void SelectBaud(int index);
 
@@ -74,6 +86,8 @@ class MeterLink {
     ProgramState& state_;
     std::function<void(bool)> timers_;
     std::vector<std::string> comDevices_;
+    std::function<std::vector<SystemPort>()> catalogue_;
+    std::string stableId_; // of the port in use; empty when it has none
     std::string workingFolder_;
     int portNumber_ = 0;
     std::string portCaption_ = "COM";

@@ -35,4 +35,18 @@ std::vector<std::string> comDevicePaths(const std::vector<SystemPort>& ordered, 
     return paths;
 }
 
+std::string stableIdOf(const std::vector<SystemPort>& ports, const std::string& path) {
+    for (const SystemPort& p : ports)
+        if (!path.empty() && p.path == path)
+            return p.stableId;
+    return {};
+}
+
+std::string pathOfStableId(const std::vector<SystemPort>& ports, const std::string& stableId) {
+    for (const SystemPort& p : ports)
+        if (!stableId.empty() && p.stableId == stableId)
+            return p.path;
+    return {};
+}
+
 } // namespace pa::app

@@ -46,6 +46,13 @@ class Ui {
     // says whether the user has used it since it was offered (the command line: Ctrl-C).
     virtual void statusCancellable(bool offered) { (void)offered; }
     virtual bool statusCancelled() { return false; }
+    // A count shown as a bar under the text line: done of total, with label on the bar (the
+    // percentage when empty); a total of 0 hides the bar. Showing the window again hides it.
+    virtual void statusProgress(int done, int total, const std::string& label = {}) {
+        (void)done;
+        (void)total;
+        (void)label;
+    }
 
     // Let the interface process its pending events (long operations call this between steps).
     virtual void processEvents() = 0;

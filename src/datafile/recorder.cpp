@@ -88,6 +88,7 @@ bool Recorder::openFile(const std::string& path, bool continueExisting) {
     records_ = lines_ = 0;
     lastLine_.clear();
     resetRecordNumber_ = true;
+    lastRecordText_.clear(); // the last record of the old file is not one of the new file's
     state_ = RecordingState::FileReady;
     return true;
 }

@@ -86,8 +86,12 @@ void LiveCycle::Timer2Tick() {
             // A vanished device fails to reopen quietly; the next reset tries again, so a
             // replugged cable brings the readings back by itself.
             ui_.beep();
-            port_.close();
-            port_.open();
+            if (portReset_) {
+                portReset_();
+            } else {
+                port_.close();
+                port_.open();
+            }
             port_.write(" ");
             noDataTicks_ = 0;
         }
@@ -225,13 +229,32 @@ void LiveCycle::slowPcWarning() {
                     "Warning", app::Icon::Exclamation);
 }
 
+void LiveCycle::countedPause(double seconds, double& left, double total) {
+    if (!onWait_) {
+        clock_.pause(seconds);
+        left -= seconds;
+        return;
+    }
+    while (seconds > 1e-9) {
+        const double step = std::min(seconds, kHzCountdownStep);
+        onWait_(left, total);
+        clock_.pause(step);
+        seconds -= step;
+        left -= step;
+    }
+}
+
 void LiveCycle::GetHz() {
     if (liveSampling_)
         liveSampling_(0);
-    clock_.pause(kHzSettlePause);
+    const double total = kHzSettlePause + kHzMeasurePause;
+    double left = total;
+    countedPause(kHzSettlePause, left, total);
     port_.readAll(); // drop whatever was still arriving
     port_.write(std::string(1, kFrequencyRequest));
-    clock_.pause(kHzMeasurePause);
+    countedPause(kHzMeasurePause, left, total);
+    if (onWait_)
+        onWait_(0, total);
     const std::string reply = port_.readAll();
     if (reply.size() == 5) {
         // Bytes 2-4 are one display block in kilohertz.

@@ -32,6 +32,7 @@ inline constexpr double kMaxSamplingTime = 13106.8; // 32767 ticks of 0.4 s
 inline constexpr double kHzSettlePause = 0.5;       // lets a frame in progress finish
 inline constexpr double kHzMeasurePause = 5.0;      // the instrument measures
 inline constexpr char kFrequencyRequest = '\xF5';
+inline constexpr double kHzCountdownStep = 0.25; // Get Hz's waits report their progress
 
 // What the main window shows; the window copies these into its controls.
 struct Readouts {
@@ -63,6 +64,12 @@ class LiveCycle {
         liveSampling_ = std::move(liveSampling);
     }
     void setRecordingHook(RecordingHook* hook) { hook_ = hook; }
+    // The port reset after a silence (close and open again); by default the port itself.
+    void setPortReset(std::function<void()> reset) { portReset_ = std::move(reset); }
+    // Told, before each step of Get Hz's waits, how many seconds are left of the total.
+    void setWaitListener(std::function<void(double left, double total)> listener) {
+        onWait_ = std::move(listener);
+    }
     // Called once per new clock text after a decoded frame, with the panels up to date.
     void setSampleListener(std::function<void()> listener) { onSample_ = std::move(listener); }
     // The captions of the current language for the no-data warning and the HOLD indicator.
@@ -93,6 +100,8 @@ class LiveCycle {
 
   private:
     void slowPcWarning();
+    // Pauses seconds in steps, telling the wait listener how much of total is left.
+    void countedPause(double seconds, double& left, double total);
     void decodeFrame(const std::string& buffer);
     void routeBlock(const BlockReading& reading);
     void updateCost();
@@ -103,6 +112,8 @@ class LiveCycle {
     app::ProgramState& state_;
     std::function<void(int)> liveSampling_;
     std::function<void()> onSample_;
+    std::function<void()> portReset_;
+    std::function<void(double, double)> onWait_;
     RecordingHook* hook_ = nullptr;
     std::string noDataCaption_ = "NO COM", holdCaption_ = "HOLD";
 

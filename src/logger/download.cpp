@@ -32,6 +32,21 @@ constexpr double kSecondsPerDay = 86400;
 
 const char* const kDownloadFilter = "Data Files (*.txt);;CSV Files (*.csv)";
 
+// The count shown while the stream arrives, from the characters counted so far (two per
+// byte, as the instrument's program always counted).
+long shownCount(long counted) {
+    return (counted - kStreamHead) / 2 / 4;
+}
+
+// The count shown when the whole memory has arrived (STX, memory, ETX), from the memory size
+// the stream's own status block gives ("8K"); 0 when it gives none.
+long finalCount(const std::string& head) {
+    const double kilobytes = text::leadingNumber(decodeStatusBlock(head.substr(1)).memorySize);
+    if (!(kilobytes > 0 && kilobytes <= 1024))
+        return 0;
+    return shownCount(2 * (static_cast<long>(kilobytes * 1024) + 2));
+}
+
 double since(app::Clock& clock, double start) {
     double d = clock.secondsSinceMidnight() - start;
     if (d < 0)
@@ -98,7 +113,7 @@ std::optional<std::string> LoggerSession::receiveStream() {
 
     // L counts two per character, as the instrument's program always has; the shown number
     // is a rough record count.
-    long counted = 0;
+    long counted = 0, total = -1; // total: unknown until the status block is in
     double lastData = clock.secondsSinceMidnight();
     while (buffer.size() <= kLongestStream && since(clock, lastData) < kSilenceWindow) {
         if (const auto why = interrupted())
@@ -112,7 +127,13 @@ std::optional<std::string> LoggerSession::receiveStream() {
         counted += 2 * static_cast<long>(chunk.size());
         lastData = clock.secondsSinceMidnight();
         if (counted > kStreamHead) {
-            ui.statusText(std::to_string((counted - kStreamHead) / 2 / 4) + "    ");
+            const long shown = shownCount(counted);
+            ui.statusText(std::to_string(shown) + "    ");
+            if (total < 0 && buffer.size() >= static_cast<std::size_t>(kStreamHead))
+                total = finalCount(buffer.substr(0, kStreamHead));
+            if (total > 0)
+                ui.statusProgress(static_cast<int>(std::min(shown, total)),
+                                  static_cast<int>(total));
             ui.processEvents();
             lastYield = lastData;
         }

@@ -140,6 +140,7 @@ std::optional<std::string> LoggerSession::readStatusBlock() {
     int noReply = 0, badFrame = 0;
     for (int address = 0; address < kStatusBytes; ++address) {
         ui.statusText(std::to_string(kStatusBytes - 1 - address)); // bytes still to read
+        ui.statusProgress(address, kStatusBytes);
         ui.processEvents();
         const auto byte = readByte(address, noReply, badFrame);
         if (!byte)
@@ -355,6 +356,7 @@ std::optional<std::string> LoggerSession::dataDump(int first, int last) {
     int noReply = 0, badFrame = 0;
     for (int address = first; address <= last; ++address) {
         ex_.ui().statusText(std::to_string(last - address));
+        ex_.ui().statusProgress(address - first, last - first + 1);
         ex_.ui().processEvents();
         const auto byte = readByte(address, noReply, badFrame);
         if (!byte)

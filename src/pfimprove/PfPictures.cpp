@@ -58,6 +58,7 @@ void PhaseDiagram::paintEvent(QPaintEvent*) {
     QPainter p(this);
     p.setRenderHint(QPainter::Antialiasing);
     p.fillRect(rect(), Qt::white);
+    labels_.clear();
     const Present& s = pf_.present();
     const Improved& n = pf_.improved();
     const bool improved = pf_.hasImproved();
@@ -71,25 +72,44 @@ void PhaseDiagram::paintEvent(QPaintEvent*) {
     p.setFont(font);
     const QFontMetricsF fm(font);
     const double line = fm.height();
+    // Every text goes through here: near where it is wanted, moved up or down in small steps
+    // until it covers no text drawn before it (a nearly flat triangle crowds its labels).
+    auto label = [&](const QString& text, QPointF topLeft, const QColor& colour, const QFont& f) {
+        const QFontMetricsF m(f);
+        const QRectF wanted(topLeft, QSizeF(m.horizontalAdvance(text), m.height()));
+        QRectF r = wanted;
+        for (int step = 1; step < 60; ++step) {
+            const bool clear = std::none_of(labels_.begin(), labels_.end(),
+                                            [&](const auto& l) { return l.second.intersects(r); });
+            if (clear)
+                break;
+            const double dy = (step % 2 ? 1 : -1) * ((step + 1) / 2) * m.height() / 3;
+            r = wanted.translated(0, dy);
+        }
+        p.setFont(f);
+        p.setPen(colour);
+        p.drawText(QPointF(r.left(), r.top() + m.ascent()), text);
+        p.setFont(font);
+        labels_.push_back({text, r});
+    };
 
     // Legend: one line per state.
     auto legend = [&](int row, const QColor& colour, const QString& text) {
         const double y = 8 + row * (line + 2);
         p.setPen(QPen(colour, 3));
         p.drawLine(QPointF(8, y + line / 2), QPointF(26, y + line / 2));
-        p.setPen(Qt::black);
-        p.drawText(QPointF(32, y + fm.ascent()), text);
+        label(text, QPointF(32, y), Qt::black, font);
     };
     legend(0, kPresentColour,
            QString("%1:  PF %2   %3°")
                .arg(presentName_, qs(pf_.currentRow()[kCurrentPF]),
                     qs(pf_.currentRow()[kCurrentAngle])));
     const QString capacitance = QString::fromStdString(capacitanceText(n.Cadd));
+    const QString improvedAngle = masked(n.Angle2, "##0.0");
     if (improved)
         legend(1, kImprovedColour,
                QString("%1:  PF %2   %3°   + C %4")
-                   .arg(improvedName_, masked(n.PF2, "0.0##"), masked(n.Angle2, "##0.0"),
-                        capacitance));
+                   .arg(improvedName_, masked(n.PF2, "0.0##"), improvedAngle, capacitance));
 
     // Right of the VAR side: the present VAR, the capacitor's share, the improved VAR.
     const QString presentVar = "VAR " + qs(pf_.currentRow()[kCurrentVAR]);
@@ -128,15 +148,14 @@ void PhaseDiagram::paintEvent(QPaintEvent*) {
     const QPointF upEnd(o.x(), std::min(b.y(), c.y()) - 10);
     p.drawLine(QPointF(o.x(), std::max({o.y(), b.y(), c.y()}) + 4), upEnd);
     drawArrowHead(p, upEnd, o, 7);
-    p.setPen(Qt::darkGray);
-    p.drawText(QPointF(o.x() - fm.horizontalAdvance("VAR") - 4, upEnd.y() + fm.ascent()), "VAR");
+    label("VAR", QPointF(o.x() - fm.horizontalAdvance("VAR") - 4, upEnd.y()), Qt::darkGray, font);
 
     // The active power is the same before and after.
     p.setPen(QPen(Qt::black, 2.5));
     p.drawLine(o, a);
-    p.drawText(QPointF((o.x() + a.x()) / 2 - fm.horizontalAdvance("W 0000.0") / 2,
-                       o.y() + fm.ascent() + 3),
-               "W " + masked(w, "###0.0"));
+    label("W " + masked(w, "###0.0"),
+          QPointF((o.x() + a.x()) / 2 - fm.horizontalAdvance("W 0000.0") / 2, o.y() + 3), Qt::black,
+          font);
 
     // Present triangle.
     p.setPen(QPen(kPresentColour, 2.5));
@@ -149,24 +168,25 @@ void PhaseDiagram::paintEvent(QPaintEvent*) {
         p.drawLine(o, c);
     }
 
-    // Phase angles at the origin, measured from the W axis.
+    // Phase angles at the origin, measured from the W axis, each labelled on its arc: the
+    // present one outside its arc, the improved one (a smaller arc) just outside its own.
     const double hyp = std::hypot(a.x() - o.x(), 0.0);
     const double radius = std::clamp(hyp * 0.3, 16.0, 70.0);
-    auto arc = [&](double q, double r, const QColor& colour, const QString& label) {
+    auto arc = [&](double q, double r, const QColor& colour, const QString& text) {
         const double deg = std::atan2(q, w) * 180 / M_PI;
         p.setPen(QPen(colour, 1.5));
         p.drawArc(QRectF(o.x() - r, o.y() - r, 2 * r, 2 * r), 0, static_cast<int>(deg * 16));
         const double mid = deg / 2 * M_PI / 180;
-        const QPointF where(o.x() + (r + 6) * std::cos(mid), o.y() - (r + 6) * std::sin(mid));
-        p.drawText(QPointF(where.x() + 2, where.y() + fm.ascent() / 2), label);
+        const QPointF where(o.x() + (r + 4) * std::cos(mid), o.y() - (r + 4) * std::sin(mid));
+        label(text, QPointF(where.x() + 2, where.y() - fm.height() / 2), colour, font);
     };
-    arc(q1, radius, kPresentColour, "φ " + qs(pf_.currentRow()[kCurrentAngle]) + "°");
     if (improved)
-        arc(q2, radius * 0.62, kImprovedColour, "");
+        arc(q2, radius * 0.62, kImprovedColour, "φ " + improvedAngle.trimmed() + "°");
+    arc(q1, radius, kPresentColour, "φ " + qs(pf_.currentRow()[kCurrentAngle]) + "°");
 
     // Labels of the slopes: the present VA above its line, the improved one below its own.
     // The improved label further out, clear of the angle labels at the origin.
-    auto slopeLabel = [&](QPointF end, const QString& label, const QColor& colour, bool above) {
+    auto slopeLabel = [&](QPointF end, const QString& text, const QColor& colour, bool above) {
         const QPointF mid = o + (end - o) * (above ? 0.5 : 0.68);
         QPointF d = end - o;
         const double len = std::hypot(d.x(), d.y());
@@ -175,11 +195,11 @@ void PhaseDiagram::paintEvent(QPaintEvent*) {
         QPointF normal(d.y() / len, -d.x() / len); // points up-left of the slope
         if (normal.y() > 0)
             normal = -normal;
-        const QPointF at = mid + normal * (above ? 8.0 : -8.0);
-        const double tw = fm.horizontalAdvance(label);
-        p.setPen(colour);
-        p.drawText(QPointF(above ? at.x() - tw : at.x() + 2, above ? at.y() : at.y() + fm.ascent()),
-                   label);
+        const QPointF near = mid + normal * (above ? 8.0 : -8.0);
+        const double tw = fm.horizontalAdvance(text);
+        label(text,
+              QPointF(above ? near.x() - tw : near.x() + 2, above ? near.y() - line : near.y()),
+              colour, font);
     };
     slopeLabel(b, "VA " + qs(pf_.currentRow()[kCurrentVA]), kPresentColour, true);
     if (improved)
@@ -188,8 +208,7 @@ void PhaseDiagram::paintEvent(QPaintEvent*) {
     // Right of the VAR side: the present VAR, the capacitor's share, the improved VAR.
     const double textX = std::max(a.x(), o.x()) + 22;
     if (!improved) {
-        p.setPen(kPresentColour);
-        p.drawText(QPointF(textX, (a.y() + b.y()) / 2 + fm.ascent() / 2), presentVar);
+        label(presentVar, QPointF(textX, (a.y() + b.y()) / 2 - line / 2), kPresentColour, font);
         return;
     }
     // The capacitor takes VAR1 - VAR2: an arrow from the present to the improved top corner.
@@ -202,15 +221,9 @@ void PhaseDiagram::paintEvent(QPaintEvent*) {
     const auto ys = spreadApart(
         {std::min(b.y(), c.y()), (b.y() + c.y()) / 2, std::max(b.y(), c.y())}, line + 2);
     const bool presentHigher = b.y() <= c.y();
-    p.setFont(font);
-    p.setPen(kPresentColour);
-    p.drawText(QPointF(textX, ys[presentHigher ? 0 : 2] + fm.ascent() / 2), presentVar);
-    p.setFont(bold);
-    p.setPen(kCapacitorColour);
-    p.drawText(QPointF(textX, ys[1] + fm.ascent() / 2), capacitorVar);
-    p.setFont(font);
-    p.setPen(kImprovedColour);
-    p.drawText(QPointF(textX, ys[presentHigher ? 2 : 0] + fm.ascent() / 2), improvedVar);
+    label(presentVar, QPointF(textX, ys[presentHigher ? 0 : 2] - line / 2), kPresentColour, font);
+    label(capacitorVar, QPointF(textX, ys[1] - line / 2), kCapacitorColour, bold);
+    label(improvedVar, QPointF(textX, ys[presentHigher ? 2 : 0] - line / 2), kImprovedColour, font);
 }
 
 void CircuitPicture::paintEvent(QPaintEvent*) {

@@ -8,7 +8,11 @@
 #include "pfimprove/pf_calculator.h"
 
 #include <QColor>
+#include <QRectF>
+#include <QString>
 #include <QWidget>
+#include <utility>
+#include <vector>
 
 namespace pa::pfimprove {
 
@@ -37,9 +41,14 @@ class PhaseDiagram : public PfPicture {
   public:
     using PfPicture::PfPicture;
     QSize minimumSizeHint() const override { return {300, 220}; }
+    // The texts drawn at the last paint and where they stand.
+    const std::vector<std::pair<QString, QRectF>>& labels() const { return labels_; }
 
   protected:
     void paintEvent(QPaintEvent* event) override;
+
+  private:
+    std::vector<std::pair<QString, QRectF>> labels_;
 };
 
 class CircuitPicture : public PfPicture {

@@ -84,6 +84,10 @@ double angleFromPf(double pf) {
 }
 
 void PfCalculator::UpdateP(const ReadoutTexts& r) {
+    // An improved state worked out for another reading no longer describes this load.
+    if (r != lastReadouts_)
+        hasImproved_ = false;
+    lastReadouts_ = r;
     currentRow_ = {r[live::kPF], r[live::kA], r[live::kVA], r[live::kVAR], r[live::kAngle]};
     fields_ = {};
     fields_[kFieldW] = r[live::kW];
@@ -286,7 +290,8 @@ EnterResult PfCalculator::Enter(int index, std::string_view typed) {
     if (std::string message = compute(index, typed, next, notice); !message.empty()) {
         result.kind = EnterResult::Kind::Refused;
         result.message = std::move(message);
-        return result; // the stored numbers stay; the boxes are emptied
+        hasImproved_ = false; // the stored numbers stay, but nothing shows them any more
+        return result;        // the boxes are emptied
     }
     improved_ = next;
     hasImproved_ = true;

@@ -100,7 +100,8 @@ class PfCalculator {
     const std::array<std::string, kCircuitFields>& circuitFields() const { return fields_; }
     // The box in which Enter was last pressed, -1 before any.
     int lastIndex() const { return lastIndex_; }
-    // A calculation has succeeded: improved() holds its result.
+    // A calculation has succeeded for the present reading and was not refused since:
+    // improved() holds its result and the pictures show it.
     bool hasImproved() const { return hasImproved_; }
 
   private:
@@ -116,6 +117,7 @@ class PfCalculator {
     std::array<std::string, kCircuitFields> fields_;
     int lastIndex_ = -1;
     bool hasImproved_ = false;
+    ReadoutTexts lastReadouts_{};
 };
 
 } // namespace pa::pfimprove

@@ -16,6 +16,7 @@ void wireLiveTimers(QTimer& timer1, QTimer& timer2, app::MeterLink& link, live::
         }
     });
     cycle.setLiveSampling([&link](int on) { link.SetLiveSampling(on); });
+    cycle.setPortReset([&link] { link.ReopenPort(); });
 }
 
 } // namespace pa::qt

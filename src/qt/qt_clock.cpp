@@ -1,5 +1,6 @@
 #include "qt/qt_clock.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QElapsedTimer>
 #include <QThread>
@@ -20,8 +21,13 @@ void QtClock::pause(double seconds) {
     QElapsedTimer timer;
     timer.start();
     const qint64 ms = static_cast<qint64>(seconds * 1000.0 + 0.5);
-    while (timer.elapsed() < ms)
+    const bool serveEvents = QCoreApplication::instance() != nullptr &&
+                             QThread::currentThread() == QCoreApplication::instance()->thread();
+    while (timer.elapsed() < ms) {
+        if (serveEvents)
+            QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
         QThread::msleep(1);
+    }
 }
 
 } // namespace pa::qt

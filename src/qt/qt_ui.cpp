@@ -3,8 +3,10 @@
 #include "ui/CHKSPEED.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QDesktopServices>
 #include <QFileDialog>
+#include <QFontMetrics>
 #include <QInputDialog>
 #include <QMessageBox>
 #include <QUrl>
@@ -31,9 +33,50 @@ QMessageBox::Icon toQt(app::Icon icon) {
     }
 }
 
+// The extension of a save filter such as "Data Files (*.txt)": "txt"; empty for "*" or "*.*".
+QString filterExtension(const QString& filter) {
+    const qsizetype star = filter.indexOf("*.");
+    if (star < 0)
+        return {};
+    QString extension;
+    for (qsizetype i = star + 2; i < filter.size() && filter[i].isLetterOrNumber(); ++i)
+        extension += filter[i];
+    return extension;
+}
+
+// A file dialog that adds the extension of the chosen filter when the user types none, so
+// that the file shows under the same filter when it is opened again.
+QString askSaveName(QWidget* owner, const QString& title, const QString& start,
+                    const QString& filter) {
+    QFileDialog dialog(owner, title, start, filter);
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setFileMode(QFileDialog::AnyFile);
+    dialog.setDefaultSuffix(filterExtension(filter.section(";;", 0, 0)));
+    QObject::connect(
+        &dialog, &QFileDialog::filterSelected, &dialog,
+        [&dialog](const QString& chosen) { dialog.setDefaultSuffix(filterExtension(chosen)); });
+    // Qt's own dialog changes its filter through its file type list without that signal.
+    if (auto* types = dialog.findChild<QComboBox*>("fileTypeCombo"))
+        QObject::connect(
+            types, &QComboBox::currentTextChanged, &dialog,
+            [&dialog](const QString& chosen) { dialog.setDefaultSuffix(filterExtension(chosen)); });
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+        return {};
+    return dialog.selectedFiles().constFirst();
+}
+
 } // namespace
 
 QtUi::QtUi() : status_(new ui::CHKSPEED) {}
+
+QWidget* QtUi::dialogOwner() {
+    QWidget* active = QApplication::activeWindow();
+    if (active && active != status_ && active->isVisible())
+        lastActive_ = active;
+    if (lastActive_ && lastActive_->isVisible())
+        return lastActive_;
+    return owner_;
+}
 
 QtUi::~QtUi() {
     delete status_;
@@ -42,7 +85,7 @@ QtUi::~QtUi() {
 app::Answer QtUi::message(const std::string& text, const std::string& title, app::Icon icon,
                           app::Buttons buttons) {
     QMessageBox box(toQt(icon), title.empty() ? QApplication::applicationDisplayName() : qs(title),
-                    qs(text), QMessageBox::NoButton, owner_);
+                    qs(text), QMessageBox::NoButton, dialogOwner());
     switch (buttons) {
     case app::Buttons::YesNo:
         box.setStandardButtons(QMessageBox::Yes | QMessageBox::No);
@@ -67,16 +110,22 @@ app::Answer QtUi::message(const std::string& text, const std::string& title, app
 
 std::optional<std::string> QtUi::input(const std::string& prompt, const std::string& title,
                                        const std::string& defaultText) {
-    bool ok = false;
-    const QString text = QInputDialog::getText(owner_, qs(title), qs(prompt), QLineEdit::Normal,
-                                               qs(defaultText), &ok);
-    if (!ok)
+    QInputDialog dialog(dialogOwner());
+    dialog.setInputMode(QInputDialog::TextInput);
+    dialog.setWindowTitle(qs(title));
+    dialog.setLabelText(qs(prompt));
+    dialog.setTextValue(qs(defaultText));
+    // Wide enough for the whole title in the title bar, whatever the prompt's length.
+    QFont titleFont = dialog.font();
+    titleFont.setBold(true);
+    dialog.setMinimumWidth(QFontMetrics(titleFont).horizontalAdvance(qs(title)) + 160);
+    if (dialog.exec() != QDialog::Accepted)
         return std::nullopt;
-    return text.toStdString();
+    return dialog.textValue().toStdString();
 }
 
 std::optional<std::string> QtUi::openFile(const std::string& title, const std::string& filter) {
-    const QString path = QFileDialog::getOpenFileName(owner_, qs(title), {}, qs(filter));
+    const QString path = QFileDialog::getOpenFileName(dialogOwner(), qs(title), {}, qs(filter));
     if (path.isEmpty())
         return std::nullopt;
     return path.toStdString();
@@ -84,7 +133,8 @@ std::optional<std::string> QtUi::openFile(const std::string& title, const std::s
 
 std::optional<std::string> QtUi::openFileIn(const std::string& title, const std::string& filter,
                                             const std::string& startPath) {
-    const QString path = QFileDialog::getOpenFileName(owner_, qs(title), qs(startPath), qs(filter));
+    const QString path =
+        QFileDialog::getOpenFileName(dialogOwner(), qs(title), qs(startPath), qs(filter));
     if (path.isEmpty())
         return std::nullopt;
     return path.toStdString();
@@ -96,20 +146,23 @@ std::optional<std::string> QtUi::saveFile(const std::string& title, const std::s
 
 std::optional<std::string> QtUi::saveFileAt(const std::string& title, const std::string& filter,
                                             const std::string& startPath) {
-    const QString path = QFileDialog::getSaveFileName(owner_, qs(title), qs(startPath), qs(filter));
+    const QString path = askSaveName(dialogOwner(), qs(title), qs(startPath), qs(filter));
     if (path.isEmpty())
         return std::nullopt;
     return path.toStdString();
 }
 
 void QtUi::statusShow() {
+    status_->setProgress(0, 0);
+    if (!status_->isVisible())
+        status_->centreOver(dialogOwner());
     status_->show();
 }
 void QtUi::statusHide() {
     status_->hide();
 }
 void QtUi::statusCaption(const std::string& caption) {
-    status_->setWindowTitle(qs(caption));
+    status_->setCaption(qs(caption));
 }
 void QtUi::statusText(const std::string& text) {
     status_->setText(qs(text));
@@ -119,6 +172,9 @@ void QtUi::statusCancellable(bool offered) {
 }
 bool QtUi::statusCancelled() {
     return status_->cancelled();
+}
+void QtUi::statusProgress(int done, int total, const std::string& label) {
+    status_->setProgress(done, total, qs(label));
 }
 void QtUi::processEvents() {
     QApplication::processEvents();

@@ -15,8 +15,11 @@ class QtUi : public app::Ui {
   public:
     QtUi();
     ~QtUi() override;
-    // The window that owns the dialogs (the main window once it exists).
+    // The window that owns the dialogs when no window of the program is active (the main
+    // window once it exists). Otherwise a dialog belongs to the window the user works in, so
+    // that this window comes back to the front when the dialog closes.
     void setOwner(QWidget* owner) { owner_ = owner; }
+    QWidget* dialogOwner();
     ui::CHKSPEED* statusWindow() const { return status_; }
 
     app::Answer message(const std::string& text, const std::string& title, app::Icon icon,
@@ -37,12 +40,14 @@ class QtUi : public app::Ui {
     void statusText(const std::string& text) override;
     void statusCancellable(bool offered) override;
     bool statusCancelled() override;
+    void statusProgress(int done, int total, const std::string& label = {}) override;
     void processEvents() override;
     void beep() override;
     void openDocument(const std::string& path) override;
 
   private:
     QPointer<QWidget> owner_;
+    QPointer<QWidget> lastActive_; // the window the last dialog belonged to
     ui::CHKSPEED* status_;
 };
 

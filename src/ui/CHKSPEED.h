@@ -1,8 +1,10 @@
 #pragma once
 // The small status window: a caption and one line of text. Used by the speed check, by
-// recording ("Recording !") and as the datalogger's progress display. Long transfers offer a
-// Cancel button (Escape presses it) below the text.
+// recording ("Recording !") and as the datalogger's progress display, where a bar under the
+// text line shows the same count as the text. Long transfers offer a Cancel button (Escape
+// presses it) below them.
 #include <QLabel>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QWidget>
 
@@ -20,6 +22,14 @@ class CHKSPEED : public QWidget {
             text_->repaint();
     }
     QString text() const { return text_->text(); }
+    // The caption, with the window made wide enough that the title bar shows it whole.
+    void setCaption(const QString& caption);
+    // done of total on the bar, with label on it (the percentage when empty); a total of 0
+    // hides the bar.
+    void setProgress(int done, int total, const QString& label = {});
+    QProgressBar* progressBar() const { return bar_; }
+    // Places the window centred over another one (its owner) before it is shown.
+    void centreOver(const QWidget* window);
 
     // Shows or hides the Cancel button; offering it clears an earlier press.
     void setCancellable(bool offered);
@@ -31,6 +41,7 @@ class CHKSPEED : public QWidget {
 
   private:
     QLabel* text_;
+    QProgressBar* bar_;
     QPushButton* cancel_;
     bool cancelled_ = false;
 };

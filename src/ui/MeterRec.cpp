@@ -1,6 +1,7 @@
 #include "ui/MeterRec.h"
 
 #include "qt/live_timers.h"
+#include "qt/qt_translations.h"
 
 #include "datafile/data_folder.h"
 #include "logger/Logger.h"
@@ -42,6 +43,19 @@ constexpr const char* kModel = "KV2260";
 constexpr const char* kPanelStyle =
     "QLabel { background: #0d1418; color: #e6f4ea; border: 1px solid #2c3a40;"
     " border-radius: 4px; padding: 2px 8px; }";
+// The same panels while another window holds the readings still: greyed, so that nobody
+// takes a paused reading for a live one.
+constexpr const char* kPausedPanelStyle =
+    "QLabel { background: #2a2f33; color: #8a9499; border: 1px dashed #6b7880;"
+    " border-radius: 4px; padding: 2px 8px; }";
+
+// The window size at which the readouts have their designed font sizes; they grow with the
+// window from there, and shrink a little below it.
+constexpr int kDesignWidth = 900, kDesignHeight = 520;
+constexpr double kMinFontScale = 0.75, kMaxFontScale = 2.5;
+
+// The recording box while the readings are held still.
+constexpr const char* kRecordingPausedText = "Recording paused !";
 
 QLabel* readoutLabel(QWidget* parent, int index, int pointSize) {
     auto* label = new QLabel(parent);
@@ -75,6 +89,13 @@ MeterRec::MeterRec(app::ProgramState& state, app::Port& port, app::Clock& clock,
     connect(&timer2_, &QTimer::timeout, this, [this] {
         cycle_.Timer2Tick();
         refresh();
+    });
+    // Get Hz's waits count down in the "Getting Hz" box.
+    cycle_.setWaitListener([this](double left, double total) {
+        const int tenths = static_cast<int>(total * 10 + 0.5);
+        const int leftTenths = static_cast<int>(left * 10 + 0.5);
+        const int seconds = (leftTenths + 9) / 10;
+        ui_.statusProgress(tenths - leftTenths, tenths, std::to_string(seconds) + " s");
     });
     buildMenus();
     buildBody();
@@ -275,7 +296,11 @@ QWidget* MeterRec::buildStatus() {
     clockValue_ = makeLabel("Label1_3");
     warning_ = makeLabel("Warning");
     hold_ = makeLabel("hold");
-    portState_ = makeLabel("PortState");
+    // Elided when the window is narrow, whole in its tooltip.
+    portState_ = new ElidedLabel(status);
+    portState_->setObjectName("PortState");
+    paused_ = makeLabel("Paused");
+    paused_->setVisible(false);
     for (QLabel* l : {sampleCaption_, sampleValue_})
         l->installEventFilter(this);
     sampleCaption_->setToolTip("Double-click to change the sampling time");
@@ -287,21 +312,24 @@ QWidget* MeterRec::buildStatus() {
         l->setFont(big);
     warning_->setStyleSheet("color: white; background: #c62828; padding: 2px 10px;");
     hold_->setStyleSheet("color: black; background: #ffb300; padding: 2px 10px;");
+    paused_->setFont(big);
+    paused_->setStyleSheet("color: white; background: #455a64; padding: 2px 10px;");
     for (QLabel* l : {sampleCaption_, sampleValue_, modelCaption_, modelValue_, dateCaption_,
                       dateValue_, timeCaption_, clockValue_})
         row->addWidget(l);
     row->addSpacing(12);
     row->addWidget(warning_);
     row->addWidget(hold_);
-    row->addStretch(1);
-    row->addWidget(portState_);
+    row->addWidget(paused_);
+    portState_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    row->addWidget(portState_, 1);
     return status;
 }
 
 void MeterRec::buildBody() {
     auto* body = new QWidget(this);
     auto* layout = new QVBoxLayout(body);
-    layout->addWidget(buildReadings());
+    layout->addWidget(buildReadings(), 1); // the readouts take the room a larger window gives
 
     auto* buttons = new QHBoxLayout;
     record_ = new QPushButton(body);
@@ -309,12 +337,7 @@ void MeterRec::buildBody() {
     record_->setVisible(false); // shown only while recording manually
     getHz_ = new QPushButton(body);
     getHz_->setObjectName("get_hz");
-    connect(getHz_, &QPushButton::clicked, this, [this] {
-        QApplication::setOverrideCursor(Qt::WaitCursor);
-        cycle_.GetHz();
-        QApplication::restoreOverrideCursor();
-        refresh();
-    });
+    connect(getHz_, &QPushButton::clicked, this, &MeterRec::getHz);
     reset_ = new QPushButton(body);
     reset_->setObjectName("reset_kwh");
     connect(reset_, &QPushButton::clicked, this, [this] {
@@ -329,9 +352,17 @@ void MeterRec::buildBody() {
         if (dialog.exec() == QDialog::Accepted)
             printWindow(printer);
     });
-    for (QPushButton* b : {record_, getHz_, reset_, print_})
+    for (QPushButton* b : {getHz_, reset_, print_})
         buttons->addWidget(b);
-    buttons->addStretch(1);
+    // Record comes and goes with manual recording; it keeps its place when hidden, so the
+    // buttons before it never move.
+    QSizePolicy keepPlace = record_->sizePolicy();
+    keepPlace.setRetainSizeWhenHidden(true);
+    record_->setSizePolicy(keepPlace);
+    buttons->addWidget(record_);
+    // Free room goes to the recording boxes while they show (the last record is the widest
+    // thing in the window), else here.
+    buttons->addStretch(0);
 
     recordingGroup_ = new QWidget(body);
     auto* recording = new QHBoxLayout(recordingGroup_);
@@ -341,13 +372,12 @@ void MeterRec::buildBody() {
     recordNumber_->setObjectName("Text1");
     recordNumber_->setMaximumWidth(90);
     lastRecordCaption_ = new QLabel(recordingGroup_);
-    lastRecord_ = new QLabel(recordingGroup_);
+    lastRecord_ = new ElidedLabel(recordingGroup_);
     lastRecord_->setObjectName("Label2");
     lastRecord_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
-    // A record line is wider than the window: it is shown as far as it fits, whole in the
-    // tooltip, and never widens the window.
+    // A record line is wider than the window: it is shown as far as it fits, ending in "…",
+    // whole in the tooltip, and never widens the window.
     lastRecord_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-    lastRecord_->setTextInteractionFlags(Qt::TextSelectableByMouse);
     for (QWidget* w : std::initializer_list<QWidget*>{serialNumberCaption_, recordNumber_,
                                                       lastRecordCaption_, lastRecord_})
         recording->addWidget(w);
@@ -358,9 +388,20 @@ void MeterRec::buildBody() {
     layout->addLayout(buttons);
     layout->addWidget(buildStatus());
     setCentralWidget(body);
+    // The panels' smallest size is that of their smallest font, so that a window made large
+    // (and its fonts with it) can be made small again.
+    for (int i = 0; i < live::kPanels; ++i) {
+        panelPointSizes_[i] = panels_[i]->font().pointSize();
+        QFont smallest = panels_[i]->font();
+        smallest.setPointSizeF(panelPointSizes_[i] * kMinFontScale);
+        const QFontMetrics m(smallest);
+        panels_[i]->setMinimumSize(m.horizontalAdvance("0000.00") + 20, m.height() + 8);
+    }
 }
 
 void MeterRec::applyCaptions(int language) {
+    // Qt's own buttons and dialogs follow the language too.
+    qt::useQtTranslations(language);
     cycle_.setCaptions(caption(Caption::NoCom, language), caption(Caption::Hold, language));
 
     fileMenu_->setTitle(captionText(Caption::MenuFile, language));
@@ -425,14 +466,21 @@ void MeterRec::setPorts(const std::vector<app::SystemPort>& ordered, bool window
     link_.setComDevices(app::comDevicePaths(ordered, windows));
     for (int i = 0; i < portNumber_.size(); ++i) {
         QString text = QString("COM %1").arg(i + 1);
-        if (!windows && i < static_cast<int>(ordered.size()))
-            text += QString("   (%1)").arg(qs(ordered[i].name));
+        if (!windows && i < static_cast<int>(ordered.size())) {
+            const app::SystemPort& p = ordered[i];
+            text += p.byIdName.empty() ? QString("   (%1)").arg(qs(p.name))
+                                       : QString("   (%1, %2)").arg(qs(p.name), qs(p.byIdName));
+        }
         portNumber_[i]->setText(text);
     }
 }
 
-void MeterRec::startup() {
-    link_.Startup([this] { applyCaptions(state_.language); });
+void MeterRec::setPortCatalogue(std::function<std::vector<app::SystemPort>()> list) {
+    link_.setPortCatalogue(std::move(list));
+}
+
+void MeterRec::startup(bool portNamed) {
+    link_.Startup([this] { applyCaptions(state_.language); }, !portNamed);
     showPortState();
 }
 
@@ -482,13 +530,18 @@ void MeterRec::showPortState() {
     // Why the last choice of port failed: the message box carries only "COM n not available".
     if (!link_.lastFailure().empty())
         state += "  -  " + link_.lastFailure();
-    portState_->setText(qs(state));
+    portState_->setFullText(qs(state));
 }
 
 void MeterRec::refresh() {
     const live::Readouts& r = cycle_.readouts();
     for (int i = 0; i < live::kPanels; ++i)
         panels_[i]->setText(qs(r.Panel3D2[i]));
+    const char* style = pausedBy_.isEmpty() ? kPanelStyle : kPausedPanelStyle;
+    if (panels_[0]->styleSheet() != style)
+        for (QLabel* panel : panels_)
+            panel->setStyleSheet(style);
+    paused_->setVisible(!pausedBy_.isEmpty());
     sampleValue_->setText(qs(r.sampleTime));
     clockValue_->setText(qs(r.clockText));
     warning_->setText(qs(r.warning));
@@ -500,8 +553,9 @@ void MeterRec::refresh() {
                             .arg(now.month, 2, 10, QChar('0'))
                             .arg(now.day, 2, 10, QChar('0'))
                             .arg(now.year, 4, 10, QChar('0')));
-    if (!port_.isOpen() && portState_)
-        showPortState();
+    // The port line follows the port: closed by a vanished device, open again after the
+    // cycle's reset, perhaps under another device name.
+    showPortState();
     showRecording();
 }
 
@@ -549,8 +603,7 @@ void MeterRec::showRecording() {
     recordingGroup_->setVisible(recorder_.recordingBoxesVisible());
     if (recordNumber_->text() != qs(recorder_.recordNumberText()))
         recordNumber_->setText(qs(recorder_.recordNumberText()));
-    lastRecord_->setText(qs(recorder_.lastRecordText()));
-    lastRecord_->setToolTip(lastRecord_->text());
+    lastRecord_->setFullText(qs(recorder_.lastRecordText()));
 }
 
 void MeterRec::viewFile() {
@@ -562,11 +615,9 @@ void MeterRec::viewFile() {
     // The viewer holds the live cycle still while it is open; closing it lets the cycle go
     // on if it was running.
     const bool wasSampling = link_.sampling();
-    link_.SetLiveSampling(0);
-    auto resume = [this, wasSampling] {
-        if (wasSampling)
-            link_.SetLiveSampling(1);
-    };
+    if (!pauseReadings(viewFile_->text().remove('&')))
+        return;
+    auto resume = [this, wasSampling] { resumeReadings(wasSampling); };
     viewer_ = new VIEW(ui_, state_.language, this);
     if (!viewer_->chooseAndOpen()) {
         delete viewer_;
@@ -578,15 +629,98 @@ void MeterRec::viewFile() {
 }
 
 void MeterRec::openPlotWindow() {
-    link_.SetLiveSampling(0);
+    if (plotWindow_ && plotWindow_->isVisible()) {
+        plotWindow_->raise();
+        plotWindow_->activateWindow();
+        return;
+    }
+    const bool wasSampling = link_.sampling();
+    if (!pauseReadings(plotFile_->text().remove('&')))
+        return;
     if (!plotWindow_) {
         plotWindow_ = new plot::PlotFile(ui_, this);
         plotWindow_->setWindowFlag(Qt::Window);
-        connect(plotWindow_, &plot::PlotFile::closed, this, [this] { link_.SetLiveSampling(1); });
     }
+    // Resumes as the readings were when this opening paused them.
+    disconnect(plotWindow_, &plot::PlotFile::closed, this, nullptr);
+    connect(plotWindow_, &plot::PlotFile::closed, this,
+            [this, wasSampling] { resumeReadings(wasSampling); });
     plotWindow_->show();
     plotWindow_->raise();
     plotWindow_->activateWindow();
+}
+
+bool MeterRec::pauseReadings(const QString& windowName) {
+    if (recorder_.recordingRunning()) {
+        const std::string text =
+            "Recording is on. While the " + windowName.toStdString() +
+            " window is open the live readings pause and no records are written: the data "
+            "file gets a gap for that time.\n\nRecording goes on when the window is closed. "
+            "Open " +
+            windowName.toStdString() + " now?";
+        if (ui_.message(text, "Recording", app::Icon::Question, app::Buttons::YesNo) !=
+            app::Answer::Yes)
+            return false;
+    }
+    link_.SetLiveSampling(0);
+    pausedBy_ = windowName;
+    paused_->setText(QString("PAUSED while %1 is open").arg(windowName));
+    if (recorder_.recordingRunning())
+        ui_.statusText(kRecordingPausedText);
+    refresh();
+    return true;
+}
+
+void MeterRec::resumeReadings(bool resumeSampling) {
+    pausedBy_.clear();
+    if (recorder_.recordingRunning())
+        ui_.statusText(datafile::kRecordingStatusText);
+    if (resumeSampling)
+        link_.SetLiveSampling(1);
+    refresh();
+}
+
+void MeterRec::getHz() {
+    // The box is up for the whole 5.5 s, so that the user sees why nothing moves.
+    ui_.statusCaption("Getting Hz");
+    ui_.statusText("   Wait...");
+    ui_.statusShow();
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    cycle_.GetHz();
+    QApplication::restoreOverrideCursor();
+    ui_.statusHide();
+    showRecordingBox();
+    refresh();
+}
+
+void MeterRec::showRecordingBox() {
+    // The wait box is the recording box: while recording it says so again.
+    if (!recorder_.recordingRunning())
+        return;
+    ui_.statusCaption("");
+    ui_.statusText(datafile::kRecordingStatusText);
+    ui_.statusShow();
+}
+
+void MeterRec::resizeEvent(QResizeEvent* event) {
+    QMainWindow::resizeEvent(event);
+    scaleReadouts();
+}
+
+void MeterRec::scaleReadouts() {
+    if (!panels_[0])
+        return;
+    const double scale =
+        std::clamp(std::min(width() / double(kDesignWidth), height() / double(kDesignHeight)),
+                   kMinFontScale, kMaxFontScale);
+    for (int i = 0; i < live::kPanels; ++i) {
+        const int size = std::max(8, static_cast<int>(panelPointSizes_[i] * scale + 0.5));
+        if (panels_[i]->font().pointSize() == size)
+            continue;
+        QFont font = panels_[i]->font();
+        font.setPointSize(size);
+        panels_[i]->setFont(font);
+    }
 }
 
 void MeterRec::printWindow(QPrinter& printer) {
@@ -599,6 +733,7 @@ void MeterRec::showPF() {
     QApplication::setOverrideCursor(Qt::WaitCursor);
     const bool ready = pfimprove::PrepareHz(cycle_, clock_, ui_, [this] { refresh(); });
     QApplication::restoreOverrideCursor();
+    showRecordingBox();
     refresh();
     if (!ready)
         return;

@@ -7,6 +7,7 @@
 #include "app/program_state.h"
 #include "datafile/recorder.h"
 #include "live/live_cycle.h"
+#include "ui/ElidedLabel.h"
 #include "ui/VIEW.h"
 
 #include <QAction>
@@ -20,6 +21,7 @@
 #include <QPushButton>
 #include <QTimer>
 #include <array>
+#include <functional>
 #include <vector>
 
 class QPrinter;
@@ -45,8 +47,11 @@ class MeterRec : public QMainWindow {
 
     // Lists the COM menu: the system's ports in menu order, then any extra (simulated) ones.
     void setPorts(const std::vector<app::SystemPort>& ordered, bool windows);
-    // Runs the start-up sequence; the caller shows the window afterwards.
-    void startup();
+    // Lists the system's ports as they are now (for an adapter that comes back elsewhere).
+    void setPortCatalogue(std::function<std::vector<app::SystemPort>()> list);
+    // Runs the start-up sequence; the caller shows the window afterwards. With portNamed (a
+    // port given on the command line, opened by the caller next) there is no port prompt.
+    void startup(bool portNamed = false);
     // Applies the captions of a language (1 English, 2 Chinese) to every control.
     void applyCaptions(int language);
     // Opens a port by device path or name, as the COM menu's "Other port..." item does.
@@ -71,6 +76,7 @@ class MeterRec : public QMainWindow {
 
   protected:
     void closeEvent(QCloseEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
@@ -90,6 +96,16 @@ class MeterRec : public QMainWindow {
     void openPlotWindow();
     plot::PlotFile* plotWindow_ = nullptr;
     void connectRecording();
+    // Get Hz behind the "Getting Hz" box, which counts the seconds down.
+    void getHz();
+    // After a wait box: the status box shows "Recording !" again while recording.
+    void showRecordingBox();
+    // The viewer and the plot window hold the live readings still. While recording, the
+    // user is asked first (false: not now); the main window shows the pause until resumed.
+    bool pauseReadings(const QString& windowName);
+    void resumeReadings(bool resumeSampling);
+    // The readouts' fonts follow the window's size.
+    void scaleReadouts();
     // Enabled items, the Record button and the recording boxes as the recorder's state says.
     void showRecording();
 
@@ -146,9 +162,9 @@ class MeterRec : public QMainWindow {
     QLabel* serialNumberCaption_ = nullptr;
     QLineEdit* recordNumber_ = nullptr; // Text1
     QLabel* lastRecordCaption_ = nullptr;
-    QLabel* lastRecord_ = nullptr;    // Label2
-    QLabel* sampleCaption_ = nullptr; // Label1(0)
-    QLabel* sampleValue_ = nullptr;   // Label1(1)
+    ElidedLabel* lastRecord_ = nullptr; // Label2
+    QLabel* sampleCaption_ = nullptr;   // Label1(0)
+    QLabel* sampleValue_ = nullptr;     // Label1(1)
     QLabel* modelCaption_ = nullptr;
     QLabel* modelValue_ = nullptr;
     QLabel* dateCaption_ = nullptr;
@@ -157,7 +173,10 @@ class MeterRec : public QMainWindow {
     QLabel* clockValue_ = nullptr; // Label1(3)
     QLabel* warning_ = nullptr;    // Warning
     QLabel* hold_ = nullptr;       // hold
-    QLabel* portState_ = nullptr;
+    ElidedLabel* portState_ = nullptr;
+    QLabel* paused_ = nullptr; // says which window holds the readings still
+    QString pausedBy_;         // that window's name; empty while the readings run
+    std::array<int, live::kPanels> panelPointSizes_{}; // at the window's first size
 
     pfimprove::ImprovePF* improvePF_ = nullptr; // created on first use
     QPointer<logger::Logger> logger_;

@@ -219,3 +219,64 @@ TEST(CommPortFile, NumbersArePrintedWithSignAndTrailingBlank) {
 }
 
 } // namespace
+
+TEST_F(MeterLinkTest, APortNamedAtStartIsNotAskedFor) {
+    link.Startup({}, false);
+    EXPECT_TRUE(ui.messages.empty());
+    EXPECT_FALSE(timersOn);
+}
+
+// The live cycle's port reset after an adapter was pulled out and plugged in again: found by
+// its stable identity wherever the system lists it now, never at a device name that another
+// device may have been given meanwhile.
+TEST_F(MeterLinkTest, ResetReopensAnAdapterWhereverItComesBack) {
+    const struct {
+        const char* name;
+        std::vector<pa::app::SystemPort> listedAfter;
+        std::set<std::string> devicesAfter;
+        bool open;
+        std::string at;
+    } cases[] = {
+        {"same name",
+         {{"ttyUSB0", "/dev/ttyUSB0", true, "usb:0403:6001:A1"}},
+         {"/dev/ttyUSB0"},
+         true,
+         "/dev/ttyUSB0"},
+        {"another name",
+         {{"ttyUSB1", "/dev/ttyUSB1", true, "usb:0403:6001:A1"},
+          {"ttyUSB0", "/dev/ttyUSB0", true, "usb:067b:2303:B7"}},
+         {"/dev/ttyUSB0", "/dev/ttyUSB1"},
+         true,
+         "/dev/ttyUSB1"},
+        {"still out",
+         {{"ttyUSB0", "/dev/ttyUSB0", true, "usb:067b:2303:B7"}},
+         {"/dev/ttyUSB0"},
+         false,
+         "/dev/ttyUSB0"},
+    };
+    for (const auto& c : cases) {
+        std::vector<pa::app::SystemPort> listed = {
+            {"ttyUSB0", "/dev/ttyUSB0", true, "usb:0403:6001:A1"}};
+        link.setPortCatalogue([&listed] { return listed; });
+        port.close();
+        port.setPortName("");
+        ASSERT_TRUE(link.SelectPortByName("/dev/ttyUSB0")) << c.name;
+        port.close(); // pulled out
+        listed = c.listedAfter;
+        port.devices = c.devicesAfter;
+        EXPECT_EQ(link.ReopenPort(), c.open) << c.name;
+        EXPECT_EQ(port.isOpen(), c.open) << c.name;
+        EXPECT_EQ(port.portName(), c.at) << c.name;
+        port.devices = {"/dev/ttyUSB0", "/dev/ttyS0"};
+    }
+}
+
+TEST_F(MeterLinkTest, ResetOfAPortWithoutStableIdentityOpensTheSameName) {
+    link.setPortCatalogue([] {
+        return std::vector<pa::app::SystemPort>{{"ttyS0", "/dev/ttyS0", false, ""}};
+    });
+    ASSERT_TRUE(link.SelectPort(3));
+    port.close();
+    EXPECT_TRUE(link.ReopenPort());
+    EXPECT_EQ(port.portName(), "/dev/ttyS0");
+}

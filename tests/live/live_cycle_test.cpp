@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -451,3 +452,24 @@ TEST_F(CycleTest, CostIsRecomputedOnEveryDecodedTick) {
 }
 
 } // namespace
+
+TEST_F(CycleTest, GetHzCountsItsWaitDownWithoutChangingIt) {
+    pa::sim::Instrument instrument;
+    pa::sim::InProcessPort simPort(instrument);
+    simPort.setPortName("SIM");
+    ASSERT_TRUE(simPort.open());
+    LiveCycle live(simPort, clock, ui, state);
+    std::vector<double> left;
+    live.setWaitListener([&](double l, double total) {
+        EXPECT_DOUBLE_EQ(total, 5.5);
+        left.push_back(l);
+    });
+    const double before = clock.secondsSinceMidnight();
+    live.GetHz();
+    EXPECT_NEAR(clock.secondsSinceMidnight() - before, 5.5, 1e-6);
+    EXPECT_EQ(live.readouts().Panel3D2[kHz], "50Hz");
+    ASSERT_GE(left.size(), 12u) << "at least two reports a second";
+    EXPECT_DOUBLE_EQ(left.front(), 5.5);
+    EXPECT_NEAR(left.back(), 0, 1e-9);
+    EXPECT_TRUE(std::is_sorted(left.rbegin(), left.rend())) << "counts down, never up";
+}

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 
 namespace {
 
@@ -386,5 +387,30 @@ TEST(DownloadFaults, NoisyLinesEndWithAMessageAndWriteNothing) {
         EXPECT_FALSE(ui.statusVisible);
         EXPECT_FALSE(ui.cancelOffered) << "Cancel is withdrawn with the progress window";
         EXPECT_EQ(live, (std::vector<int>{0, 1}));
+    }
+}
+
+// Every count the progress box shows as text is shown as a bar too: the same progress, rising
+// to the end, with one total throughout.
+TEST(ProgressBar, FollowsTheCountOfEachLongOperation) {
+    const struct {
+        const char* name;
+        std::function<void(pa::testing::LoggerRig&)> run;
+        std::pair<int, int> last;
+    } cases[] = {
+        {"status read", [](pa::testing::LoggerRig& r) { r.session.Read_Status(); }, {95, 96}},
+        {"data dump", [](pa::testing::LoggerRig& r) { r.session.dataDump(10, 27); }, {17, 18}},
+    };
+    for (const auto& c : cases) {
+        pa::testing::LoggerRig rig;
+        rig.logger().fillRecords(40, rig.meter.load());
+        c.run(rig);
+        const auto& steps = rig.ui.progress;
+        ASSERT_FALSE(steps.empty()) << c.name;
+        EXPECT_EQ(steps.back(), c.last) << c.name;
+        for (std::size_t i = 1; i < steps.size(); ++i) {
+            EXPECT_GE(steps[i].first, steps[i - 1].first) << c.name;
+            EXPECT_EQ(steps[i].second, steps[0].second) << c.name;
+        }
     }
 }

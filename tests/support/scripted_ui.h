@@ -5,6 +5,7 @@
 
 #include <deque>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace pa::testing {
@@ -41,7 +42,10 @@ class ScriptedUi : public app::Ui {
         saveStartPaths.push_back(startPath);
         return saveFile(title, filter);
     }
-    void statusShow() override { statusVisible = true; }
+    void statusShow() override {
+        statusVisible = true;
+        statusBar = {0, 0};
+    }
     void statusHide() override { statusVisible = false; }
     void statusCaption(const std::string& caption) override { statusCaptionText = caption; }
     void statusText(const std::string& text) override;
@@ -49,6 +53,11 @@ class ScriptedUi : public app::Ui {
     // The user presses Cancel once the interface has run cancelAfterEvents times.
     bool statusCancelled() override {
         return cancelOffered && cancelAfterEvents >= 0 && eventsProcessed >= cancelAfterEvents;
+    }
+    void statusProgress(int done, int total, const std::string& label = {}) override {
+        statusBar = {done, total};
+        progress.push_back(statusBar);
+        progressLabels.push_back(label);
     }
     void processEvents() override { ++eventsProcessed; }
     void beep() override { ++beeps; }
@@ -70,7 +79,10 @@ class ScriptedUi : public app::Ui {
     bool statusVisible = false;
     bool cancelOffered = false;
     std::string statusCaptionText, statusTextNow;
-    std::vector<std::string> statusTexts; // every text, in order
+    std::vector<std::string> statusTexts;      // every text, in order
+    std::pair<int, int> statusBar{0, 0};       // the progress bar now: done, total
+    std::vector<std::pair<int, int>> progress; // every progress step, in order
+    std::vector<std::string> progressLabels;   // the label of each step
     int statusUpdates = 0, eventsProcessed = 0, beeps = 0;
 };
 
