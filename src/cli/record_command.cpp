@@ -68,7 +68,7 @@ std::string parseRecord(const std::vector<std::string>& args, RecordOptions& o) 
         } else if (a == "--hours") {
             o.hours = v;
         } else if (a == "--start") {
-            if (!isNumber(v))
+            if (!text::parseDecimal(v))
                 return "--start takes the number of the first record";
             o.start = v;
         } else {

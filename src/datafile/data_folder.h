@@ -34,4 +34,8 @@ std::string joinPath(const std::string& folder, const std::string& name);
 std::filesystem::path pathFromUtf8(const std::string& utf8);
 std::string utf8FromPath(const std::filesystem::path& path);
 
+// The system's reason for an errno value, in English whatever the process locale, as the
+// rest of the program's messages are ("No space left on device").
+std::string systemReason(int error);
+
 } // namespace pa::datafile
