@@ -19,7 +19,7 @@ std::string LiveSession::prepare(const std::string& port, bool simulate) {
     if (!simulate)
         return "";
     simulator_ = std::make_unique<sim::SimulatedDevice>();
-    if (!simulator_->start(port))
+    if (!simulator_->start(this->port))
         return "could not start the simulated instrument: " + simulator_->lastError();
     device_ = simulator_->devicePath();
     return "";

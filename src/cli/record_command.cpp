@@ -89,7 +89,7 @@ std::string parseRecord(const std::vector<std::string>& args, RecordOptions& o) 
                 return "--rotate takes daily";
             o.daily = true;
         } else if (a == "--start") {
-            if (!isNumber(v))
+            if (!text::parseDecimal(v))
                 return "--start takes the number of the first record";
             o.start = v;
         } else {

@@ -195,7 +195,7 @@ class File {
 #endif
     }
     std::string failure(const char* what) const {
-        return std::string(what) + " the data file " + path_ + ": " + std::strerror(errno) + ".";
+        return std::string(what) + " the data file " + path_ + ": " + systemReason(errno) + ".";
     }
     long long size() const {
 #ifdef _WIN32

@@ -1,7 +1,12 @@
 #include "datafile/data_folder.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <system_error>
+
+#ifndef _WIN32
+#include <locale.h>
+#endif
 
 #ifdef _WIN32
 #ifndef WIN32_LEAN_AND_MEAN
@@ -36,7 +41,9 @@ std::string makeFolder(const fs::path& path) {
     fs::create_directory(path, ec);
     if (!ec)
         return "";
-    return "Cannot create the folder " + utf8FromPath(path) + ": " + ec.message() + ".";
+    const std::string reason =
+        ec.category() == std::generic_category() ? systemReason(ec.value()) : ec.message();
+    return "Cannot create the folder " + utf8FromPath(path) + ": " + reason + ".";
 }
 
 } // namespace
@@ -71,6 +78,15 @@ std::string utf8FromPath(const fs::path& path) {
     return utf8;
 #else
     return path.native();
+#endif
+}
+
+std::string systemReason(int error) {
+#ifdef _WIN32
+    return std::strerror(error); // not translated by the C library's locale
+#else
+    static const locale_t c = ::newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(0));
+    return c ? ::strerror_l(error, c) : std::strerror(error);
 #endif
 }
 

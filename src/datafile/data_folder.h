@@ -40,4 +40,8 @@ std::string notAFileReason(const std::string& path);
 std::filesystem::path pathFromUtf8(const std::string& utf8);
 std::string utf8FromPath(const std::filesystem::path& path);
 
+// The system's reason for an errno value, in English whatever the process locale, as the
+// rest of the program's messages are ("No space left on device").
+std::string systemReason(int error);
+
 } // namespace pa::datafile

@@ -23,7 +23,7 @@ std::string LineIndex::open(const std::string& path) {
     in_.open(pathFromUtf8(path), std::ios::binary);
     if (!in_)
         return "Cannot open " + path + ": " +
-               (errno ? std::strerror(errno) : "the file cannot be read") + ".";
+               (errno ? systemReason(errno) : std::string("the file cannot be read")) + ".";
     in_.seekg(0, std::ios::end);
     size_ = static_cast<std::uint64_t>(in_.tellg());
     in_.seekg(0);

@@ -7,10 +7,13 @@
 namespace pa::text {
 
 std::optional<double> parseDecimal(std::string_view text) {
-    // from_chars takes no plus sign; a sign must be followed by the number itself.
-    if (!text.empty() && text[0] == '+')
+    // from_chars takes no plus sign; one sign at most, followed by the number itself.
+    if (!text.empty() && text[0] == '+') {
         text.remove_prefix(1);
-    if (text.empty() || text[0] == '+' || text[0] == ' ')
+        if (!text.empty() && text[0] == '-')
+            return std::nullopt;
+    }
+    if (text.empty() || text[0] == '+')
         return std::nullopt;
     // Only a plain decimal form: from_chars would also take "inf", "nan" and hexadecimal.
     for (char c : text)

@@ -149,7 +149,7 @@ TEST(DataFileWriter, FailuresNameTheFileAndTheReason) {
     // A file taken for a folder: POSIX says "Not a directory", Windows that there is no such
     // path; either way the system's own reason is shown.
 #ifdef _WIN32
-    const std::string notAFolder = std::strerror(ENOENT);
+    const std::string notAFolder = systemReason(ENOENT);
 #else
     const std::string notAFolder = "Not a directory";
 #endif
@@ -164,7 +164,7 @@ TEST(DataFileWriter, FailuresNameTheFileAndTheReason) {
 #endif
         {regular + "/x.txt", true, notAFolder},
         {regular + "/x.txt", false, notAFolder},
-        {(folder.path() / "missing" / "x.txt").string(), false, std::strerror(ENOENT)},
+        {(folder.path() / "missing" / "x.txt").string(), false, systemReason(ENOENT)},
     };
     for (const auto& c : cases) {
         const std::string error =

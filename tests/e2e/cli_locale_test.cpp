@@ -1,14 +1,13 @@
 // The command-line program gives the same bytes whatever the locale of the environment: run
 // under C, and under Spanish and German (which write numbers with a decimal comma), every
-// command's output and every file it writes are identical. The clock and the date, which
-// move between runs, are the only parts masked.
+// command's output and every file it writes are identical; of the live commands' readings,
+// which move between runs, all but the digits.
 #include "plot/plot_test_files.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QProcess>
-#include <QRegularExpression>
 #include <clocale>
 #include <cstdlib>
 #include <gtest/gtest.h>
@@ -42,12 +41,13 @@ Output runIn(const char* locale, const QStringList& args, const QString& file = 
     return o;
 }
 
-QByteArray withoutClockAndDate(QByteArray text) {
-    static const QRegularExpression clock("\\d\\d:\\d\\d:\\d\\d(\\.\\d)?"),
-        date("\\d\\d-\\d\\d-\\d\\d\\d\\d");
-    QString s = QString::fromUtf8(text);
-    s.replace(clock, "<clock>").replace(date, "<date>");
-    return s.toUtf8();
+// Live readings: which frame a sample catches depends on timing, so every digit is masked
+// and the rest (decimal points, field widths, separators, units) must match byte for byte.
+QByteArray digitsMasked(QByteArray text) {
+    for (char& c : text)
+        if (c >= '0' && c <= '9')
+            c = '#';
+    return text;
 }
 
 bool installed(const char* locale) {
@@ -71,16 +71,16 @@ TEST(CliLocale, EveryCommandGivesTheSameBytesInEveryLocale) {
         const char* name;
         QStringList args;
         QString file;
-        bool masked;          // clock and date masked
+        bool masked;          // digits masked
         const char* expected; // a part of the C output, to be sure the run said something
     } cases[] = {
         {"monitor",
-         {"monitor", "--simulate", "--count", "3", "--interval", "0.5"},
+         {"monitor", "--simulate", "--count", "1", "--interval", "0.5"},
          {},
          true,
-         ".920"},
+         "  .###\t"},
         {"record",
-         {"record", "--simulate", "--out", temp + "/rec.txt", "--count", "3", "--interval", "0.5",
+         {"record", "--simulate", "--out", temp + "/rec.txt", "--count", "1", "--interval", "0.5",
           "--price", "0.25", "--hours", "8"},
          temp + "/rec.txt",
          true,
@@ -92,7 +92,7 @@ TEST(CliLocale, EveryCommandGivesTheSameBytesInEveryLocale) {
          {},
          false,
          "PF2: 0.95"},
-        {"plot --points", {"plot", plotFile, "--points"}, {}, false, "1,2,991.88,"},
+        {"plot --points", {"plot", plotFile, "--points"}, {}, false, "1,1,990.6,"},
         {"plot --stats", {"plot", plotFile, "--stats"}, {}, false, "mean "},
         {"logger status", {"logger", "status", "--simulate"}, {}, false, "state: "},
         {"logger download",
@@ -106,16 +106,16 @@ TEST(CliLocale, EveryCommandGivesTheSameBytesInEveryLocale) {
         Output reference = runIn("C", c.args, c.file);
         ASSERT_EQ(reference.exitCode, 0);
         if (c.masked) {
-            reference.out = withoutClockAndDate(reference.out);
-            reference.file = withoutClockAndDate(reference.file);
+            reference.out = digitsMasked(reference.out);
+            reference.file = digitsMasked(reference.file);
         }
         EXPECT_TRUE(reference.out.contains(c.expected) || reference.file.contains(c.expected))
             << reference.out.toStdString();
         for (const char* locale : {kLocales[1], kLocales[2]}) {
             Output o = runIn(locale, c.args, c.file);
             if (c.masked) {
-                o.out = withoutClockAndDate(o.out);
-                o.file = withoutClockAndDate(o.file);
+                o.out = digitsMasked(o.out);
+                o.file = digitsMasked(o.file);
             }
             EXPECT_EQ(o.exitCode, 0) << locale;
             EXPECT_EQ(o.out.toStdString(), reference.out.toStdString()) << locale;
