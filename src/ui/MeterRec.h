@@ -35,6 +35,10 @@ namespace pa::logger {
 class Logger;
 }
 
+namespace pa::trend {
+class TrendChart;
+}
+
 namespace pa::ui {
 
 class MeterRec : public QMainWindow {
@@ -68,6 +72,8 @@ class MeterRec : public QMainWindow {
     QLabel* panel(int index) const { return panels_[index]; }
     // The datalogger window (created on first use), shown without being modal.
     logger::Logger* openLogger();
+    // The trend chart: always collecting, shown by the Trend button.
+    trend::TrendChart* trendChart() const { return trend_; }
 
   protected:
     void closeEvent(QCloseEvent* event) override;
@@ -158,6 +164,10 @@ class MeterRec : public QMainWindow {
     QLabel* warning_ = nullptr;    // Warning
     QLabel* hold_ = nullptr;       // hold
     QLabel* portState_ = nullptr;
+
+    void addTrend();
+    trend::TrendChart* trend_ = nullptr;
+    QPushButton* trendButton_ = nullptr;
 
     pfimprove::ImprovePF* improvePF_ = nullptr; // created on first use
     QPointer<logger::Logger> logger_;
