@@ -95,7 +95,7 @@ Axis fitAxis(const std::vector<Column>& columns) {
 // One quantity's line: per column a stroke from minimum to maximum, joined to the previous
 // value unless a gap lies between; a lone value is a dot.
 void drawEnvelope(QPainter& p, const std::vector<Column>& columns, const Axis& axis,
-                  const QRect& plot, const QColor& colour) {
+                  const QRect& plot, const QColor& colour, double width) {
     std::vector<QLineF> lines;
     std::vector<QPointF> dots;
     lines.reserve(columns.size() * 2);
@@ -122,7 +122,7 @@ void drawEnvelope(QPainter& p, const std::vector<Column>& columns, const Axis& a
         prevY = axis.y(col.last, plot);
         prev = true;
     }
-    p.setPen(QPen(colour, 1.6));
+    p.setPen(QPen(colour, width));
     p.drawLines(lines.data(), static_cast<int>(lines.size()));
     p.setPen(QPen(colour, 4, Qt::SolidLine, Qt::RoundCap));
     p.drawPoints(dots.data(), static_cast<int>(dots.size()));
@@ -168,6 +168,8 @@ void TrendCanvas::paintEvent(QPaintEvent*) {
     const auto [from, to] = chart_.shownSpan();
     drawTimeAxis(p, plot, from, to);
 
+    const bool dense =
+        static_cast<int>(store.firstAtOrAfter(to) - store.firstAtOrAfter(from)) > plot.width();
     const int quantities[] = {chart_.first_->currentIndex(), chart_.second_->currentIndex() - 1};
     const QColor colours[] = {kFirstColour, kSecondColour};
     std::vector<Column> gaps;
@@ -181,8 +183,10 @@ void TrendCanvas::paintEvent(QPaintEvent*) {
                       captionText(kQuantityTitles[q], chart_.language_));
         p.save();
         p.setClipRect(plot);
-        p.setRenderHint(QPainter::Antialiasing);
-        drawEnvelope(p, columns, axis, plot, colours[i]);
+        // With more samples than pixels the strokes are whole pixel columns: drawn without
+        // smoothing, which costs a fraction as much.
+        p.setRenderHint(QPainter::Antialiasing, !dense);
+        drawEnvelope(p, columns, axis, plot, colours[i], dense ? 1.0 : 1.6);
         p.restore();
         if (gaps.empty())
             gaps = columns;

@@ -7,13 +7,50 @@
 
 namespace pa::trend {
 
-TrendStore::TrendStore(std::size_t capacity) : capacity_(std::max<std::size_t>(capacity, 1)) {}
+TrendStore::TrendStore(std::size_t capacity) : capacity_(std::max<std::size_t>(capacity, 1)) {
+    if (capacity_ % kBlock == 0)
+        blockCount_ = capacity_ / kBlock;
+}
 
 void TrendStore::append(double time, const Values& values) {
     if (!empty())
         time = std::max(time, newestTime());
+    if (blockCount_) {
+        const std::size_t b = appended_ / kBlock % blockCount_;
+        for (int q = 0; q < kQuantities; ++q) {
+            auto& blocks = blocks_[q];
+            if (blocks.empty())
+                blocks.resize(blockCount_);
+            Block& block = blocks[b];
+            if (appended_ % kBlock == 0)
+                block = Block{};
+            const float v = values[q];
+            if (std::isnan(v)) {
+                block.gap = block.gapAfter = true;
+                block.gapBefore |= block.count == 0;
+                continue;
+            }
+            if (block.count == 0) {
+                block.min = block.max = block.first = v;
+            } else {
+                block.min = std::min(block.min, v);
+                block.max = std::max(block.max, v);
+            }
+            block.last = v;
+            block.sum += v;
+            ++block.count;
+            block.gapAfter = false;
+        }
+    }
+    ++appended_;
     if (size_ < capacity_) {
-        // Filling up: the ring grows to its capacity and never beyond.
+        // Filling up: the ring grows to its capacity and never beyond. Reserving it whole
+        // at once costs no memory until samples arrive, and nothing is ever copied.
+        if (times_.capacity() < capacity_) {
+            times_.reserve(capacity_);
+            for (auto& v : values_)
+                v.reserve(capacity_);
+        }
         times_.push_back(time);
         for (int q = 0; q < kQuantities; ++q)
             values_[q].push_back(values[q]);
@@ -33,6 +70,7 @@ void TrendStore::appendGap(double time) {
 }
 
 void TrendStore::clear() {
+    appended_ = 0;
     size_ = 0;
     oldest_ = 0;
     times_.clear();
@@ -52,10 +90,42 @@ std::size_t TrendStore::firstAtOrAfter(double t) const {
     return low;
 }
 
+std::size_t TrendStore::firstAfter(double t) const {
+    std::size_t low = 0, high = size_;
+    while (low < high) {
+        const std::size_t mid = low + (high - low) / 2;
+        if (time(mid) <= t)
+            low = mid + 1;
+        else
+            high = mid;
+    }
+    return low;
+}
+
+const TrendStore::Block* TrendStore::wholeBlock(Quantity q, std::size_t i, std::size_t end) const {
+    // A block that starts at sample i lies wholly in the ring (it begins at or after the
+    // oldest sample), so its summary covers exactly the samples i .. i + kBlock - 1.
+    const std::size_t absolute = appended_ - size_ + i;
+    if (!blockCount_ || absolute % kBlock != 0 || i + kBlock > end)
+        return nullptr;
+    return &blocks_[q][absolute / kBlock % blockCount_];
+}
+
 Stats TrendStore::stats(Quantity q, double from, double to) const {
     Stats s;
     double sum = 0;
-    for (std::size_t i = firstAtOrAfter(from); i < size_ && time(i) <= to; ++i) {
+    const std::size_t end = firstAfter(to);
+    for (std::size_t i = firstAtOrAfter(from); i < end; ++i) {
+        if (const Block* b = wholeBlock(q, i, end)) {
+            if (b->count) {
+                s.min = s.count ? std::min<double>(s.min, b->min) : b->min;
+                s.max = s.count ? std::max<double>(s.max, b->max) : b->max;
+                sum += b->sum;
+                s.count += b->count;
+            }
+            i += kBlock - 1;
+            continue;
+        }
         const float v = value(i, q);
         if (std::isnan(v))
             continue;
@@ -82,12 +152,36 @@ std::vector<Column> TrendStore::envelope(Quantity q, double from, double to, int
     // A value just before the span carries the line in from the left edge.
     if (begin > 0 && !std::isnan(value(begin - 1, q)))
         seen = true;
-    for (std::size_t i = begin; i < size_; ++i) {
-        const double t = time(i);
-        if (t > to)
-            break;
-        const int c = std::min(columns - 1, static_cast<int>((t - from) * perColumn));
+    const std::size_t end = firstAfter(to);
+    auto columnOf = [&](double t) {
+        return std::min(columns - 1, static_cast<int>((t - from) * perColumn));
+    };
+    for (std::size_t i = begin; i < end; ++i) {
+        const int c = columnOf(time(i));
         Column& col = out[static_cast<std::size_t>(c)];
+        // Many samples to a column: a whole block that falls in one column at once.
+        if (const Block* b = wholeBlock(q, i, end); b && columnOf(time(i + kBlock - 1)) == c) {
+            i += kBlock - 1;
+            col.gap |= b->gap;
+            if (b->count == 0) {
+                gapPending = true;
+                continue;
+            }
+            if (!col.data) {
+                col.data = true;
+                col.joins = seen && !gapPending && !b->gapBefore;
+                col.min = b->min;
+                col.max = b->max;
+                col.first = b->first;
+            } else {
+                col.min = std::min(col.min, b->min);
+                col.max = std::max(col.max, b->max);
+            }
+            col.last = b->last;
+            seen = true;
+            gapPending = b->gapAfter;
+            continue;
+        }
         const float v = value(i, q);
         if (std::isnan(v)) {
             col.gap = true;
@@ -110,7 +204,8 @@ std::vector<Column> TrendStore::envelope(Quantity q, double from, double to, int
 }
 
 std::size_t TrendStore::fullBytes() const {
-    return capacity_ * (sizeof(double) + kQuantities * sizeof(float));
+    return capacity_ * (sizeof(double) + kQuantities * sizeof(float)) +
+           blockCount_ * kQuantities * sizeof(Block);
 }
 
 namespace {

@@ -8,6 +8,7 @@
 // HOLD, or the instrument was silent. Gaps break the line and never count in a statistic.
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <string>
 #include <vector>
@@ -63,10 +64,27 @@ class TrendStore {
     // The span from..to cut into equal columns.
     std::vector<Column> envelope(Quantity q, double from, double to, int columns) const;
 
-    // Bytes held by the samples once the ring is full.
+    // Bytes held by the samples and their block summaries once the ring is full.
     std::size_t fullBytes() const;
 
+    // Samples are summarised in blocks of this many, so that a span of many samples per
+    // pixel column is read a block at a time (when the capacity is a multiple of it).
+    static constexpr std::size_t kBlock = 16;
+
   private:
+    // What a block of samples holds of one quantity.
+    struct Block {
+        float min = 0, max = 0, first = 0, last = 0;
+        double sum = 0;
+        std::uint32_t count = 0; // values, gaps not counted
+        bool gap = false;        // a gap anywhere in the block
+        bool gapBefore = false;  // a gap before the first value (or no value at all)
+        bool gapAfter = false;   // a gap after the last value
+    };
+    // The block of sample i when blocks are kept and i starts a whole block before `end`.
+    const Block* wholeBlock(Quantity q, std::size_t i, std::size_t end) const;
+    std::size_t firstAfter(double t) const;
+
     std::size_t slot(std::size_t i) const {
         const std::size_t s = oldest_ + i;
         return s < capacity_ ? s : s - capacity_;
@@ -77,6 +95,9 @@ class TrendStore {
     std::size_t oldest_ = 0; // slot of sample 0
     std::vector<double> times_;
     std::array<std::vector<float>, kQuantities> values_;
+    std::size_t appended_ = 0; // samples appended since the last clear
+    std::size_t blockCount_ = 0;
+    std::array<std::vector<Block>, kQuantities> blocks_;
 };
 
 // The samples of from..to as CSV: a header "date,time,W,PF,V,A,VA,VAR,Hz", then one line per

@@ -132,6 +132,48 @@ TEST(TrendStore, EnvelopeJoinsTheValueBeforeTheSpanAndCoversLongSpansInFewColumn
     EXPECT_TRUE(store.envelope(kW, 5, 5, 10)[0].data == false) << "an empty span";
 }
 
+// A ring of 160 (read a block of 16 at a time) against one too big to wrap that reads
+// every sample (its size is no multiple of 16): the same envelope and statistics.
+TEST(TrendStore, BlockSummariesAgreeWithEverySample) {
+    TrendStore blocks(160), samples(10001);
+    unsigned x = 12345;
+    for (int i = 0; i < 1000; ++i) {
+        x = x * 1103515245u + 12345u;
+        Values v = all(static_cast<float>(x >> 16 & 1023));
+        v[kPF] = i % 50 < 20 ? kGap : v[kPF]; // runs of gaps longer than a block
+        v[kW] = x % 7 == 0 ? kGap : v[kW];    // scattered gaps
+        blocks.append(i * 0.5, v);
+        samples.append(i * 0.5, v);
+    }
+    ASSERT_EQ(blocks.size(), 160u);
+    const double from = blocks.oldestTime() + 0.25, to = blocks.newestTime();
+    for (Quantity q : {kW, kPF, kV}) {
+        for (int columns : {1, 3, 7, 40, 200}) {
+            const auto a = blocks.envelope(q, from, to, columns);
+            const auto b = samples.envelope(q, from, to, columns);
+            for (std::size_t c = 0; c < a.size(); ++c) {
+                const std::string where = std::to_string(q) + "/" + std::to_string(columns) +
+                                          " column " + std::to_string(c);
+                ASSERT_EQ(a[c].data, b[c].data) << where;
+                EXPECT_EQ(a[c].joins, b[c].joins) << where;
+                EXPECT_EQ(a[c].gap, b[c].gap) << where;
+                EXPECT_EQ(a[c].min, b[c].min) << where;
+                EXPECT_EQ(a[c].max, b[c].max) << where;
+                EXPECT_EQ(a[c].first, b[c].first) << where;
+                EXPECT_EQ(a[c].last, b[c].last) << where;
+            }
+        }
+        const Stats a = blocks.stats(q, from, to), b = samples.stats(q, from, to);
+        EXPECT_EQ(a.count, b.count) << q;
+        EXPECT_EQ(a.min, b.min) << q;
+        EXPECT_EQ(a.max, b.max) << q;
+        EXPECT_NEAR(a.mean, b.mean, 1e-9) << q;
+    }
+    blocks.clear();
+    blocks.append(0, all(3));
+    EXPECT_EQ(blocks.stats(kW, 0, 1).count, 1u) << "a cleared ring starts its blocks afresh";
+}
+
 TEST(TrendCsv, WritesDateTimeAndPlainNumbersWithEmptyGaps) {
     TrendStore store(10);
     const double day = dayStart(2026, 11, 23);
