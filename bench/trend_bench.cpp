@@ -4,6 +4,7 @@
 
 #include <benchmark/benchmark.h>
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -32,12 +33,17 @@ void BM_AppendToFullRing(benchmark::State& state) {
 }
 BENCHMARK(BM_AppendToFullRing);
 
-// The span in seconds ending at the newest sample, cut into 1000 columns.
+// The span of state.range(0) seconds ending at the newest sample (0: the whole day).
+std::pair<double, double> spanOf(const TrendStore& store, const benchmark::State& state) {
+    const double to = store.newestTime();
+    const auto seconds = static_cast<double>(state.range(0));
+    return {seconds ? to - seconds : store.oldestTime(), to};
+}
+
+// Cut into 1000 columns.
 void BM_EnvelopeOfSpan(benchmark::State& state) {
     const TrendStore& store = fullDay();
-    const double to = store.newestTime();
-    const double from =
-        state.range(0) ? to - static_cast<double>(state.range(0)) : store.oldestTime();
+    const auto [from, to] = spanOf(store, state);
     for (auto _ : state)
         benchmark::DoNotOptimize(store.envelope(kW, from, to, 1000));
 }
@@ -45,9 +51,7 @@ BENCHMARK(BM_EnvelopeOfSpan)->Arg(60)->Arg(3600)->Arg(0)->Unit(benchmark::kMicro
 
 void BM_StatsOfSpan(benchmark::State& state) {
     const TrendStore& store = fullDay();
-    const double to = store.newestTime();
-    const double from =
-        state.range(0) ? to - static_cast<double>(state.range(0)) : store.oldestTime();
+    const auto [from, to] = spanOf(store, state);
     for (auto _ : state)
         benchmark::DoNotOptimize(store.stats(kW, from, to));
 }
