@@ -3,6 +3,7 @@
 #include "text/leading_number.h"
 
 #include <cmath>
+#include <limits>
 
 namespace pa::trend {
 
@@ -10,7 +11,11 @@ float valueOfText(const std::string& text) {
     if (text.find_first_not_of(' ') == std::string::npos || text.find("OL") != std::string::npos ||
         text == "Init" || text == "?")
         return kGap;
-    return static_cast<float>(text::leadingNumber(text));
+    const double v = text::leadingNumber(text);
+    // A text too large for the ring's numbers is no reading either.
+    if (!(std::abs(v) <= std::numeric_limits<float>::max()))
+        return kGap;
+    return static_cast<float>(v);
 }
 
 double timeOf(const std::string& clockText, const app::DateTime& now) {

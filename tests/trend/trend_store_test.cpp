@@ -196,7 +196,7 @@ TEST(TrendFeed, ReadsDisplayTextsAndTurnsOverloadsIntoGaps) {
         float value; // NaN: a gap
     } cases[] = {{" 116.4", 116.4f}, {"  .920", 0.92f}, {"-1.234", -1.234f}, {"OL", kGap},
                  {"-OL", kGap},      {"Init", kGap},    {"", kGap},          {"?", kGap},
-                 {"50Hz", 50},       {"   0", 0}};
+                 {"50Hz", 50},       {"   0", 0},       {"1e300", kGap}};
     for (const auto& c : cases) {
         const float v = valueOfText(c.text);
         if (std::isnan(c.value))
