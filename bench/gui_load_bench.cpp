@@ -2,6 +2,7 @@
 //   start-up to a shown main window (start-up sequence, speed check, first paint), and
 //   CPU use of the user-interface thread while sampling the simulator every 0.5 s.
 // Usage: gui_load_bench [seconds]   (default 60; QT_QPA_PLATFORM=offscreen without a display)
+#include "gui_bench_support.h"
 #include "pty_host.h"
 #include "qt/qt_clock.h"
 #include "qt/qt_port.h"
@@ -12,43 +13,9 @@
 #include <QTimer>
 #include <cstdio>
 #include <cstdlib>
-#include <sys/resource.h>
 
-namespace {
-
-// Answers every dialog at once, so that start-up is timed without a person.
-class ClickingUi : public pa::app::Ui {
-  public:
-    pa::app::Answer message(const std::string&, const std::string&, pa::app::Icon,
-                            pa::app::Buttons) override {
-        return pa::app::Answer::Ok;
-    }
-    std::optional<std::string> input(const std::string&, const std::string&,
-                                     const std::string& d) override {
-        return d;
-    }
-    std::optional<std::string> openFile(const std::string&, const std::string&) override {
-        return std::nullopt;
-    }
-    std::optional<std::string> saveFile(const std::string&, const std::string&) override {
-        return std::nullopt;
-    }
-    void statusShow() override {}
-    void statusHide() override {}
-    void statusCaption(const std::string&) override {}
-    void statusText(const std::string&) override {}
-    void processEvents() override { QApplication::processEvents(); }
-    void beep() override {}
-    void openDocument(const std::string&) override {}
-};
-
-double threadCpuSeconds() {
-    rusage u{};
-    getrusage(RUSAGE_THREAD, &u);
-    return u.ru_utime.tv_sec + u.ru_stime.tv_sec + (u.ru_utime.tv_usec + u.ru_stime.tv_usec) / 1e6;
-}
-
-} // namespace
+using pa::bench::ClickingUi;
+using pa::bench::threadCpuSeconds;
 
 int main(int argc, char** argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY"))

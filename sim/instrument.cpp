@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 namespace pa::sim {
 
@@ -117,7 +118,14 @@ double Instrument::noisy(double value) {
 
 Instrument::Reading Instrument::measure() {
     const double volts = noisy(load_.volts);
-    const double amps = noisy(load_.amps);
+    double amps = load_.amps;
+    if (load_.swing != 0 && load_.swingPeriod > 0) {
+        const double phase =
+            static_cast<double>(measurements_) / kFramesPerSecond / load_.swingPeriod;
+        amps *= 1.0 + load_.swing * std::sin(2.0 * std::numbers::pi * phase);
+    }
+    ++measurements_;
+    amps = noisy(amps);
     const double pf = std::clamp(noisy(load_.powerFactor), -1.0, 1.0);
     const double kilohertz = std::max(0.0, noisy(load_.hertz)) / 1000.0;
     Reading r;

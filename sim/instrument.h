@@ -27,10 +27,16 @@ namespace pa::sim {
 
 // The load on the instrument's terminals. Power is volts x amps x power factor; a negative
 // power factor gives negative power. Noise is relative: each reading is multiplied by a
-// factor drawn evenly from [1 - noise, 1 + noise].
+// factor drawn evenly from [1 - noise, 1 + noise]. A swing varies the current as a sine
+// wave of that relative amplitude and period (counted in live frames at the program's five a
+// second), so that the readings change like a cycling compressor or a motor under load.
 struct Load {
     double volts = 230.0, amps = 0.55, powerFactor = 0.92, hertz = 50.0, noise = 0.002;
+    double swing = 0.0, swingPeriod = 60.0; // relative amplitude; period in seconds
 };
+
+// Live frames a second when the program polls every 200 ms: the clock of the swing.
+inline constexpr double kFramesPerSecond = 5.0;
 
 // What the displays show.
 enum class Display {
@@ -124,6 +130,7 @@ class Instrument {
     std::optional<Reading> held_; // what Hold keeps showing
     int requestsServed_ = 0;
     int framesSent_ = 0;
+    long long measurements_ = 0; // advances the swing
     LoggerModel logger_;
 };
 

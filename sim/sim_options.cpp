@@ -78,6 +78,8 @@ constexpr NumberOption kNumberOptions[] = {
     {"--pf", &Load::powerFactor, -1, 1, "a number from -1 to 1"},
     {"--hz", &Load::hertz, 0, 1e7, "a number of 0 or more"},
     {"--noise", &Load::noise, 0, 1, "a number from 0 to 1"},
+    {"--swing", &Load::swing, 0, 1, "a number from 0 to 1"},
+    {"--swing-period", &Load::swingPeriod, 1, 1e6, "a number of seconds from 1"},
 };
 
 } // namespace
@@ -180,6 +182,9 @@ std::string simUsage() {
            "  --pf PF        power factor, -1 to 1 (default 0.92); power is V x A x PF\n"
            "  --hz HZ        line frequency (default 50)\n"
            "  --noise X      relative noise of each reading (default 0.002)\n"
+           "  --swing X      vary the current as a sine wave of relative amplitude X\n"
+           "                 (default 0: a steady load)\n"
+           "  --swing-period S  the swing's period in seconds (default 60)\n"
            "  --seed N       seed of the noise and of garbage replies (default 1)\n"
            "  --display D    normal, hold, overload or startup (default normal)\n"
            "  --fault F      none, silent, garbage or truncated (default none)\n"

@@ -9,6 +9,7 @@
 #include "pfimprove/hz_wait.h"
 #include "plot/PlotFile.h"
 #include "text/mask_format.h"
+#include "trend/TrendChart.h"
 #include "ui/PrintPicture.h"
 #include "ui/VIEW.h"
 #include "ui/captions.h"
@@ -100,6 +101,7 @@ MeterRec::MeterRec(app::ProgramState& state, app::Port& port, app::Clock& clock,
     buildMenus();
     buildBody();
     connectRecording();
+    addTrend();
     applyCaptions(state_.language);
     refresh();
 }
@@ -459,6 +461,8 @@ void MeterRec::applyCaptions(int language) {
     about_->setText(captionText(Caption::MenuAbout, language));
     if (improvePF_)
         improvePF_->applyCaptions(language);
+    trendButton_->setText(captionText(Caption::Trend, language));
+    trend_->applyCaptions(language);
     refresh();
 }
 
@@ -753,6 +757,30 @@ void MeterRec::showPF() {
     improvePF_->show();
     improvePF_->raise();
     improvePF_->activateWindow();
+}
+
+void MeterRec::addTrend() {
+    // The chart collects from the start, so that opening it shows the time already past.
+    trend_ = new trend::TrendChart(ui_, trend::kDayOfSamples, this);
+    trend_->setWindowFlag(Qt::Window);
+    connect(&timer2_, &QTimer::timeout, this, [this] {
+        trend_->afterPoll(
+            {cycle_.readouts(), state_.noData, cycle_.noDataTicks() == 0, clock_.now()});
+    });
+    // Its button goes after Print, wherever the buttons are laid out.
+    trendButton_ = new QPushButton(print_->parentWidget());
+    trendButton_->setObjectName("trend");
+    for (auto* row : centralWidget()->findChildren<QBoxLayout*>()) {
+        if (const int at = row->indexOf(print_); at >= 0) {
+            row->insertWidget(at + 1, trendButton_);
+            break;
+        }
+    }
+    connect(trendButton_, &QPushButton::clicked, this, [this] {
+        trend_->show();
+        trend_->raise();
+        trend_->activateWindow();
+    });
 }
 
 bool MeterRec::eventFilter(QObject* watched, QEvent* event) {

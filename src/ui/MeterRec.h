@@ -37,6 +37,10 @@ namespace pa::logger {
 class Logger;
 }
 
+namespace pa::trend {
+class TrendChart;
+}
+
 namespace pa::ui {
 
 class MeterRec : public QMainWindow {
@@ -73,6 +77,8 @@ class MeterRec : public QMainWindow {
     QLabel* panel(int index) const { return panels_[index]; }
     // The datalogger window (created on first use), shown without being modal.
     logger::Logger* openLogger();
+    // The trend chart: always collecting, shown by the Trend button.
+    trend::TrendChart* trendChart() const { return trend_; }
 
   protected:
     void closeEvent(QCloseEvent* event) override;
@@ -177,6 +183,10 @@ class MeterRec : public QMainWindow {
     QLabel* paused_ = nullptr; // says which window holds the readings still
     QString pausedBy_;         // that window's name; empty while the readings run
     std::array<int, live::kPanels> panelPointSizes_{}; // at the window's first size
+
+    void addTrend();
+    trend::TrendChart* trend_ = nullptr;
+    QPushButton* trendButton_ = nullptr;
 
     pfimprove::ImprovePF* improvePF_ = nullptr; // created on first use
     QPointer<logger::Logger> logger_;

@@ -75,6 +75,26 @@ enum class Caption {
     ViewerLandscape,
     ViewerFont,
     ViewerClose,
+    // The trend chart: its button on the main window (also its window title) and controls.
+    Trend,
+    TrendShow,
+    TrendAnd,
+    TrendNone,
+    TrendSpan,
+    TrendMinute,
+    TrendTenMinutes,
+    TrendHour,
+    TrendAll,
+    TrendPause,
+    TrendReset,
+    TrendSavePng,
+    TrendSaveCsv,
+    TrendMinimum,
+    TrendMaximum,
+    TrendAverage,
+    TrendEmpty,
+    TrendClearQuestion,
+    TrendCannotSave,
     Count
 };
 

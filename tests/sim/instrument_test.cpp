@@ -180,4 +180,23 @@ TEST(Instrument, NoiseIsBoundedAndFollowsTheSeed) {
         EXPECT_TRUE(allowed.count(w)) << std::hex << w;
 }
 
+TEST(Instrument, SwingVariesTheCurrentAsASineOverItsPeriod) {
+    Load load = quiet(230, 1.0);
+    load.swing = 0.5;
+    load.swingPeriod = 4; // 20 frames at five a second
+    Instrument meter(load);
+    // Frame n is measured at phase n / 20: the current at 1 + 0.5 sin(2 pi n / 20).
+    const struct {
+        int frame;
+        double amps;
+    } expected[] = {{0, 1.0}, {5, 1.5}, {10, 1.0}, {15, 0.5}, {20, 1.0}, {25, 1.5}};
+    int n = 0;
+    for (const auto& e : expected) {
+        std::string frame;
+        for (; n <= e.frame; ++n)
+            frame = meter.liveFrame();
+        EXPECT_EQ(block(frame, 3), showOnRange(e.amps, kAmpRanges)) << "frame " << e.frame;
+    }
+}
+
 } // namespace

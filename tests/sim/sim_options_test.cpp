@@ -21,6 +21,14 @@ TEST(SimOptions, GoodCommandLines) {
     EXPECT_EQ(p.options.display, Display::Hold);
     EXPECT_EQ(p.options.fault, Fault::Garbage);
     EXPECT_FALSE(p.options.help);
+    EXPECT_EQ(p.options.load.swing, 0) << "a steady load unless asked";
+
+    const auto swinging = parseSimOptions({"--swing", "0.4", "--swing-period=30"});
+    ASSERT_EQ(swinging.error, "");
+    EXPECT_EQ(swinging.options.load.swing, 0.4);
+    EXPECT_EQ(swinging.options.load.swingPeriod, 30);
+    EXPECT_NE(parseSimOptions({"--swing", "2"}).error, "");
+    EXPECT_NE(parseSimOptions({"--swing-period", "0"}).error, "");
 
     const auto defaults = parseSimOptions({});
     EXPECT_EQ(defaults.error, "");

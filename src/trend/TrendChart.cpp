@@ -1,0 +1,523 @@
+#include "trend/TrendChart.h"
+
+#include "datafile/data_folder.h"
+#include "ui/captions.h"
+
+#include <QComboBox>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QPainter>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QVBoxLayout>
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <vector>
+
+namespace pa::trend {
+namespace {
+
+using ui::Caption;
+
+QString captionText(Caption c, int language) {
+    return QString::fromStdString(ui::caption(c, language));
+}
+
+// The reading titles of the main window name the quantities, in the order of Quantity.
+constexpr std::array<Caption, kQuantities> kQuantityTitles{
+    Caption::Reading0, Caption::Reading1, Caption::Reading2, Caption::Reading3,
+    Caption::Reading5, Caption::Reading6, Caption::Reading7};
+const QColor kFirstColour(0x15, 0x65, 0xc0);
+const QColor kSecondColour(0xd8, 0x43, 0x15);
+const QColor kGapColour(0xe5, 0x73, 0x73);
+
+// The plot area's margins: axis numbers left and right, clock times below.
+constexpr int kLeftMargin = 64, kRightMargin = 64, kTopMargin = 26, kBottomMargin = 26;
+constexpr int kMinTimeLabelGap = 90; // pixels between clock-time labels at least
+constexpr double kLeastRelativeRange = 0.04;
+
+QString number(double v) {
+    return QString::number(v, 'g', 6);
+}
+
+// A step of 1, 2 or 5 times a power of ten that cuts a range into about `parts` pieces.
+double niceStep(double range, int parts) {
+    const double raw = range / std::max(parts, 1);
+    const double power = std::pow(10.0, std::floor(std::log10(raw)));
+    for (double m : {1.0, 2.0, 5.0})
+        if (raw <= m * power)
+            return m * power;
+    return 10 * power;
+}
+
+// The clock-time steps of the X axis, in seconds.
+constexpr double kTimeSteps[] = {1,   2,   5,    10,   15,   30,    60,    120,   300,
+                                 600, 900, 1800, 3600, 7200, 10800, 21600, 43200, 86400};
+
+struct Axis {
+    double low = 0, high = 1;
+    double y(double v, const QRect& plot) const {
+        return plot.bottom() - (v - low) / (high - low) * plot.height();
+    }
+};
+
+// Fits an axis to the values of an envelope, with a little room above and below.
+Axis fitAxis(const std::vector<Column>& columns) {
+    bool any = false;
+    double low = 0, high = 0;
+    for (const Column& c : columns) {
+        if (!c.data)
+            continue;
+        low = any ? std::min<double>(low, c.min) : c.min;
+        high = any ? std::max<double>(high, c.max) : c.max;
+        any = true;
+    }
+    if (!any)
+        return {};
+    // A steady reading is not blown up into its last digit's flicker: the axis spans at
+    // least a few percent of the value.
+    const double least = std::max(std::abs(high), std::abs(low)) * kLeastRelativeRange;
+    if (high - low < least) {
+        const double middle = (high + low) / 2;
+        low = middle - least / 2;
+        high = middle + least / 2;
+    }
+    double room = (high - low) * 0.08;
+    if (room == 0)
+        room = std::max(std::abs(high) * 0.05, 0.5);
+    return {low - room, high + room};
+}
+
+// One quantity's line: per column a stroke from minimum to maximum, joined to the previous
+// value unless a gap lies between; a lone value is a dot.
+void drawEnvelope(QPainter& p, const std::vector<Column>& columns, const Axis& axis,
+                  const QRect& plot, const QColor& colour, double width) {
+    std::vector<QLineF> lines;
+    std::vector<QPointF> dots;
+    lines.reserve(columns.size() * 2);
+    double prevX = 0, prevY = 0;
+    bool prev = false;
+    for (std::size_t c = 0; c < columns.size(); ++c) {
+        const Column& col = columns[c];
+        if (!col.data)
+            continue;
+        const double x = plot.left() + static_cast<double>(c) + 0.5;
+        if (col.joins && prev)
+            lines.emplace_back(prevX, prevY, x, axis.y(col.first, plot));
+        if (col.max > col.min)
+            lines.emplace_back(x, axis.y(col.min, plot), x, axis.y(col.max, plot));
+        const bool nextJoins = [&] {
+            for (std::size_t n = c + 1; n < columns.size(); ++n)
+                if (columns[n].data)
+                    return columns[n].joins;
+            return false;
+        }();
+        if (!(col.joins && prev) && !nextJoins && col.max == col.min)
+            dots.emplace_back(x, axis.y(col.min, plot));
+        prevX = x;
+        prevY = axis.y(col.last, plot);
+        prev = true;
+    }
+    p.setPen(QPen(colour, width));
+    p.drawLines(lines.data(), static_cast<int>(lines.size()));
+    p.setPen(QPen(colour, 4, Qt::SolidLine, Qt::RoundCap));
+    p.drawPoints(dots.data(), static_cast<int>(dots.size()));
+}
+
+} // namespace
+
+// The drawing surface of the chart.
+class TrendCanvas : public QWidget {
+  public:
+    explicit TrendCanvas(TrendChart& chart) : QWidget(&chart), chart_(chart) {
+        setObjectName("trend_canvas");
+        setMinimumSize(480, 240);
+        setFocusPolicy(Qt::StrongFocus);
+        setAttribute(Qt::WA_OpaquePaintEvent);
+    }
+
+  protected:
+    void paintEvent(QPaintEvent*) override;
+
+  private:
+    void drawTimeAxis(QPainter& p, const QRect& plot, double from, double to);
+    void drawValueAxis(QPainter& p, const QRect& plot, const Axis& axis, bool right,
+                       const QColor& colour, const QString& title);
+    TrendChart& chart_;
+};
+
+void TrendCanvas::paintEvent(QPaintEvent*) {
+    QPainter p(this);
+    p.fillRect(rect(), Qt::white);
+    const QRect plot(kLeftMargin, kTopMargin, width() - kLeftMargin - kRightMargin,
+                     height() - kTopMargin - kBottomMargin);
+    if (plot.width() < 10 || plot.height() < 10)
+        return;
+    p.setPen(QColor(0x9e, 0x9e, 0x9e));
+    p.drawRect(plot.adjusted(0, 0, -1, -1));
+    const TrendStore& store = chart_.store_;
+    if (store.empty()) {
+        p.setPen(Qt::darkGray);
+        p.drawText(plot, Qt::AlignCenter, captionText(Caption::TrendEmpty, chart_.language_));
+        return;
+    }
+    const auto [from, to] = chart_.shownSpan();
+    drawTimeAxis(p, plot, from, to);
+
+    const bool dense =
+        static_cast<int>(store.firstAtOrAfter(to) - store.firstAtOrAfter(from)) > plot.width();
+    const int quantities[] = {chart_.first_->currentIndex(), chart_.second_->currentIndex() - 1};
+    const QColor colours[] = {kFirstColour, kSecondColour};
+    std::vector<Column> gaps;
+    for (int i = 0; i < 2; ++i) {
+        const int q = quantities[i];
+        if (q < 0 || q >= kQuantities)
+            continue;
+        const auto columns = store.envelope(static_cast<Quantity>(q), from, to, plot.width());
+        const Axis axis = fitAxis(columns);
+        drawValueAxis(p, plot, axis, i == 1, colours[i],
+                      captionText(kQuantityTitles[q], chart_.language_));
+        p.save();
+        p.setClipRect(plot);
+        // With more samples than pixels the strokes are whole pixel columns: drawn without
+        // smoothing, which costs a fraction as much.
+        p.setRenderHint(QPainter::Antialiasing, !dense);
+        drawEnvelope(p, columns, axis, plot, colours[i], dense ? 1.0 : 1.6);
+        p.restore();
+        if (gaps.empty())
+            gaps = columns;
+    }
+    // Where readings are missing (NO COM, overload, HOLD), a red band along the time axis.
+    p.setPen(Qt::NoPen);
+    p.setBrush(kGapColour);
+    for (std::size_t c = 0; c < gaps.size(); ++c)
+        if (gaps[c].gap)
+            p.drawRect(QRectF(plot.left() + static_cast<double>(c), plot.bottom() - 3, 1, 4));
+}
+
+void TrendCanvas::drawTimeAxis(QPainter& p, const QRect& plot, double from, double to) {
+    double step = kTimeSteps[std::size(kTimeSteps) - 1];
+    for (double s : kTimeSteps) {
+        if ((to - from) / s * kMinTimeLabelGap <= plot.width()) {
+            step = s;
+            break;
+        }
+    }
+    const QColor grid(0xee, 0xee, 0xee);
+    for (double t = std::ceil(from / step) * step; t <= to; t += step) {
+        const double x = plot.left() + (t - from) / (to - from) * plot.width();
+        p.setPen(grid);
+        p.drawLine(QPointF(x, plot.top() + 1), QPointF(x, plot.bottom() - 1));
+        p.setPen(Qt::black);
+        const QString label = QString::fromStdString(clockTextOf(t)).left(step < 60 ? 8 : 5);
+        p.drawText(QRectF(x - 50, plot.bottom() + 4, 100, kBottomMargin - 4),
+                   Qt::AlignHCenter | Qt::AlignTop, label);
+    }
+}
+
+void TrendCanvas::drawValueAxis(QPainter& p, const QRect& plot, const Axis& axis, bool right,
+                                const QColor& colour, const QString& title) {
+    const double step = niceStep(axis.high - axis.low, std::max(plot.height() / 50, 2));
+    for (double v = std::ceil(axis.low / step) * step; v <= axis.high; v += step) {
+        const double y = axis.y(v, plot);
+        if (!right) {
+            p.setPen(QColor(0xee, 0xee, 0xee));
+            p.drawLine(QPointF(plot.left() + 1, y), QPointF(plot.right() - 1, y));
+        }
+        p.setPen(colour);
+        const double shown = std::abs(v) < step / 1e6 ? 0 : v;
+        const QRectF box = right ? QRectF(plot.right() + 6, y - 10, kRightMargin - 8, 20)
+                                 : QRectF(2, y - 10, kLeftMargin - 8, 20);
+        p.drawText(box, (right ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignVCenter, number(shown));
+    }
+    QFont bold = p.font();
+    bold.setBold(true);
+    p.save();
+    p.setFont(bold);
+    p.setPen(colour);
+    const QRectF titleBox =
+        right ? QRectF(plot.right() - 200, 2, 200 + kRightMargin - 4, 20) : QRectF(4, 2, 300, 20);
+    p.drawText(titleBox, (right ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter, title);
+    p.restore();
+}
+
+TrendChart::TrendChart(app::Ui& ui, std::size_t capacity, QWidget* parent)
+    : QWidget(parent), ui_(ui), store_(capacity) {
+    setObjectName("Trend");
+    auto* layout = new QVBoxLayout(this);
+
+    auto* controls = new QHBoxLayout;
+    showLabel_ = new QLabel(this);
+    first_ = new QComboBox(this);
+    first_->setObjectName("trend_quantity");
+    andLabel_ = new QLabel(this);
+    second_ = new QComboBox(this);
+    second_->setObjectName("trend_second");
+    spanLabel_ = new QLabel(this);
+    span_ = new QComboBox(this);
+    span_->setObjectName("trend_span");
+    for (QComboBox* box : {first_, second_, span_})
+        box->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    showLabel_->setBuddy(first_);
+    andLabel_->setBuddy(second_);
+    spanLabel_->setBuddy(span_);
+    pause_ = new QPushButton(this);
+    pause_->setObjectName("trend_pause");
+    pause_->setCheckable(true);
+    reset_ = new QPushButton(this);
+    reset_->setObjectName("trend_reset");
+    png_ = new QPushButton(this);
+    png_->setObjectName("trend_png");
+    csv_ = new QPushButton(this);
+    csv_->setObjectName("trend_csv");
+    for (QWidget* w : std::initializer_list<QWidget*>{showLabel_, first_, andLabel_, second_,
+                                                      spanLabel_, span_, pause_})
+        controls->addWidget(w);
+    controls->addStretch(1);
+    for (QWidget* w : {reset_, png_, csv_})
+        controls->addWidget(w);
+    layout->addLayout(controls);
+
+    chartArea_ = new QWidget(this);
+    chartArea_->setObjectName("trend_chart");
+    chartArea_->setAutoFillBackground(true);
+    QPalette white = chartArea_->palette();
+    white.setColor(QPalette::Window, Qt::white);
+    chartArea_->setPalette(white);
+    auto* area = new QVBoxLayout(chartArea_);
+    area->setContentsMargins(0, 0, 0, 4);
+    canvas_ = new TrendCanvas(*this);
+    canvas_->setParent(chartArea_);
+    stats_ = new QLabel(chartArea_);
+    stats_->setObjectName("trend_stats");
+    stats_->setTextFormat(Qt::RichText);
+    stats_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    stats_->setContentsMargins(kLeftMargin, 0, 0, 0);
+    area->addWidget(canvas_, 1);
+    area->addWidget(stats_);
+    layout->addWidget(chartArea_, 1);
+
+    scroll_ = new QScrollBar(Qt::Horizontal, this);
+    scroll_->setObjectName("trend_scroll");
+    layout->addWidget(scroll_);
+
+    connect(first_, &QComboBox::currentIndexChanged, this, [this] { showSpan(); });
+    connect(second_, &QComboBox::currentIndexChanged, this, [this] { showSpan(); });
+    connect(span_, &QComboBox::currentIndexChanged, this, [this] { showSpan(); });
+    connect(pause_, &QPushButton::toggled, this, [this](bool on) {
+        if (on == paused_)
+            return;
+        if (on)
+            pauseAt(store_.newestTime());
+        else
+            goLive();
+    });
+    connect(scroll_, &QScrollBar::valueChanged, this, &TrendChart::scrolled);
+    connect(reset_, &QPushButton::clicked, this, &TrendChart::resetTrend);
+    connect(png_, &QPushButton::clicked, this, [this] { askAndSave(true); });
+    connect(csv_, &QPushButton::clicked, this, [this] { askAndSave(false); });
+
+    applyCaptions(1);
+    resize(900, 480);
+}
+
+void TrendChart::applyCaptions(int language) {
+    language_ = language;
+    auto refill = [language](QComboBox* box, const std::vector<Caption>& items) {
+        const int index = std::max(box->currentIndex(), 0);
+        const QSignalBlocker quiet(box);
+        box->clear();
+        for (Caption c : items)
+            box->addItem(captionText(c, language));
+        box->setCurrentIndex(index);
+    };
+    refill(first_, {kQuantityTitles.begin(), kQuantityTitles.end()});
+    refill(second_, {Caption::TrendNone, Caption::Reading0, Caption::Reading1, Caption::Reading2,
+                     Caption::Reading3, Caption::Reading5, Caption::Reading6, Caption::Reading7});
+    refill(span_,
+           {Caption::TrendMinute, Caption::TrendTenMinutes, Caption::TrendHour, Caption::TrendAll});
+    setWindowTitle(captionText(Caption::Trend, language));
+    showLabel_->setText(captionText(Caption::TrendShow, language));
+    andLabel_->setText(captionText(Caption::TrendAnd, language));
+    spanLabel_->setText(captionText(Caption::TrendSpan, language));
+    pause_->setText(captionText(Caption::TrendPause, language));
+    reset_->setText(captionText(Caption::TrendReset, language));
+    png_->setText(captionText(Caption::TrendSavePng, language));
+    csv_->setText(captionText(Caption::TrendSaveCsv, language));
+    showSpan();
+}
+
+Added TrendChart::afterPoll(const PollState& poll) {
+    const Added added = feed_.afterPoll(poll);
+    // A hidden or paused chart keeps collecting without drawing.
+    if (added != Added::Nothing && isVisible() && !paused_)
+        showSpan();
+    return added;
+}
+
+double TrendChart::spanSeconds() const {
+    return kSpans[static_cast<std::size_t>(std::clamp(span_->currentIndex(), 0, 3))];
+}
+
+std::pair<double, double> TrendChart::shownSpan() const {
+    const double span = spanSeconds();
+    const double end = paused_ ? pausedEnd_ : store_.newestTime();
+    if (span == 0) {
+        const double start = store_.oldestTime();
+        return {start, std::max(end, start + 1)};
+    }
+    return {end - span, end};
+}
+
+void TrendChart::pauseAt(double end) {
+    // The right edge goes back no further than where the oldest reading fills the span.
+    const double span = spanSeconds();
+    const double newest = store_.newestTime();
+    paused_ = true;
+    pausedEnd_ = std::clamp(end, std::min(store_.oldestTime() + span, newest), newest);
+    const QSignalBlocker quiet(pause_);
+    pause_->setChecked(true);
+    showSpan();
+}
+
+void TrendChart::goLive() {
+    paused_ = false;
+    const QSignalBlocker quiet(pause_);
+    pause_->setChecked(false);
+    showSpan();
+}
+
+void TrendChart::scrolled(int value) {
+    if (updatingScroll_)
+        return;
+    // The scroll bar counts whole seconds from the oldest sample to the right edge.
+    const double end = store_.oldestTime() + value;
+    if (value >= scroll_->maximum())
+        goLive();
+    else
+        pauseAt(end);
+}
+
+void TrendChart::showSpan() {
+    const double to = shownSpan().second;
+    const double span = spanSeconds();
+    {
+        updatingScroll_ = true;
+        const int held = static_cast<int>(std::ceil(store_.newestTime() - store_.oldestTime()));
+        scroll_->setEnabled(span != 0 && held > span);
+        scroll_->setRange(std::min(static_cast<int>(span), held), held);
+        scroll_->setPageStep(static_cast<int>(span));
+        scroll_->setSingleStep(std::max(1, static_cast<int>(span / 10)));
+        scroll_->setValue(static_cast<int>(std::lround(to - store_.oldestTime())));
+        updatingScroll_ = false;
+    }
+    QString text;
+    if (!store_.empty()) {
+        text = statsLine(first_->currentIndex(), kFirstColour.name());
+        if (second_->currentIndex() > 0)
+            text += "<br>" + statsLine(second_->currentIndex() - 1, kSecondColour.name());
+    }
+    stats_->setText(text);
+    canvas_->update();
+}
+
+QString TrendChart::statsLine(int quantity, const QString& colour) const {
+    const auto [from, to] = shownSpan();
+    const Stats s = store_.stats(static_cast<Quantity>(quantity), from, to);
+    QString line =
+        QString("<b style=\"color:%1\">%2</b>&nbsp;&nbsp;")
+            .arg(colour, captionText(kQuantityTitles[quantity], language_).toHtmlEscaped());
+    if (s.count == 0)
+        return line + "&mdash;";
+    const std::pair<Caption, double> figures[] = {{Caption::TrendMinimum, s.min},
+                                                  {Caption::TrendMaximum, s.max},
+                                                  {Caption::TrendAverage, s.mean}};
+    for (const auto& [c, v] : figures)
+        line += QString("%1 <b>%2</b>&nbsp;&nbsp;&nbsp;")
+                    .arg(captionText(c, language_).toHtmlEscaped(), number(v));
+    return line;
+}
+
+void TrendChart::resetTrend() {
+    if (store_.empty())
+        return;
+    if (ui_.message(ui::caption(Caption::TrendClearQuestion, language_),
+                    ui::caption(Caption::Trend, language_), app::Icon::Question,
+                    app::Buttons::YesNo) != app::Answer::Yes)
+        return;
+    store_.clear();
+    goLive();
+}
+
+void TrendChart::askAndSave(bool png) {
+    const std::string folder = datafile::DataFolder().path;
+    const auto path =
+        ui_.saveFileAt(ui::caption(png ? Caption::TrendSavePng : Caption::TrendSaveCsv, language_),
+                       png ? "PNG image (*.png)" : "CSV (*.csv)",
+                       datafile::joinPath(folder, png ? "trend.png" : "trend.csv"));
+    if (!path || path->empty())
+        return;
+    if (png)
+        savePng(*path);
+    else
+        saveCsv(*path);
+}
+
+bool TrendChart::savePng(const std::string& path) {
+    if (chartArea_->grab().save(QString::fromStdString(path), "PNG"))
+        return true;
+    ui_.message(ui::caption(Caption::TrendCannotSave, language_) + " " + path,
+                ui::caption(Caption::Trend, language_), app::Icon::Exclamation);
+    return false;
+}
+
+bool TrendChart::saveCsv(const std::string& path) {
+    const auto [from, to] = shownSpan();
+    const std::string text = toCsv(store_, from, to);
+    std::ofstream out(datafile::pathFromUtf8(path), std::ios::binary | std::ios::trunc);
+    if (out)
+        out.write(text.data(), static_cast<std::streamsize>(text.size()));
+    if (out && out.flush())
+        return true;
+    ui_.message(ui::caption(Caption::TrendCannotSave, language_) + " " + path + ": " +
+                    std::strerror(errno),
+                ui::caption(Caption::Trend, language_), app::Icon::Exclamation);
+    return false;
+}
+
+void TrendChart::keyPressEvent(QKeyEvent* event) {
+    // Arrow keys look back and forth by a tenth of the span, Home goes to the oldest
+    // reading, End back to live.
+    const auto [from, to] = shownSpan();
+    const double step = (to - from) / 10;
+    switch (event->key()) {
+    case Qt::Key_Left:
+        pauseAt(to - step);
+        return;
+    case Qt::Key_Right:
+        if (to + step >= store_.newestTime())
+            goLive();
+        else
+            pauseAt(to + step);
+        return;
+    case Qt::Key_Home:
+        pauseAt(store_.oldestTime() + (to - from));
+        return;
+    case Qt::Key_End:
+        goLive();
+        return;
+    default:
+        QWidget::keyPressEvent(event);
+    }
+}
+
+void TrendChart::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    showSpan();
+}
+
+} // namespace pa::trend
