@@ -63,7 +63,7 @@ int main(int argc, char** argv) {
     window.setPorts(ports, pa::qt::isWindows() && !simulator);
 
     // A port named on the command line is the user's choice already: no prompt to pick one.
-    window.startup(simulator || parser.isSet(port));
+    window.startup(simulator || parser.isSet(portOption));
     window.show();
     if (simulator)
         window.openPort(simulator->devicePath());
