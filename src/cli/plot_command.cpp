@@ -8,6 +8,7 @@
 // when it holds a comma). A file that fails the format check is refused unless --force.
 #include "cli/commands.h"
 #include "cli/console_ui.h"
+#include "datafile/recording_reader.h"
 #include "plot/PlotFile.h"
 #include "plot/line_reader.h"
 #include "text/leading_number.h"
@@ -98,7 +99,8 @@ class PlotUi : public ConsoleUi {
     app::Answer message(const std::string& text, const std::string& title, app::Icon icon,
                         app::Buttons buttons) override {
         if (buttons == app::Buttons::YesNo) {
-            std::fprintf(stderr, "%s: %s\n", text.c_str(), force_ ? "yes (--force)" : "no");
+            std::fprintf(stderr, "poweranalyzer-cli: %s: %s\n", text.c_str(),
+                         force_ ? "yes (--force)" : "no (give --force to plot it anyway)");
             return force_ ? app::Answer::Yes : app::Answer::No;
         }
         return ConsoleUi::message(text, title, icon, buttons);
@@ -147,8 +149,8 @@ int plotCommand(const std::vector<std::string>& args) {
     PlotOptions o;
     if (const std::string error = parsePlot(args, o); !error.empty())
         return fail(error);
-    if (plot::fileLength(o.file) < 0)
-        return fail("cannot read " + o.file);
+    if (const std::string problem = datafile::unreadable(o.file); !problem.empty())
+        return fail(problem);
 
     qInstallMessageHandler(quietQt);
     PlotUi ui(o.force);

@@ -82,6 +82,7 @@ const std::array<Pair, static_cast<std::size_t>(Caption::Count)> kTable{{
     {"&Landscape", "橫印(&L)"},
     {"&Font...", "字型(&F)..."},
     {"&Close", "關閉(&C)"},
+    {"&Export to CSV...", "匯出為 CSV 檔(&E)..."},
 }};
 
 } // namespace

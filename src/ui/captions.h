@@ -75,6 +75,7 @@ enum class Caption {
     ViewerLandscape,
     ViewerFont,
     ViewerClose,
+    ViewerExport, // the viewer's File > Export to CSV
     Count
 };
 
