@@ -22,19 +22,33 @@ std::filesystem::path toPath(const std::string& utf8) {
         std::u8string(reinterpret_cast<const char8_t*>(utf8.data()), utf8.size()));
 }
 
-void appendNumber(std::string& out, const std::optional<double>& v, char separator) {
-    if (!v)
+// A number as the recording wrote it when that is already plain decimal notation (a "0" put
+// before a leading point); otherwise (an exponent) in fixed notation with the fewest digits
+// that read back to the same value. With ';' the decimal mark is a comma.
+void appendNumber(std::string& out, const FieldValue& v, char separator) {
+    if (!v.number)
         return;
-    char buffer[64];
-    // Fixed notation, the fewest digits that read back to the same value.
-    const auto r = std::to_chars(buffer, buffer + sizeof buffer, *v, std::chars_format::fixed);
-    if (r.ec != std::errc())
-        return;
+    const std::size_t start = out.size();
+    if (v.plain) {
+        const bool negative = v.text.front() == '-';
+        std::string_view digits = v.text.substr(negative ? 1 : 0);
+        if (negative)
+            out += '-';
+        if (digits.front() == '.')
+            out += '0';
+        out += digits;
+    } else {
+        char buffer[400];
+        const auto r =
+            std::to_chars(buffer, buffer + sizeof buffer, *v.number, std::chars_format::fixed);
+        if (r.ec != std::errc())
+            return;
+        out.append(buffer, r.ptr);
+    }
     if (separator == ';')
-        for (char* p = buffer; p != r.ptr; ++p)
-            if (*p == '.')
-                *p = ',';
-    out.append(buffer, r.ptr);
+        for (std::size_t i = start; i < out.size(); ++i)
+            if (out[i] == '.')
+                out[i] = ',';
 }
 
 void appendText(std::string& out, std::string_view text, char separator) {
@@ -59,10 +73,10 @@ void appendRow(std::string& out, const Entry& e, char sep) {
         out += "no_com\r\n";
         return;
     }
-    appendNumber(out, e.recordNumber, sep);
+    appendNumber(out, e.record, sep);
     for (const FieldValue& v : e.values) {
         out += sep;
-        appendNumber(out, v.number, sep);
+        appendNumber(out, v, sep);
     }
     out += sep;
     appendText(out, e.period, sep);

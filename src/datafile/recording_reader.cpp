@@ -29,11 +29,44 @@ std::string_view trim(std::string_view s) {
     return s;
 }
 
+// Plain decimals ("-123.45", ".980") are most of what recordings hold: read at once, as
+// an exact whole number divided by an exact power of ten, which rounds as from_chars does.
+constexpr double kPowersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                   1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+constexpr int kPlainDigits = 15; // every such whole number is exact in a double
+
+std::optional<double> plainDecimal(std::string_view s) {
+    const bool negative = !s.empty() && s[0] == '-';
+    std::size_t i = negative ? 1 : 0;
+    std::int64_t whole = 0;
+    int digitCount = 0, decimals = -1;
+    for (; i < s.size(); ++i) {
+        const char c = s[i];
+        if (c >= '0' && c <= '9') {
+            if (++digitCount > kPlainDigits)
+                return std::nullopt;
+            whole = whole * 10 + (c - '0');
+            if (decimals >= 0)
+                ++decimals;
+        } else if (c == '.' && decimals < 0) {
+            decimals = 0;
+        } else {
+            return std::nullopt;
+        }
+    }
+    if (digitCount == 0)
+        return std::nullopt;
+    const double v = static_cast<double>(whole) / kPowersOfTen[decimals < 0 ? 0 : decimals];
+    return negative ? -v : v;
+}
+
 // The whole text as a number in C notation, or nothing.
 std::optional<double> number(std::string_view s) {
     s = trim(s);
     if (s.empty())
         return std::nullopt;
+    if (const auto plain = plainDecimal(s))
+        return plain;
     double v = 0;
     const auto [end, ec] = std::from_chars(s.data(), s.data() + s.size(), v);
     if (ec != std::errc() || end != s.data() + s.size())
@@ -49,11 +82,20 @@ bool isOverload(std::string_view s) {
 FieldValue fieldValue(std::string_view text, std::string_view suffix) {
     text = trim(text);
     if (!suffix.empty() && text.ends_with(suffix))
-        text.remove_suffix(suffix.size());
+        text = trim(text.substr(0, text.size() - suffix.size())); // " 0.98 PF"
     FieldValue v;
+    if (text.empty())
+        return v;
+    if ((v.number = plainDecimal(text))) {
+        v.text = text;
+        v.plain = true;
+        return v;
+    }
     v.overload = isOverload(text);
     if (!v.overload)
         v.number = number(text);
+    if (v.number)
+        v.text = text;
     return v;
 }
 
@@ -61,14 +103,16 @@ FieldValue fieldValue(std::string_view text, std::string_view suffix) {
 // Returns the number of pieces found.
 int splitFields(std::string_view line, std::string_view* out, int count) {
     int n = 0;
+    const char* p = line.data();
+    const char* const end = p + line.size();
     while (n < count - 1) {
-        const auto comma = line.find(',');
-        if (comma == std::string_view::npos)
+        const char* comma = static_cast<const char*>(std::memchr(p, ',', end - p));
+        if (!comma)
             break;
-        out[n++] = line.substr(0, comma);
-        line.remove_prefix(comma + 1);
+        out[n++] = std::string_view(p, comma - p);
+        p = comma + 1;
     }
-    out[n++] = line;
+    out[n++] = std::string_view(p, end - p);
     return n;
 }
 
@@ -237,10 +281,12 @@ Entry RecordingReader::read(std::string_view line) {
         downloadDayOffset_ = 0;
         return e;
     }
-    if (line.find(kLostNotice) != std::string_view::npos)
-        return readLost(line, e);
     std::string_view fields[kDataFields];
     const int n = splitFields(line, fields, kDataFields);
+    // " mm-dd-yyyy,hh:mm:ss.s, NO COM, DATA LOST, !, ..."
+    if (n >= 4 && trim(fields[2]) == kLostNotice.substr(0, 6) &&
+        trim(fields[3]).starts_with(kLostNotice.substr(8)))
+        return readLost(fields, e);
     if (n == kDataFields)
         return readDataRecord(fields, e);
     if (n == kDownloadFields)
@@ -281,13 +327,14 @@ Entry malformed(Entry e) {
 Entry RecordingReader::readDataRecord(const std::string_view* f, Entry e) {
     if (!readTime(e, f[1], f[2], 0))
         return malformed(std::move(e));
-    e.recordNumber = number(f[0]);
-    if (!e.recordNumber) {
+    e.record = fieldValue(f[0], "");
+    if (!e.record.number) {
         e.problem = "\"" + std::string(trim(f[0])) + "\" is not a record number";
         return malformed(std::move(e));
     }
     for (int q = kQW; q <= kQKWH; ++q)
-        e.values[q] = fieldValue(f[3 + q], kDataSuffix[q]);
+        if (wanted_ & (1u << q))
+            e.values[q] = fieldValue(f[3 + q], kDataSuffix[q]);
     // "8.60/month 8$0.34": energy per period, period, then hours per day glued to the cost.
     std::string_view rest = f[11];
     const auto slash = rest.find('/');
@@ -299,9 +346,9 @@ Entry RecordingReader::readDataRecord(const std::string_view* f, Entry e) {
         if (blank != std::string_view::npos) {
             const std::string_view last = rest.substr(blank + 1);
             const auto dollar = last.rfind('$');
-            e.hoursPerDay = number(last.substr(0, dollar));
+            e.hoursPerDay = fieldValue(last.substr(0, dollar), "");
             if (dollar != std::string_view::npos)
-                e.cost = number(last.substr(dollar + 1));
+                e.cost = fieldValue(last.substr(dollar + 1), "");
         }
     }
     for (const FieldValue& v : e.values)
@@ -317,8 +364,8 @@ Entry RecordingReader::readDownloadRecord(const std::string_view* f, Entry e) {
     }
     if (!readTime(e, f[1], f[2], downloadYear_))
         return malformed(std::move(e));
-    e.recordNumber = number(f[0]);
-    if (!e.recordNumber) {
+    e.record = fieldValue(f[0], "");
+    if (!e.record.number) {
         e.problem = "\"" + std::string(trim(f[0])) + "\" is not a record number";
         return malformed(std::move(e));
     }
@@ -339,17 +386,8 @@ Entry RecordingReader::readDownloadRecord(const std::string_view* f, Entry e) {
     return e;
 }
 
-Entry RecordingReader::readLost(std::string_view line, Entry e) {
-    // " mm-dd-yyyy,hh:mm:ss.s, NO COM, DATA LOST, !, ..."
-    const auto comma = line.find(',');
-    const auto notice = line.find(kLostNotice);
-    if (comma == std::string_view::npos || comma >= notice)
-        return e.problem = "lost-communication line without a date", malformed(std::move(e));
-    std::string_view clock = line.substr(comma + 1, notice - comma - 1);
-    clock = trim(clock);
-    if (clock.ends_with(','))
-        clock.remove_suffix(1);
-    if (!readTime(e, line.substr(0, comma), clock, 0))
+Entry RecordingReader::readLost(const std::string_view* f, Entry e) {
+    if (!readTime(e, f[0], f[1], 0))
         return malformed(std::move(e));
     e.kind = EntryKind::LostCommunication;
     return e;

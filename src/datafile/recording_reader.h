@@ -22,6 +22,8 @@ enum Quantity { kQW, kQPF, kQV, kQA, kQAngle, kQVA, kQVAR, kQKWH, kQEstKWH, kQua
 // One value field: a number, an overload ("OL", "-OL"), or neither (missing or not a number).
 struct FieldValue {
     std::optional<double> number;
+    std::string_view text; // the number as written (blanks and unit taken off)
+    bool plain = false;    // the text is plain decimal notation ("-12.5", ".980")
     bool overload = false;
 };
 
@@ -31,10 +33,10 @@ struct Entry {
     EntryKind kind = EntryKind::Blank;
     std::uint64_t lineNumber = 0; // 1-based
     std::int64_t timeMs = 0;      // local civil time, milliseconds since 1970-01-01 00:00
-    std::optional<double> recordNumber;
+    FieldValue record;
     std::array<FieldValue, kQuantityCount> values{}; // a download fills W, PF, V, A only
     std::string_view period;                         // "month", "day", "year" as written
-    std::optional<double> hoursPerDay, cost;
+    FieldValue hoursPerDay, cost;
     bool overload = false; // some value is an overload
     std::string problem;   // why a line is malformed
 };
@@ -57,7 +59,11 @@ std::string durationText(std::int64_t ms);
 class RecordingReader {
   public:
     // A download file holds no year: its records take this one.
-    explicit RecordingReader(int downloadYear) : downloadYear_(downloadYear) {}
+    // A reader that needs only some values (statistics) leaves the other fields of a data
+    // file's records unread: `wanted` holds bit 1 << q for each Quantity q to read.
+    static constexpr unsigned kAllQuantities = (1u << kQuantityCount) - 1;
+    explicit RecordingReader(int downloadYear, unsigned wanted = kAllQuantities)
+        : downloadYear_(downloadYear), wanted_(wanted) {}
 
     // Reads one line (without its line end). The entry's views point into the line.
     Entry read(std::string_view line);
@@ -65,9 +71,10 @@ class RecordingReader {
   private:
     Entry readDataRecord(const std::string_view* fields, Entry e);
     Entry readDownloadRecord(const std::string_view* fields, Entry e);
-    Entry readLost(std::string_view line, Entry e);
+    Entry readLost(const std::string_view* fields, Entry e);
 
     int downloadYear_;
+    unsigned wanted_;
     std::uint64_t lineNumber_ = 0;
     // A download's date never advances: a clock that goes back means the next day.
     std::int64_t downloadDayOffset_ = 0, lastDownloadTimeMs_ = INT64_MIN;

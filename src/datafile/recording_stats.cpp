@@ -104,10 +104,13 @@ double QuantityStats::standardDeviation() const {
 }
 
 StatsGroup& RecordingStats::groupAt(std::int64_t timeMs) {
-    static StatsGroup none;
     if (per_ == StatsPer::Whole)
-        return none = StatsGroup{};
-    return groups_[floorDiv(timeMs, per_ == StatsPer::Hour ? kMsPerHour : kMsPerDay)];
+        return spare_; // counted nowhere
+    const std::int64_t key = floorDiv(timeMs, per_ == StatsPer::Hour ? kMsPerHour : kMsPerDay);
+    // Records come in time order: most belong to the group of the one before.
+    if (lastGroup_ == nullptr || key != lastKey_)
+        lastGroup_ = &groups_[key], lastKey_ = key;
+    return *lastGroup_;
 }
 
 void RecordingStats::touch(StatsGroup& g, std::int64_t timeMs) {
@@ -157,8 +160,8 @@ void RecordingStats::add(const Entry& e) {
                 g->quantities[i].add(*v, e.timeMs);
     }
     const auto& est = e.values[kQEstKWH].number;
-    if (est && *est > 0 && e.cost)
-        filePrice_ = *e.cost / *est;
+    if (est && *est > 0 && e.cost.number)
+        filePrice_ = *e.cost.number / *est;
     havePrevious_ = true;
     lostSincePrevious_ = false;
     previousMs_ = e.timeMs;
@@ -178,7 +181,7 @@ std::string gatherStats(const std::string& path, int downloadYear, RecordingStat
     plot::LineReader lines;
     if (std::string problem = unreadable(path); !problem.empty() || !lines.open(path))
         return problem.empty() ? "cannot read " + path : problem;
-    RecordingReader reader(downloadYear);
+    RecordingReader reader(downloadYear, 1u << kQW | 1u << kQPF | 1u << kQV | 1u << kQA);
     std::string_view head;
     std::uint64_t size = 0;
     while (lines.next(head, size)) {

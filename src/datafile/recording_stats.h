@@ -66,6 +66,9 @@ class RecordingStats {
     StatsPer per_;
     StatsGroup whole_;
     std::map<std::int64_t, StatsGroup> groups_;
+    StatsGroup spare_;                // takes what Whole counts in no group
+    StatsGroup* lastGroup_ = nullptr; // map nodes stay where they are
+    std::int64_t lastKey_ = 0;
     std::uint64_t malformed_ = 0;
     std::optional<double> filePrice_;
     // The previous record (for energy) and the open silent spell.

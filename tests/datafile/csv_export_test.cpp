@@ -135,10 +135,11 @@ TEST(RecordingReader, DataRecordKeepsPeriodHoursAndCost) {
     t.period = "每月";
     const Entry e = reader.read(recordLine(17, t));
     ASSERT_EQ(e.kind, EntryKind::Record);
-    EXPECT_EQ(*e.recordNumber, 17);
+    EXPECT_EQ(*e.record.number, 17);
     EXPECT_EQ(e.period, "每月");
-    EXPECT_EQ(*e.hoursPerDay, 10);
-    EXPECT_EQ(*e.cost, 2.5);
+    EXPECT_EQ(*e.hoursPerDay.number, 10);
+    EXPECT_EQ(*e.cost.number, 2.5);
+    EXPECT_EQ(e.cost.text, "2.50");
     EXPECT_EQ(*e.values[kQA].number, 0.547);
     EXPECT_EQ(*e.values[kQKWH].number, 0.012);
 }
@@ -189,13 +190,13 @@ TEST(CsvExport, WholeFileWithEveryKindOfLine) {
     EXPECT_EQ(csv,
               "time,record,W,PF,V,A,angle_deg,VA,VAR,kWh,est_kWh,period,hours_per_day,cost,"
               "status\r\n"
-              "2026-11-15T16:58:09.4,0,123.4,0.98,230.1,0.547,11.5,125.9,25.1,0.012,8.6,month,10,"
-              "2.5,ok\r\n"
-              "2026-11-15T16:58:09.4,3,,0.98,230.1,0.547,11.5,125.9,25.1,0.012,8.6,month,10,2.5,"
-              "overload\r\n"
+              "2026-11-15T16:58:09.4,0,123.4,0.980,230.1,0.547,11.5,125.9,25.1,0.012,8.60,month,10,"
+              "2.50,ok\r\n"
+              "2026-11-15T16:58:09.4,3,,0.980,230.1,0.547,11.5,125.9,25.1,0.012,8.60,month,10,"
+              "2.50,overload\r\n"
               "2026-11-15T16:58:11.4,,,,,,,,,,,,,,no_com\r\n"
-              "2026-11-15T16:58:09.4,3,123.4,0.98,230.1,0.547,11.5,125.9,25.1,0.012,8.6,"
-              "\"a,\"\"b\"\"\",10,2.5,ok\r\n");
+              "2026-11-15T16:58:09.4,3,123.4,0.980,230.1,0.547,11.5,125.9,25.1,0.012,8.60,"
+              "\"a,\"\"b\"\"\",10,2.50,ok\r\n");
     EXPECT_EQ(summary.lines, 6u);
     EXPECT_EQ(summary.records, 3u);
     EXPECT_EQ(summary.overloads, 1u);
@@ -212,7 +213,7 @@ TEST(CsvExport, SemicolonsTakeDecimalCommas) {
     ExportSummary summary;
     const std::string csv = exportText(in, ExportOptions{';', 2027}, summary);
     EXPECT_EQ(csv.substr(csv.find("\r\n") + 2),
-              "2027-03-02T10:00:00;1;1234,5;0,9;230;0,5;;;;;;;;;ok\r\n");
+              "2027-03-02T10:00:00;1;1234,5;0,9;230,0;0,5;;;;;;;;;ok\r\n");
     EXPECT_EQ(csv.substr(0, 12), "time;record;");
 }
 

@@ -167,7 +167,7 @@ TEST(Cli, ExportReadBackByPythonCsv) {
     // Standard output, and the same figures from stats.
     r = cli({"export", data, "--year", "2026"});
     EXPECT_EQ(r.status, 0);
-    EXPECT_TRUE(r.out.contains("\r\n2026-11-17T00:00:09,2,,0.9,230,0.5,,,,,,,,,overload\r\n"))
+    EXPECT_TRUE(r.out.contains("\r\n2026-11-17T00:00:09,2,,0.9,230.0,0.5,,,,,,,,,overload\r\n"))
         << r.out.toStdString();
     r = cli({"stats", data, "--year", "2026", "--format", "json"});
     EXPECT_EQ(r.status, 0) << r.err.toStdString();
