@@ -30,20 +30,7 @@ install_missing() {
 
 # Like install_missing, but a machine where they cannot be installed goes on without them.
 install_optional() {
-    local missing=()
-    for p in "$@"; do
-        dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")
-    done
-    [ ${#missing[@]} -eq 0 ] && return 0
-    if [ "$(id -u)" -eq 0 ]; then
-        echo "Installing: ${missing[*]}"
-        export DEBIAN_FRONTEND=noninteractive
-        apt-get update -qq || true
-        apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null ||
-            echo "Could not install ${missing[*]}: the tests that need them are skipped."
-    else
-        echo "Not installed: ${missing[*]} (the tests that need them are skipped)."
-    fi
+    (install_missing "$@") || echo "Could not install $*: the tests that need them are skipped."
 }
 
 configure() { # dir build-type extra-args...

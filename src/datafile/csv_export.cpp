@@ -106,9 +106,6 @@ std::string csvHeader(char separator) {
 
 std::string exportCsv(const std::string& inPath, std::FILE* out, const ExportOptions& options,
                       ExportSummary& summary, const ExportCallbacks& callbacks) {
-    plot::LineReader lines;
-    if (std::string problem = unreadable(inPath); !problem.empty() || !lines.open(inPath))
-        return problem.empty() ? "cannot read " + inPath : problem;
     const std::int64_t length = plot::fileLength(inPath);
     RecordingReader reader(options.downloadYear);
     std::string buffer = csvHeader(options.separator) + "\r\n";
@@ -118,39 +115,37 @@ std::string exportCsv(const std::string& inPath, std::FILE* out, const ExportOpt
         buffer.clear();
         return ok;
     };
-    std::string_view head;
-    std::uint64_t size = 0;
-    while (lines.next(head, size)) {
-        Entry e = reader.read(head);
-        if (size > head.size()) {
-            e.kind = EntryKind::Malformed;
-            e.problem = "a line of " + std::to_string(size) + " bytes, longer than any record";
-        }
-        ++summary.lines;
-        switch (e.kind) {
-        case EntryKind::Record:
-            ++summary.records;
-            summary.overloads += e.overload;
-            appendRow(buffer, e, options.separator);
-            break;
-        case EntryKind::LostCommunication:
-            ++summary.lostLines;
-            appendRow(buffer, e, options.separator);
-            break;
-        case EntryKind::Malformed:
-            ++summary.malformed;
-            if (callbacks.problem)
-                callbacks.problem(e);
-            break;
-        default:
-            break;
-        }
-        if (buffer.size() >= kFlushBytes && !flush())
-            return "cannot write the CSV: " + systemReason(errno);
-        if (callbacks.progress && summary.lines % kProgressEveryLines == 0 &&
-            !callbacks.progress(lines.position(), static_cast<std::uint64_t>(length)))
-            return "export cancelled";
-    }
+    std::string stopped;
+    const std::string error =
+        readRecording(inPath, reader, [&](const Entry& e, std::uint64_t position) {
+            ++summary.lines;
+            switch (e.kind) {
+            case EntryKind::Record:
+                ++summary.records;
+                summary.overloads += e.overload;
+                appendRow(buffer, e, options.separator);
+                break;
+            case EntryKind::LostCommunication:
+                ++summary.lostLines;
+                appendRow(buffer, e, options.separator);
+                break;
+            case EntryKind::Malformed:
+                ++summary.malformed;
+                if (callbacks.problem)
+                    callbacks.problem(e);
+                break;
+            default:
+                break;
+            }
+            if (buffer.size() >= kFlushBytes && !flush())
+                stopped = "cannot write the CSV: " + systemReason(errno);
+            else if (callbacks.progress && summary.lines % kProgressEveryLines == 0 &&
+                     !callbacks.progress(position, static_cast<std::uint64_t>(length)))
+                stopped = "export cancelled";
+            return stopped.empty();
+        });
+    if (!error.empty() || !stopped.empty())
+        return error.empty() ? stopped : error;
     if (!flush() || std::fflush(out) != 0)
         return "cannot write the CSV: " + systemReason(errno);
     return "";

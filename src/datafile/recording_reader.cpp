@@ -1,5 +1,7 @@
 #include "datafile/recording_reader.h"
 
+#include "plot/line_reader.h"
+
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
@@ -391,6 +393,25 @@ Entry RecordingReader::readLost(const std::string_view* f, Entry e) {
         return malformed(std::move(e));
     e.kind = EntryKind::LostCommunication;
     return e;
+}
+
+std::string readRecording(const std::string& path, RecordingReader& reader,
+                          const std::function<bool(const Entry&, std::uint64_t)>& each) {
+    plot::LineReader lines;
+    if (std::string problem = unreadable(path); !problem.empty() || !lines.open(path))
+        return problem.empty() ? "cannot read " + path : problem;
+    std::string_view head;
+    std::uint64_t size = 0;
+    while (lines.next(head, size)) {
+        Entry e = reader.read(head);
+        if (size > head.size()) {
+            e.kind = EntryKind::Malformed;
+            e.problem = "a line of " + std::to_string(size) + " bytes, longer than any record";
+        }
+        if (!each(e, lines.position()))
+            break;
+    }
+    return "";
 }
 
 } // namespace pa::datafile

@@ -10,6 +10,7 @@
 // the reason. Nothing is dropped without a word.
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -79,5 +80,11 @@ class RecordingReader {
     // A download's date never advances: a clock that goes back means the next day.
     std::int64_t downloadDayOffset_ = 0, lastDownloadTimeMs_ = INT64_MIN;
 };
+
+// Reads the recording at `path` line by line (memory stays flat) and hands each line's entry
+// to `each`, with the bytes read so far; `each` returns false to stop. A line longer than
+// any record is a malformed entry. Returns "" or why the file cannot be read.
+std::string readRecording(const std::string& path, RecordingReader& reader,
+                          const std::function<bool(const Entry&, std::uint64_t)>& each);
 
 } // namespace pa::datafile

@@ -1,7 +1,5 @@
 #include "datafile/recording_stats.h"
 
-#include "plot/line_reader.h"
-
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -178,22 +176,15 @@ void RecordingStats::finish() {
 
 std::string gatherStats(const std::string& path, int downloadYear, RecordingStats& stats,
                         const std::function<void(const Entry&)>& problem) {
-    plot::LineReader lines;
-    if (std::string problem = unreadable(path); !problem.empty() || !lines.open(path))
-        return problem.empty() ? "cannot read " + path : problem;
     RecordingReader reader(downloadYear, 1u << kQW | 1u << kQPF | 1u << kQV | 1u << kQA);
-    std::string_view head;
-    std::uint64_t size = 0;
-    while (lines.next(head, size)) {
-        Entry e = reader.read(head);
-        if (size > head.size()) {
-            e.kind = EntryKind::Malformed;
-            e.problem = "a line of " + std::to_string(size) + " bytes, longer than any record";
-        }
+    const std::string error = readRecording(path, reader, [&](const Entry& e, std::uint64_t) {
         if (e.kind == EntryKind::Malformed && problem)
             problem(e);
         stats.add(e);
-    }
+        return true;
+    });
+    if (!error.empty())
+        return error;
     stats.finish();
     return "";
 }
