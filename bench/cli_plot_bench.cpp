@@ -1,6 +1,10 @@
 // Plotting a 1,000,000-record data file to PNG, side by side with a peer:
 //   poweranalyzer-cli plot FILE --png OUT      versus
-//   gnuplot plotting the same column (the wattage) of the same file to PNG.
+//   gnuplot plotting the same column (the wattage) of the same file to PNG;
+// then the same file exported as CSV and its statistics (each target: under 0.5 s and under
+// 50 MB whatever the file's length):
+//   poweranalyzer-cli export FILE --out OUT.csv
+//   poweranalyzer-cli stats FILE --per hour
 // Each is run three times after a warm-up read of the file; the best wall time and the
 // largest resident memory are printed, and the ratio.
 // Usage: cli_plot_bench [DATAFILE]   (written when missing; default plot_1m.txt beside this
@@ -28,7 +32,8 @@ struct Run {
     bool ok = true;
 };
 
-Run runOnce(const std::vector<std::string>& argv) {
+// quiet: the program's standard output goes to /dev/null.
+Run runOnce(const std::vector<std::string>& argv, bool quiet = false) {
     std::vector<char*> args;
     for (const auto& a : argv)
         args.push_back(const_cast<char*>(a.c_str()));
@@ -36,6 +41,8 @@ Run runOnce(const std::vector<std::string>& argv) {
     const auto t0 = std::chrono::steady_clock::now();
     const pid_t pid = fork();
     if (pid == 0) {
+        if (quiet)
+            std::freopen("/dev/null", "w", stdout);
         execvp(args[0], args.data());
         _exit(127);
     }
@@ -49,10 +56,10 @@ Run runOnce(const std::vector<std::string>& argv) {
     return r;
 }
 
-Run best(const std::vector<std::string>& argv) {
+Run best(const std::vector<std::string>& argv, bool quiet = false) {
     Run b;
     for (int i = 0; i < kRuns; ++i) {
-        const Run r = runOnce(argv);
+        const Run r = runOnce(argv, quiet);
         b.ok = b.ok && r.ok;
         b.seconds = std::min(b.seconds, r.seconds);
         b.maxRssKb = std::max(b.maxRssKb, r.maxRssKb);
@@ -116,5 +123,14 @@ int main(int argc, char** argv) {
     } else {
         std::printf("gnuplot not installed (apt-get install gnuplot-nox): comparison skipped\n");
     }
-    return ours.ok ? 0 : 1;
+
+    const std::string csv = (here / "export.csv").string();
+    const Run exported = best({cli, "export", data, "--out", csv});
+    std::printf("poweranalyzer-cli export     : %7.3f s  max RSS %6.1f MB%s  (%.1f MB of CSV)\n",
+                exported.seconds, exported.maxRssKb / 1024.0, exported.ok ? "" : "  (FAILED)",
+                std::filesystem::exists(csv) ? std::filesystem::file_size(csv) / 1e6 : 0.0);
+    const Run stats = best({cli, "stats", data, "--per", "hour"}, true);
+    std::printf("poweranalyzer-cli stats      : %7.3f s  max RSS %6.1f MB%s\n", stats.seconds,
+                stats.maxRssKb / 1024.0, stats.ok ? "" : "  (FAILED)");
+    return ours.ok && exported.ok && stats.ok ? 0 : 1;
 }

@@ -151,5 +151,10 @@ int main(int argc, char** argv) {
     plotSeeds(root / "plot_file_fuzz");
     exchangeSeeds(root / "logger_exchange_fuzz");
     recordSeeds(root / "record_writer_fuzz");
+    // The export reads the same data files, and datalogger downloads.
+    plotSeeds(root / "recording_export_fuzz");
+    write(root / "recording_export_fuzz", "download",
+          "No.,Date,Time,Watts,PF,Volts,Amps\r\n1,12-31,23:59:59,116.4,0.9,230.0,0.6\r\n"
+          "2,12-31,00:00:00.4,OL,0.9,230.0,0.6\r\n");
     return 0;
 }

@@ -11,6 +11,9 @@
 
 int main(int argc, char** argv) {
     pa::app::ignoreFileSizeSignal();
+    for (int i = 1; i < argc; ++i)
+        if (std::string(argv[i]) == "--version")
+            return std::printf("poweranalyzer-sim %s\n", PA_VERSION), 0;
     const pa::sim::ParsedOptions parsed =
         pa::sim::parseSimOptions(std::vector<std::string>(argv + 1, argv + argc));
     if (!parsed.error.empty()) {

@@ -194,7 +194,8 @@ std::string simUsage() {
            "                 then takes its 8.5 s of wire time at 9600 baud)\n"
            "  --delay MS     hold every answer back MS milliseconds (a slow instrument)\n"
            "  --split MS     hand every answer over in two halves, MS milliseconds apart\n"
-           "  --help         this text\n";
+           "  --help         this text\n"
+           "  --version      the version\n";
 }
 
 } // namespace pa::sim

@@ -19,22 +19,37 @@
 
 int main(int argc, char** argv) {
     pa::app::ignoreFileSizeSignal();
-    QApplication app(argc, argv);
+    // The names come first: help and version are answered before a display is needed.
     QApplication::setApplicationName("poweranalyzer");
     QApplication::setApplicationDisplayName("Power Analyzer");
-    QApplication::setApplicationVersion("6.7");
+    QApplication::setApplicationVersion(PA_VERSION);
 
     QCommandLineParser parser;
     parser.setApplicationDescription("Desktop companion of the single-phase power analyzer.");
-    parser.addHelpOption();
-    parser.addVersionOption();
+    const QCommandLineOption help = parser.addHelpOption();
+    const QCommandLineOption version = parser.addVersionOption();
     QCommandLineOption simulate("simulate", "Start a simulated instrument and open it.");
     QCommandLineOption portOption("port", "Open this serial port (device path or COMn) at start.",
                                   "PATH");
     parser.addOption(simulate);
     parser.addOption(portOption);
-    parser.process(app);
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+    // Mistakes (and Qt's own options such as -platform) are dealt with once the application
+    // exists, below.
+    parser.parse(arguments);
+    if (parser.isSet(help)) {
+        std::fputs(qPrintable(parser.helpText()), stdout);
+        return 0;
+    }
+    if (parser.isSet(version)) {
+        std::printf("poweranalyzer %s\n", PA_VERSION);
+        return 0;
+    }
 
+    QApplication app(argc, argv);
+    parser.process(app);
     pa::app::ProgramState state;
     pa::qt::QtPort serial;
     pa::sim::PortRouter port(serial); // the system's ports, and a simulated one if asked for

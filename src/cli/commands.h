@@ -12,6 +12,8 @@ int plotCommand(const std::vector<std::string>& args);
 int recordCommand(const std::vector<std::string>& args);
 int loggerCommand(const std::vector<std::string>& args);
 int manualCommand(const std::vector<std::string>& args);
+int exportCommand(const std::vector<std::string>& args);
+int statsCommand(const std::vector<std::string>& args);
 
 // Shared by the subcommands.
 // Prints "poweranalyzer-cli: message" on standard error and returns 2.

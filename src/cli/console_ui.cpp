@@ -7,13 +7,14 @@
 
 namespace pa::cli {
 
-app::Answer ConsoleUi::message(const std::string& text, const std::string& title, app::Icon,
+app::Answer ConsoleUi::message(const std::string& text, const std::string&, app::Icon,
                                app::Buttons buttons) {
     std::string line = text;
     for (char& c : line)
         if (c == '\n' || c == '\r')
             c = ' ';
-    std::fprintf(stderr, "%s%s%s\n", title.c_str(), title.empty() ? "" : ": ", line.c_str());
+    // A window's title says nothing on a terminal; the program's name says who speaks.
+    std::fprintf(stderr, "poweranalyzer-cli: %s\n", line.c_str());
     return buttons == app::Buttons::YesNo ? app::Answer::No : app::Answer::Ok;
 }
 

@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QCoreApplication>
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <cstdio>
@@ -23,36 +24,112 @@ void setStopFlag(int) {
 struct Command {
     const char* name;
     int (*run)(const std::vector<std::string>&);
-    const char* usage;
+    const char* usage; // the synopsis, as listed by --help
+    const char* help;  // what `SUBCOMMAND --help` adds: what it does and its options
 };
 
+// One row per subcommand: an option added to a subcommand goes into its row only.
 const Command kCommands[] = {
     {"monitor", monitorCommand,
      "monitor (--port PATH | --simulate) [--interval SECONDS] [--count N]\n"
-     "          [--baud 9600|4800|2400|1200]\n"
+     "          [--baud 9600|4800|2400|1200] [--format tsv|csv]\n"
      "          [--mqtt HOST[:PORT] [--topic PREFIX] [--client-id ID]\n"
-     "           [--username U --password-file F] [--tls-ca FILE]]"},
+     "           [--username U --password-file F] [--tls-ca FILE]]",
+     "Prints the live readings, one line per sample, after a header line naming each\n"
+     "column with its unit.\n"
+     "  --port PATH       the instrument's serial port (/dev/ttyUSB0, COM3)\n"
+     "  --simulate        a simulated instrument instead\n"
+     "  --interval S      sampling time in seconds (0.4 or a whole number)\n"
+     "  --count N         stop after N samples (default: until Ctrl-C)\n"
+     "  --baud B          switch the instrument's link to this speed first\n"
+     "  --format F        tsv (tab-separated, the default) or csv\n"
+     "  --mqtt HOST[:PORT]  also publish each sample to this MQTT broker (port 1883, or\n"
+     "                    8883 with --tls-ca), with Home Assistant discovery\n"
+     "  --topic PREFIX    topics PREFIX/state and PREFIX/availability\n"
+     "                    (default poweranalyzer/HOSTNAME)\n"
+     "  --client-id ID    the MQTT client id (default poweranalyzer-HOSTNAME-PID)\n"
+     "  --username U --password-file F   log in to the broker\n"
+     "  --tls-ca FILE     connect with TLS, trusting this CA certificate\n"},
     {"pf", pfCommand,
      "pf --w W --pf PF --v V --a A --angle DEG --va VA --var VAR --hz HZ\n"
-     "          --target pf|a|va|var|angle|c VALUE"},
+     "          --target pf|a|va|var|angle|c VALUE",
+     "The power factor calculator of the Improve PF window: the present reading as the\n"
+     "main window shows it, and one target (c takes farads or a unit letter: 10u).\n"},
     {"plot", plotCommand,
      "plot FILE [--quantity 0..8] [--png OUT] [--pdf OUT] [--size WxH]\n"
-     "          [--zoom START END] [--stats] [--points] [--force]"},
+     "          [--zoom START END] [--stats] [--points] [--force]",
+     "Draws one quantity of a data file as the plot window does.\n"
+     "  --quantity N      0 Watt (default), 1 PF, 2 Volt, 3 Ampere, 4 Phase Angle, 5 VA,\n"
+     "                    6 VAR, 7 KWH, 8 Est. KWH\n"
+     "  --png OUT, --pdf OUT   write the chart (PNG at --size, default 1280x720)\n"
+     "  --zoom START END  records START to END (at most 3600)\n"
+     "  --stats           count, minimum, maximum, mean, standard deviation (under 3600)\n"
+     "  --points          the loaded points as CSV set,point,value,label\n"
+     "  --force           plot a file that fails the format check\n"},
     {"record", recordCommand,
      "record (--port PATH | --simulate) --out FILE [--interval SECONDS] [--count N]\n"
      "          [--period month|day|year] [--price P] [--hours H] [--start NUMBER]\n"
-     "          [--rotate daily]"},
+     "          [--rotate daily]",
+     "Records into FILE (created, or replaced) as File > Create Data File and Start\n"
+     "Recording > Now(Auto) do, echoing each line; ends after N records, on Ctrl-C or\n"
+     "on SIGTERM.\n"
+     "  --rotate daily    a new file each day: FILE with the date before its extension\n"
+     "                    (run.txt gives run-2026-11-23.txt), each with its header\n"},
     {"logger", loggerCommand,
      "logger (status | download --out FILE | read ADDRESS | write ADDRESS VALUE |\n"
      "          set id|clock|sampling|output VALUE | mode normal|max|min | selftest start|read)\n"
-     "          (--port PATH | --simulate)"},
-    {"manual", manualCommand, "manual"},
+     "          (--port PATH | --simulate)",
+     "Drives the instrument's datalogger: its status block, a download of every record\n"
+     "(appended to FILE), one byte of its memory, its settings, mode and self-test.\n"},
+    {"export", exportCommand, "export FILE [--out OUT.csv] [--sep ,|;] [--year YYYY]",
+     "Writes a recording (a data file or a datalogger download) as CSV that spreadsheets\n"
+     "and scripts read at once: a header row with units, ISO 8601 local time stamps,\n"
+     "plain numbers, an empty cell for an overload or a missing number, and a status\n"
+     "column (ok, overload, no_com). Malformed lines are reported with their number on\n"
+     "standard error and left out (exit status 1).\n"
+     "  --out OUT.csv     the CSV file (default: standard output)\n"
+     "  --sep ;           semicolons and decimal commas, for spreadsheets of\n"
+     "                    decimal-comma countries (default: commas, decimal points)\n"
+     "  --year YYYY       the year of a download file's records, which hold none\n"
+     "                    (default: the current year)\n"},
+    {"stats", statsCommand,
+     "stats FILE [--per day|hour] [--format text|csv|json] [--price P] [--year YYYY]",
+     "Statistics of a recording of any length: records and lost-communication lines\n"
+     "(and how long the instrument was silent), first and last time, minimum and maximum\n"
+     "of W, PF, V and A with their times, mean and standard deviation, and the energy\n"
+     "(each record's W held until the next, as the main window counts it).\n"
+     "Malformed lines are reported with their number and left out (exit status 1).\n"
+     "  --per day|hour    the same per day or per hour as well\n"
+     "  --format F        text (default), csv or json\n"
+     "  --price P         price per kWh for the cost (default: the one the file's cost\n"
+     "                    column implies)\n"
+     "  --year YYYY       the year of a download file's records (default: this year)\n"},
+    {"manual", manualCommand, "manual",
+     "Lists the Help > User Manual items with the manual each opens.\n"},
 };
 
 void printUsage(std::FILE* to) {
     std::fputs("usage: poweranalyzer-cli COMMAND [OPTIONS]\n\ncommands:\n", to);
     for (const Command& c : kCommands)
         std::fprintf(to, "  %s\n", c.usage);
+    std::fputs("\n'poweranalyzer-cli COMMAND --help' describes one command; --version prints "
+               "the version.\n",
+               to);
+}
+
+void printHelp(const Command& c) {
+    std::printf("usage: poweranalyzer-cli %s\n\n%s", c.usage, c.help);
+}
+
+bool asks(const std::vector<std::string>& args, const char* option) {
+    return std::find(args.begin(), args.end(), option) != args.end();
+}
+
+// Qt's own notes (such as a missing XDG_RUNTIME_DIR) are noise on a terminal; its errors
+// still show, with the program's name.
+void quietQt(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    if (type == QtCriticalMsg || type == QtFatalMsg)
+        std::fprintf(stderr, "poweranalyzer-cli: %s\n", qPrintable(message));
 }
 
 } // namespace
@@ -75,7 +152,29 @@ bool stopRequested() {
 
 int main(int argc, char** argv) {
     pa::app::ignoreFileSizeSignal();
+    using namespace pa::cli;
     std::vector<std::string> args(argv + 1, argv + argc);
+    // Help and version need neither the instrument nor Qt.
+    if (args.empty())
+        return printUsage(stderr), 2;
+    if (args[0] == "--help" || args[0] == "-h")
+        return printUsage(stdout), 0;
+    if (args[0] == "--version")
+        return std::printf("poweranalyzer-cli %s\n", PA_VERSION), 0;
+    for (const Command& c : kCommands) {
+        if (args[0] != c.name)
+            continue;
+        if (asks(args, "--help") || asks(args, "-h"))
+            return printHelp(c), 0;
+        if (asks(args, "--version"))
+            return std::printf("poweranalyzer-cli %s\n", PA_VERSION), 0;
+    }
+    qInstallMessageHandler(quietQt);
+    // Reading files needs no Qt at all.
+    if (args[0] == "export" || args[0] == "stats") {
+        const auto run = args[0] == "export" ? exportCommand : statsCommand;
+        return run(std::vector<std::string>(args.begin() + 1, args.end()));
+    }
     // Drawing (plot) needs widgets; without a chosen platform it draws offscreen.
     const bool widgets = !args.empty() && args[0] == "plot";
     if (widgets && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
@@ -83,10 +182,6 @@ int main(int argc, char** argv) {
     std::unique_ptr<QCoreApplication> app = widgets
                                                 ? std::make_unique<QApplication>(argc, argv)
                                                 : std::make_unique<QCoreApplication>(argc, argv);
-    if (args.empty())
-        return pa::cli::printUsage(stderr), 2;
-    if (args[0] == "--help" || args[0] == "-h")
-        return pa::cli::printUsage(stdout), 0;
     for (const auto& c : pa::cli::kCommands) {
         if (args[0] == c.name) {
             args.erase(args.begin());

@@ -1,14 +1,15 @@
 // poweranalyzer-cli monitor: the live cycle without a window, one line per sample.
 //
 //   poweranalyzer-cli monitor (--port PATH | --simulate) [--interval SECONDS] [--count N]
-//                             [--baud 9600|4800|2400|1200]
+//                             [--baud 9600|4800|2400|1200] [--format tsv|csv]
 //                             [--mqtt HOST[:PORT] [--topic PREFIX] [--client-id ID]
 //                              [--username U --password-file F] [--tls-ca FILE]]
 //
-// Each line holds the clock text, then W, PF, V, A, phase angle, VA, VAR, Hz and KWH as the
-// main window shows them, separated by tabs; while the instrument is silent, the clock text
-// and the window's warning ("NO COM"). With --mqtt each sample is also published to the
-// broker (see mqtt_publisher.h); the summary of what was sent ends the run.
+// A header line names each column with its unit; then each line holds the clock text, W,
+// PF, V, A, phase angle, VA, VAR, Hz and KWH as the main window shows them, separated by
+// tabs (or commas with --format csv); while the instrument is silent, the clock text and the
+// window's warning ("NO COM"). With --mqtt each sample is also published to the broker (see
+// mqtt_publisher.h); the summary of what was sent ends the run.
 #include "cli/commands.h"
 #include "cli/live_session.h"
 #include "cli/mqtt_publisher.h"
@@ -31,7 +32,22 @@ struct MonitorOptions {
     long count = -1; // until interrupted
     int baudIndex = -1;
     MqttOptions mqtt;
+    char separator = '\t';
 };
+
+// The columns of a monitor line, named with their units.
+constexpr const char* kColumns[] = {"time",      "W",  "PF",  "V",  "A",
+                                    "angle_deg", "VA", "VAR", "Hz", "kWh"};
+
+// A display text as a field: quoted only where it holds the separator or a quote.
+std::string field(const std::string& text, char separator) {
+    if (text.find_first_of(std::string{separator, '"'}) == std::string::npos)
+        return text;
+    std::string quoted = "\"";
+    for (char c : text)
+        quoted += c == '"' ? std::string("\"\"") : std::string(1, c);
+    return quoted + "\"";
+}
 
 // Parses the options after the subcommand; returns an error text or "".
 std::string parseMonitor(const std::vector<std::string>& args, MonitorOptions& o) {
@@ -46,12 +62,17 @@ std::string parseMonitor(const std::vector<std::string>& args, MonitorOptions& o
                 return mqttError;
         } else if (a == "--simulate") {
             o.simulate = true;
-        } else if (a == "--port" || a == "--interval" || a == "--count" || a == "--baud") {
+        } else if (a == "--port" || a == "--interval" || a == "--count" || a == "--baud" ||
+                   a == "--format") {
             const std::string* v = value();
             if (!v)
                 return a + " needs a value";
             if (a == "--port") {
                 o.port = *v;
+            } else if (a == "--format") {
+                if (*v != "tsv" && *v != "csv")
+                    return "--format takes tsv or csv";
+                o.separator = *v == "csv" ? ',' : '\t';
             } else if (a == "--interval") {
                 o.interval = *v;
             } else if (a == "--count") {
@@ -87,6 +108,11 @@ int monitor(const MonitorOptions& o) {
             return fail(error);
     }
     long printed = 0;
+    std::string header;
+    for (const char* column : kColumns)
+        header += (header.empty() ? "" : std::string(1, o.separator)) + column;
+    std::printf("%s\n", header.c_str());
+    std::fflush(stdout);
     const auto print = [&](const std::string& line) {
         std::printf("%s\n", line.c_str());
         std::fflush(stdout);
@@ -95,10 +121,10 @@ int monitor(const MonitorOptions& o) {
     };
     session.cycle.setSampleListener([&] {
         const auto& r = session.cycle.readouts();
-        std::string line = r.clockText;
+        std::string line = field(r.clockText, o.separator);
         for (int p : {pa::live::kW, pa::live::kPF, pa::live::kV, pa::live::kA, pa::live::kAngle,
                       pa::live::kVA, pa::live::kVAR, pa::live::kHz, pa::live::kKWH})
-            line += "\t" + r.Panel3D2[p];
+            line += o.separator + field(r.Panel3D2[p], o.separator);
         if (publisher)
             publisher->publish(r);
         print(line);
@@ -111,7 +137,7 @@ int monitor(const MonitorOptions& o) {
         if (!r.warningVisible || r.clockText.empty() || r.clockText == lastSilent)
             return;
         lastSilent = r.clockText;
-        print(r.clockText + "\t" + r.warning);
+        print(field(r.clockText, o.separator) + o.separator + field(r.warning, o.separator));
     };
 
     if (!o.interval.empty())

@@ -8,7 +8,7 @@
 // when it holds a comma). A file that fails the format check is refused unless --force.
 #include "cli/commands.h"
 #include "cli/console_ui.h"
-#include "datafile/data_folder.h"
+#include "datafile/recording_reader.h"
 #include "plot/PlotFile.h"
 #include "plot/line_reader.h"
 #include "text/leading_number.h"
@@ -100,7 +100,8 @@ class PlotUi : public ConsoleUi {
     app::Answer message(const std::string& text, const std::string& title, app::Icon icon,
                         app::Buttons buttons) override {
         if (buttons == app::Buttons::YesNo) {
-            std::fprintf(stderr, "%s: %s\n", text.c_str(), force_ ? "yes (--force)" : "no");
+            std::fprintf(stderr, "poweranalyzer-cli: %s: %s\n", text.c_str(),
+                         force_ ? "yes (--force)" : "no (give --force to plot it anyway)");
             return force_ ? app::Answer::Yes : app::Answer::No;
         }
         return ConsoleUi::message(text, title, icon, buttons);
@@ -148,8 +149,8 @@ int plotCommand(const std::vector<std::string>& args) {
     PlotOptions o;
     if (const std::string error = parsePlot(args, o); !error.empty())
         return fail(error);
-    if (const std::string why = datafile::notAFileReason(o.file); !why.empty())
-        return fail("cannot read " + o.file + ": " + why);
+    if (const std::string problem = datafile::unreadable(o.file); !problem.empty())
+        return fail(problem);
     if (plot::fileLength(o.file) < 0)
         return fail("cannot read " + o.file);
 

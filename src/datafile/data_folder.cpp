@@ -139,7 +139,7 @@ std::string notAFileReason(const std::string& path) {
     if (kind == fs::file_type::directory)
         return "it is a folder, not a file";
     if (ec)
-        return ec.message();
+        return systemReason(ec.value());
     return "it is not a regular file (a pipe, device or socket)";
 }
 

@@ -1,6 +1,7 @@
 #include "plot/PlotFile.h"
 
 #include "datafile/data_folder.h"
+#include "ui/ExportRecording.h"
 
 #include <QActionGroup>
 #include <QApplication>
@@ -173,6 +174,9 @@ void PlotFile::buildMenus() {
     QAction* open = file->addAction("&Open Data File...", this, &PlotFile::openfileforplot);
     open->setObjectName("openfileforplot");
     open->setShortcut(QKeySequence::Open);
+    file->addAction("&Export to CSV...", this,
+                    [this] { ui::exportRecording(ui_, this, document_.fileName()); })
+        ->setObjectName("exportCsv");
     file->addSeparator();
     file->addAction("E&xit", QKeySequence::Close, this, &PlotFile::exit_plot)
         ->setObjectName("exit_plot");

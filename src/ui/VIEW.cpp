@@ -1,6 +1,7 @@
 #include "ui/VIEW.h"
 
 #include "datafile/data_folder.h"
+#include "ui/ExportRecording.h"
 #include "ui/captions.h"
 
 #include <QActionGroup>
@@ -148,6 +149,8 @@ VIEW::VIEW(app::Ui& ui, int language, QWidget* parent)
             openPath(index_.path());
     });
     reload_->setShortcut(QKeySequence::Refresh);
+    export_ = fileMenu_->addAction(QString(), this,
+                                   [this] { exportRecording(ui_, this, index_.path()); });
     fileMenu_->addSeparator();
     print_ = fileMenu_->addAction(QString(), this, &VIEW::printFromMenu);
     print_->setShortcut(QKeySequence::Print);
@@ -184,6 +187,7 @@ void VIEW::applyCaptions(int language) {
     fileMenu_->setTitle(captionText(Caption::MenuFile, language));
     open_->setText(captionText(Caption::ViewerOpen, language));
     reload_->setText(captionText(Caption::ViewerReload, language));
+    export_->setText(captionText(Caption::ViewerExport, language));
     print_->setText(captionText(Caption::PrintButton, language) + "...");
     orientationMenu_->setTitle(captionText(Caption::ViewerOrientation, language));
     portrait_->setText(captionText(Caption::ViewerPortrait, language));

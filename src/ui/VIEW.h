@@ -93,6 +93,7 @@ class VIEW : public QMainWindow {
     QMenu* orientationMenu_ = nullptr;
     QAction* open_ = nullptr;
     QAction* reload_ = nullptr;
+    QAction* export_ = nullptr;
     QAction* print_ = nullptr;
     QAction* portrait_ = nullptr;
     QAction* landscape_ = nullptr;

@@ -101,6 +101,7 @@ const std::array<Pair, static_cast<std::size_t>(Caption::Count)> kTable{{
     {"No readings yet", "尚無讀值"},
     {"Clear every reading of the trend?", "清除趨勢圖的所有讀值?"},
     {"Could not save", "無法儲存"},
+    {"&Export to CSV...", "匯出為 CSV 檔(&E)..."},
 }};
 
 } // namespace

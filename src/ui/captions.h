@@ -95,6 +95,7 @@ enum class Caption {
     TrendEmpty,
     TrendClearQuestion,
     TrendCannotSave,
+    ViewerExport, // the viewer's File > Export to CSV
     Count
 };
 

@@ -58,7 +58,8 @@ dpkg-deb -e "$deb" "$out/control"
 
 dpkg-deb -x "$deb" "$out/root"
 lines=$("$out/root/usr/bin/poweranalyzer-cli" monitor --simulate --count 3)
-[ "$(printf '%s\n' "$lines" | wc -l)" -eq 3 ] || fail "monitor printed:
+# A header line naming the columns, then the three samples.
+[ "$(printf '%s\n' "$lines" | wc -l)" -eq 4 ] || fail "monitor printed:
 $lines"
 manual=$("$out/root/usr/bin/poweranalyzer-cli" manual) || fail "manual: $manual"
 grep -qx "English: $out/root/usr/lib/poweranalyzer/help/KV2260-SW-HELP-EN_V6.7.pdf" \

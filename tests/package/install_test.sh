@@ -29,8 +29,10 @@ got=$("$prefix/bin/poweranalyzer-cli" manual) || status=$?
 $got"
 
 lines=$("$prefix/bin/poweranalyzer-cli" monitor --simulate --count 3)
-[ "$(printf '%s\n' "$lines" | wc -l)" -eq 3 ] || fail "monitor printed:
+[ "$(printf '%s\n' "$lines" | wc -l)" -eq 4 ] || fail "monitor printed:
 $lines"
+[ "$(printf '%s\n' "$lines" | head -1)" = "$(printf 'time\tW\tPF\tV\tA\tangle_deg\tVA\tVAR\tHz\tkWh')" ] ||
+    fail "monitor header: $(printf '%s\n' "$lines" | head -1)"
 while IFS= read -r line; do
     fields=$(printf '%s' "$line" | awk -F'\t' '{print NF}')
     [ "$fields" -eq 10 ] || fail "monitor line with $fields fields: $line"

@@ -1,0 +1,186 @@
+#include "datafile/csv_export.h"
+
+#include "plot/line_reader.h"
+
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+
+namespace pa::datafile {
+namespace {
+
+constexpr const char* kColumns[] = {"time",          "record", "W",     "PF",  "V",       "A",
+                                    "angle_deg",     "VA",     "VAR",   "kWh", "est_kWh", "period",
+                                    "hours_per_day", "cost",   "status"};
+constexpr std::size_t kFlushBytes = 1 << 20;
+constexpr std::uint64_t kProgressEveryLines = 1 << 16;
+
+std::filesystem::path toPath(const std::string& utf8) {
+    return std::filesystem::path(
+        std::u8string(reinterpret_cast<const char8_t*>(utf8.data()), utf8.size()));
+}
+
+// A number as the recording wrote it when that is already plain decimal notation (a "0" put
+// before a leading point); otherwise (an exponent) in fixed notation with the fewest digits
+// that read back to the same value. With ';' the decimal mark is a comma.
+void appendNumber(std::string& out, const FieldValue& v, char separator) {
+    if (!v.number)
+        return;
+    const std::size_t start = out.size();
+    if (v.plain) {
+        const bool negative = v.text.front() == '-';
+        std::string_view digits = v.text.substr(negative ? 1 : 0);
+        if (negative)
+            out += '-';
+        if (digits.front() == '.')
+            out += '0';
+        out += digits;
+    } else {
+        char buffer[400];
+        const auto r =
+            std::to_chars(buffer, buffer + sizeof buffer, *v.number, std::chars_format::fixed);
+        if (r.ec != std::errc())
+            return;
+        out.append(buffer, r.ptr);
+    }
+    if (separator == ';')
+        for (std::size_t i = start; i < out.size(); ++i)
+            if (out[i] == '.')
+                out[i] = ',';
+}
+
+void appendText(std::string& out, std::string_view text, char separator) {
+    if (text.find_first_of(std::string{separator, '"', '\r', '\n'}) == std::string_view::npos) {
+        out += text;
+        return;
+    }
+    out += '"';
+    for (char c : text) {
+        if (c == '"')
+            out += '"';
+        out += c;
+    }
+    out += '"';
+}
+
+void appendRow(std::string& out, const Entry& e, char sep) {
+    out += isoTime(e.timeMs);
+    out += sep;
+    if (e.kind == EntryKind::LostCommunication) {
+        out.append(13, sep);
+        out += "no_com\r\n";
+        return;
+    }
+    appendNumber(out, e.record, sep);
+    for (const FieldValue& v : e.values) {
+        out += sep;
+        appendNumber(out, v, sep);
+    }
+    out += sep;
+    appendText(out, e.period, sep);
+    out += sep;
+    appendNumber(out, e.hoursPerDay, sep);
+    out += sep;
+    appendNumber(out, e.cost, sep);
+    out += sep;
+    out += e.overload ? "overload\r\n" : "ok\r\n";
+}
+
+std::string systemReason(int error) {
+    return std::strerror(error);
+}
+
+} // namespace
+
+std::string csvHeader(char separator) {
+    std::string header;
+    for (const char* c : kColumns) {
+        if (!header.empty())
+            header += separator;
+        header += c;
+    }
+    return header;
+}
+
+std::string exportCsv(const std::string& inPath, std::FILE* out, const ExportOptions& options,
+                      ExportSummary& summary, const ExportCallbacks& callbacks) {
+    const std::int64_t length = plot::fileLength(inPath);
+    RecordingReader reader(options.downloadYear);
+    std::string buffer = csvHeader(options.separator) + "\r\n";
+    buffer.reserve(kFlushBytes + 4096);
+    auto flush = [&] {
+        const bool ok = std::fwrite(buffer.data(), 1, buffer.size(), out) == buffer.size();
+        buffer.clear();
+        return ok;
+    };
+    std::string stopped;
+    const std::string error =
+        readRecording(inPath, reader, [&](const Entry& e, std::uint64_t position) {
+            ++summary.lines;
+            switch (e.kind) {
+            case EntryKind::Record:
+                ++summary.records;
+                summary.overloads += e.overload;
+                appendRow(buffer, e, options.separator);
+                break;
+            case EntryKind::LostCommunication:
+                ++summary.lostLines;
+                appendRow(buffer, e, options.separator);
+                break;
+            case EntryKind::Malformed:
+                ++summary.malformed;
+                if (callbacks.problem)
+                    callbacks.problem(e);
+                break;
+            default:
+                break;
+            }
+            if (buffer.size() >= kFlushBytes && !flush())
+                stopped = "cannot write the CSV: " + systemReason(errno);
+            else if (callbacks.progress && summary.lines % kProgressEveryLines == 0 &&
+                     !callbacks.progress(position, static_cast<std::uint64_t>(length)))
+                stopped = "export cancelled";
+            return stopped.empty();
+        });
+    if (!error.empty() || !stopped.empty())
+        return error.empty() ? stopped : error;
+    if (!flush() || std::fflush(out) != 0)
+        return "cannot write the CSV: " + systemReason(errno);
+    return "";
+}
+
+std::string exportCsvFile(const std::string& inPath, const std::string& outPath,
+                          const ExportOptions& options, ExportSummary& summary,
+                          const ExportCallbacks& callbacks) {
+    const std::filesystem::path target = toPath(outPath);
+    std::filesystem::path partial = target;
+    partial += ".part";
+    std::FILE* out = std::fopen(partial.c_str(), "wb");
+    if (!out)
+        return "cannot write " + outPath + ": " + systemReason(errno);
+    std::string error = exportCsv(inPath, out, options, summary, callbacks);
+    if (const std::string_view unnamed = "cannot write the CSV"; error.starts_with(unnamed))
+        error.replace(0, unnamed.size(), "cannot write " + outPath);
+    if (std::fclose(out) != 0 && error.empty())
+        error = "cannot write " + outPath + ": " + systemReason(errno);
+    std::error_code ec;
+    if (error.empty()) {
+        std::filesystem::rename(partial, target, ec);
+        if (ec)
+            error = "cannot write " + outPath + ": " + ec.message();
+    }
+    if (!error.empty())
+        std::filesystem::remove(partial, ec);
+    return error;
+}
+
+std::string csvNameFor(const std::string& inPath) {
+    std::filesystem::path p = toPath(inPath);
+    p.replace_extension(".csv");
+    const std::u8string s = p.u8string();
+    return std::string(s.begin(), s.end());
+}
+
+} // namespace pa::datafile

@@ -1,0 +1,413 @@
+#include "datafile/recording_reader.h"
+
+#include "datafile/data_folder.h"
+#include "plot/line_reader.h"
+
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+namespace pa::datafile {
+namespace {
+
+constexpr std::int64_t kMsPerDay = 86'400'000;
+constexpr std::string_view kLostNotice = "NO COM, DATA LOST";
+
+// A record line of a data file has eleven commas: twelve fields, the last holding the
+// energy per period, the period, the hours per day and the cost.
+constexpr int kDataFields = 12;
+// A download line: number, date, time, watts, PF, volts, amps.
+constexpr int kDownloadFields = 7;
+
+// The unit each value field of a data file ends with, in the order of Quantity.
+constexpr std::string_view kDataSuffix[] = {"W", "PF", "V", "A", "", "VA", "VAR", "KWH"};
+
+std::string_view trim(std::string_view s) {
+    while (!s.empty() && (s.front() == ' ' || s.front() == '\t'))
+        s.remove_prefix(1);
+    while (!s.empty() && (s.back() == ' ' || s.back() == '\t' || s.back() == '\r'))
+        s.remove_suffix(1);
+    return s;
+}
+
+// Plain decimals ("-123.45", ".980") are most of what recordings hold: read at once, as
+// an exact whole number divided by an exact power of ten, which rounds as from_chars does.
+constexpr double kPowersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                   1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+constexpr int kPlainDigits = 15; // every such whole number is exact in a double
+
+std::optional<double> plainDecimal(std::string_view s) {
+    const bool negative = !s.empty() && s[0] == '-';
+    std::size_t i = negative ? 1 : 0;
+    std::int64_t whole = 0;
+    int digitCount = 0, decimals = -1;
+    for (; i < s.size(); ++i) {
+        const char c = s[i];
+        if (c >= '0' && c <= '9') {
+            if (++digitCount > kPlainDigits)
+                return std::nullopt;
+            whole = whole * 10 + (c - '0');
+            if (decimals >= 0)
+                ++decimals;
+        } else if (c == '.' && decimals < 0) {
+            decimals = 0;
+        } else {
+            return std::nullopt;
+        }
+    }
+    if (digitCount == 0)
+        return std::nullopt;
+    const double v = static_cast<double>(whole) / kPowersOfTen[decimals < 0 ? 0 : decimals];
+    return negative ? -v : v;
+}
+
+// The whole text as a number in C notation, or nothing.
+std::optional<double> number(std::string_view s) {
+    s = trim(s);
+    if (s.empty())
+        return std::nullopt;
+    if (const auto plain = plainDecimal(s))
+        return plain;
+    double v = 0;
+    const auto [end, ec] = std::from_chars(s.data(), s.data() + s.size(), v);
+    if (ec != std::errc() || end != s.data() + s.size())
+        return std::nullopt;
+    return v;
+}
+
+bool isOverload(std::string_view s) {
+    s = trim(s);
+    return s.starts_with("OL") || s.starts_with("-OL");
+}
+
+FieldValue fieldValue(std::string_view text, std::string_view suffix) {
+    text = trim(text);
+    if (!suffix.empty() && text.ends_with(suffix))
+        text = trim(text.substr(0, text.size() - suffix.size())); // " 0.98 PF"
+    FieldValue v;
+    if (text.empty())
+        return v;
+    if ((v.number = plainDecimal(text))) {
+        v.text = text;
+        v.plain = true;
+        return v;
+    }
+    v.overload = isOverload(text);
+    if (!v.overload)
+        v.number = number(text);
+    if (v.number)
+        v.text = text;
+    return v;
+}
+
+// Splits at the first `count - 1` commas; the last piece keeps any further commas.
+// Returns the number of pieces found.
+int splitFields(std::string_view line, std::string_view* out, int count) {
+    int n = 0;
+    const char* p = line.data();
+    const char* const end = p + line.size();
+    while (n < count - 1) {
+        const char* comma = static_cast<const char*>(std::memchr(p, ',', end - p));
+        if (!comma)
+            break;
+        out[n++] = std::string_view(p, comma - p);
+        p = comma + 1;
+    }
+    out[n++] = std::string_view(p, end - p);
+    return n;
+}
+
+bool digits(std::string_view s, int& out) {
+    if (s.empty())
+        return false;
+    const auto [end, ec] = std::from_chars(s.data(), s.data() + s.size(), out);
+    return ec == std::errc() && end == s.data() + s.size();
+}
+
+// "mm-dd-yyyy" (a data file) or "mm-dd" (a download, with the year given).
+std::optional<std::int64_t> parseDate(std::string_view s, int yearIfMissing) {
+    s = trim(s);
+    int month = 0, day = 0, year = yearIfMissing;
+    if (s.size() < 5 || s[2] != '-' || !digits(s.substr(0, 2), month) ||
+        !digits(s.substr(3, 2), day))
+        return std::nullopt;
+    if (s.size() > 5 && (s[5] != '-' || !digits(s.substr(6), year)))
+        return std::nullopt;
+    if (month < 1 || month > 12 || day < 1 || day > 31)
+        return std::nullopt;
+    return daysFromCivil(year, month, day);
+}
+
+// "hh:mm:ss", "hh:mm:ss.s": milliseconds since midnight.
+std::optional<std::int64_t> parseClock(std::string_view s) {
+    s = trim(s);
+    const auto c1 = s.find(':');
+    const auto c2 = c1 == std::string_view::npos ? c1 : s.find(':', c1 + 1);
+    int h = 0, m = 0;
+    if (c2 == std::string_view::npos || !digits(s.substr(0, c1), h) ||
+        !digits(s.substr(c1 + 1, c2 - c1 - 1), m))
+        return std::nullopt;
+    const auto seconds = number(s.substr(c2 + 1));
+    if (!seconds || h < 0 || h > 23 || m < 0 || m > 59 || *seconds < 0 || *seconds >= 60)
+        return std::nullopt;
+    return (h * 3600 + m * 60) * std::int64_t{1000} +
+           static_cast<std::int64_t>(*seconds * 1000 + 0.5);
+}
+
+void civilFromDays(std::int64_t z, int& y, int& m, int& d) {
+    z += 719468;
+    const std::int64_t era = (z >= 0 ? z : z - 146096) / 146097;
+    const auto doe = static_cast<unsigned>(z - era * 146097);
+    const unsigned yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+    const unsigned doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+    const unsigned mp = (5 * doy + 2) / 153;
+    d = static_cast<int>(doy - (153 * mp + 2) / 5 + 1);
+    m = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
+    y = static_cast<int>(yoe + era * 400 + (m <= 2));
+}
+
+std::int64_t floorDiv(std::int64_t a, std::int64_t b) {
+    return a / b - ((a % b != 0) && ((a < 0) != (b < 0)));
+}
+
+// Writes n as `width` digits with leading zeros.
+char* putDigits(char* p, int n, int width) {
+    for (int i = width - 1; i >= 0; --i, n /= 10)
+        p[i] = static_cast<char>('0' + n % 10);
+    return p + width;
+}
+
+// "yyyy-mm-dd" into p, returns the end.
+char* putDay(char* p, std::int64_t timeMs) {
+    int y = 0, m = 0, d = 0;
+    civilFromDays(floorDiv(timeMs, kMsPerDay), y, m, d);
+    p = putDigits(p, y, 4);
+    *p++ = '-';
+    p = putDigits(p, m, 2);
+    *p++ = '-';
+    return putDigits(p, d, 2);
+}
+
+} // namespace
+
+std::string unreadable(const std::string& path) {
+    // Looked at before opening: a pipe would hold the reader waiting for a writer.
+    if (const std::string why = notAFileReason(path); !why.empty())
+        return "cannot read " + path + ": " + why;
+    if (std::ifstream in(pathFromUtf8(path), std::ios::binary); !in)
+        return "cannot read " + path + ": " + systemReason(errno);
+    return "";
+}
+
+std::int64_t daysFromCivil(int year, int month, int day) {
+    year -= month <= 2;
+    const std::int64_t era = (year >= 0 ? year : year - 399) / 400;
+    const auto yoe = static_cast<unsigned>(year - era * 400);
+    const unsigned doy = (153 * (month > 2 ? month - 3 : month + 9) + 2) / 5 + day - 1;
+    const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
+    return era * 146097 + static_cast<std::int64_t>(doe) - 719468;
+}
+
+std::string isoTime(std::int64_t timeMs) {
+    char buffer[32];
+    char* p = putDay(buffer, timeMs);
+    std::int64_t ms = timeMs - floorDiv(timeMs, kMsPerDay) * kMsPerDay;
+    *p++ = 'T';
+    p = putDigits(p, static_cast<int>(ms / 3'600'000), 2);
+    *p++ = ':';
+    p = putDigits(p, static_cast<int>(ms / 60'000 % 60), 2);
+    *p++ = ':';
+    p = putDigits(p, static_cast<int>(ms / 1000 % 60), 2);
+    if (int fraction = static_cast<int>(ms % 1000); fraction != 0) {
+        *p++ = '.';
+        int width = 3;
+        while (fraction % 10 == 0)
+            fraction /= 10, --width;
+        p = putDigits(p, fraction, width);
+    }
+    return std::string(buffer, p);
+}
+
+std::string isoDay(std::int64_t timeMs) {
+    char buffer[16];
+    return std::string(buffer, putDay(buffer, timeMs));
+}
+
+std::string isoHour(std::int64_t timeMs) {
+    std::string day = isoDay(timeMs);
+    const std::int64_t ms = timeMs - floorDiv(timeMs, kMsPerDay) * kMsPerDay;
+    char hour[3];
+    putDigits(hour, static_cast<int>(ms / 3'600'000), 2);
+    return day + "T" + std::string(hour, 2);
+}
+
+std::string durationText(std::int64_t ms) {
+    const std::int64_t days = ms / kMsPerDay;
+    ms %= kMsPerDay;
+    char buffer[48];
+    char* p = buffer;
+    if (days > 0)
+        p = std::to_chars(p, buffer + 20, days).ptr, *p++ = 'd', *p++ = ' ';
+    p = putDigits(p, static_cast<int>(ms / 3'600'000), 2);
+    *p++ = ':';
+    p = putDigits(p, static_cast<int>(ms / 60'000 % 60), 2);
+    *p++ = ':';
+    p = putDigits(p, static_cast<int>(ms / 1000 % 60), 2);
+    *p++ = '.';
+    p = putDigits(p, static_cast<int>(ms % 1000 / 100), 1);
+    return std::string(buffer, p);
+}
+
+Entry RecordingReader::read(std::string_view line) {
+    Entry e;
+    e.lineNumber = ++lineNumber_;
+    if (!line.empty() && line.back() == '\r')
+        line.remove_suffix(1);
+    const std::string_view text = trim(line);
+    if (text.empty())
+        return e;
+    if (text.starts_with("No.s,")) {
+        e.kind = EntryKind::Header;
+        return e;
+    }
+    if (text.starts_with("No.,Date,Time")) {
+        e.kind = EntryKind::Header;
+        lastDownloadTimeMs_ = INT64_MIN;
+        downloadDayOffset_ = 0;
+        return e;
+    }
+    std::string_view fields[kDataFields];
+    const int n = splitFields(line, fields, kDataFields);
+    // " mm-dd-yyyy,hh:mm:ss.s, NO COM, DATA LOST, !, ..."
+    if (n >= 4 && trim(fields[2]) == kLostNotice.substr(0, 6) &&
+        trim(fields[3]).starts_with(kLostNotice.substr(8)))
+        return readLost(fields, e);
+    if (n == kDataFields)
+        return readDataRecord(fields, e);
+    if (n == kDownloadFields)
+        return readDownloadRecord(fields, e);
+    e.kind = EntryKind::Malformed;
+    e.problem = "not a record, header or lost-communication line (" + std::to_string(n) +
+                " comma-separated fields; a record has " + std::to_string(kDataFields) +
+                ", a download record " + std::to_string(kDownloadFields) + ")";
+    return e;
+}
+
+namespace {
+
+// Fills the time from a date and a clock field; false (with the problem) when either is
+// not one.
+bool readTime(Entry& e, std::string_view date, std::string_view clock, int yearIfMissing) {
+    const auto day = parseDate(date, yearIfMissing);
+    if (!day) {
+        e.problem = "\"" + std::string(trim(date)) + "\" is not a date (mm-dd-yyyy)";
+        return false;
+    }
+    const auto ms = parseClock(clock);
+    if (!ms) {
+        e.problem = "\"" + std::string(trim(clock)) + "\" is not a time of day (hh:mm:ss.s)";
+        return false;
+    }
+    e.timeMs = *day * kMsPerDay + *ms;
+    return true;
+}
+
+Entry malformed(Entry e) {
+    e.kind = EntryKind::Malformed;
+    return e;
+}
+
+} // namespace
+
+Entry RecordingReader::readDataRecord(const std::string_view* f, Entry e) {
+    if (!readTime(e, f[1], f[2], 0))
+        return malformed(std::move(e));
+    e.record = fieldValue(f[0], "");
+    if (!e.record.number) {
+        e.problem = "\"" + std::string(trim(f[0])) + "\" is not a record number";
+        return malformed(std::move(e));
+    }
+    for (int q = kQW; q <= kQKWH; ++q)
+        if (wanted_ & (1u << q))
+            e.values[q] = fieldValue(f[3 + q], kDataSuffix[q]);
+    // "8.60/month 8$0.34": energy per period, period, then hours per day glued to the cost.
+    std::string_view rest = f[11];
+    const auto slash = rest.find('/');
+    e.values[kQEstKWH] = fieldValue(rest.substr(0, slash), "");
+    if (slash != std::string_view::npos) {
+        rest.remove_prefix(slash + 1);
+        const auto blank = rest.find(' ');
+        e.period = trim(rest.substr(0, blank));
+        if (blank != std::string_view::npos) {
+            const std::string_view last = rest.substr(blank + 1);
+            const auto dollar = last.rfind('$');
+            e.hoursPerDay = fieldValue(last.substr(0, dollar), "");
+            if (dollar != std::string_view::npos)
+                e.cost = fieldValue(last.substr(dollar + 1), "");
+        }
+    }
+    for (const FieldValue& v : e.values)
+        e.overload = e.overload || v.overload;
+    e.kind = EntryKind::Record;
+    return e;
+}
+
+Entry RecordingReader::readDownloadRecord(const std::string_view* f, Entry e) {
+    if (trim(f[1]).size() != 5) {
+        e.problem = "\"" + std::string(trim(f[1])) + "\" is not a download date (mm-dd)";
+        return malformed(std::move(e));
+    }
+    if (!readTime(e, f[1], f[2], downloadYear_))
+        return malformed(std::move(e));
+    e.record = fieldValue(f[0], "");
+    if (!e.record.number) {
+        e.problem = "\"" + std::string(trim(f[0])) + "\" is not a record number";
+        return malformed(std::move(e));
+    }
+    // The logger keeps one date for a whole download: past midnight its clock starts again.
+    e.timeMs += downloadDayOffset_ * kMsPerDay;
+    if (lastDownloadTimeMs_ != INT64_MIN && e.timeMs < lastDownloadTimeMs_) {
+        ++downloadDayOffset_;
+        e.timeMs += kMsPerDay;
+    }
+    lastDownloadTimeMs_ = e.timeMs;
+    // Watts, PF, volts, amps: plain numbers with the mask "0.0", or an overload text.
+    constexpr Quantity order[] = {kQW, kQPF, kQV, kQA};
+    for (int i = 0; i < 4; ++i) {
+        e.values[order[i]] = fieldValue(f[3 + i], "");
+        e.overload = e.overload || e.values[order[i]].overload;
+    }
+    e.kind = EntryKind::Record;
+    return e;
+}
+
+Entry RecordingReader::readLost(const std::string_view* f, Entry e) {
+    if (!readTime(e, f[0], f[1], 0))
+        return malformed(std::move(e));
+    e.kind = EntryKind::LostCommunication;
+    return e;
+}
+
+std::string readRecording(const std::string& path, RecordingReader& reader,
+                          const std::function<bool(const Entry&, std::uint64_t)>& each) {
+    plot::LineReader lines;
+    if (std::string problem = unreadable(path); !problem.empty() || !lines.open(path))
+        return problem.empty() ? "cannot read " + path : problem;
+    std::string_view head;
+    std::uint64_t size = 0;
+    while (lines.next(head, size)) {
+        Entry e = reader.read(head);
+        if (size > head.size()) {
+            e.kind = EntryKind::Malformed;
+            e.problem = "a line of " + std::to_string(size) + " bytes, longer than any record";
+        }
+        if (!each(e, lines.position()))
+            break;
+    }
+    return "";
+}
+
+} // namespace pa::datafile

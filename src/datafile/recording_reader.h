@@ -1,0 +1,90 @@
+#pragma once
+// Reads recordings for spreadsheets and statistics: the data files that recording writes
+// (a header, fixed-width record lines, lost-communication lines) and the datalogger's
+// download files ("No.,Date,Time,Watts,PF,Volts,Amps" before each download's records).
+// Fields are taken by their commas, not by the plotter's columns, so a value cut by the
+// width rule reads as what is left of it, and a line of another width still reads.
+//
+// Every line comes out as one entry: a record with its time stamp and values, a
+// lost-communication line with its time, a header, a blank line, or a malformed line with
+// the reason. Nothing is dropped without a word.
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace pa::datafile {
+
+// The values of a record, in the order of the data file's fields.
+enum Quantity { kQW, kQPF, kQV, kQA, kQAngle, kQVA, kQVAR, kQKWH, kQEstKWH, kQuantityCount };
+
+// One value field: a number, an overload ("OL", "-OL"), or neither (missing or not a number).
+struct FieldValue {
+    std::optional<double> number;
+    std::string_view text; // the number as written (blanks and unit taken off)
+    bool plain = false;    // the text is plain decimal notation ("-12.5", ".980")
+    bool overload = false;
+};
+
+enum class EntryKind { Blank, Header, Record, LostCommunication, Malformed };
+
+struct Entry {
+    EntryKind kind = EntryKind::Blank;
+    std::uint64_t lineNumber = 0; // 1-based
+    std::int64_t timeMs = 0;      // local civil time, milliseconds since 1970-01-01 00:00
+    FieldValue record;
+    std::array<FieldValue, kQuantityCount> values{}; // a download fills W, PF, V, A only
+    std::string_view period;                         // "month", "day", "year" as written
+    FieldValue hoursPerDay, cost;
+    bool overload = false; // some value is an overload
+    std::string problem;   // why a line is malformed
+};
+
+// "" when the file can be opened for reading, else "cannot read PATH: " and the system's
+// reason ("No such file or directory", "Is a directory", "Permission denied").
+std::string unreadable(const std::string& path);
+
+// Days since 1970-01-01 of a civil date (proleptic Gregorian calendar).
+std::int64_t daysFromCivil(int year, int month, int day);
+// "2026-11-15T16:58:09.4": the time as ISO 8601 local time, tenths (or finer) only where
+// the time has them.
+std::string isoTime(std::int64_t timeMs);
+// "2026-11-15" and "2026-11-15T16" for the per-day and per-hour groups.
+std::string isoDay(std::int64_t timeMs);
+std::string isoHour(std::int64_t timeMs);
+// A duration as "1d 02:03:04.5" (days only when there are any).
+std::string durationText(std::int64_t ms);
+
+class RecordingReader {
+  public:
+    // A download file holds no year: its records take this one.
+    // A reader that needs only some values (statistics) leaves the other fields of a data
+    // file's records unread: `wanted` holds bit 1 << q for each Quantity q to read.
+    static constexpr unsigned kAllQuantities = (1u << kQuantityCount) - 1;
+    explicit RecordingReader(int downloadYear, unsigned wanted = kAllQuantities)
+        : downloadYear_(downloadYear), wanted_(wanted) {}
+
+    // Reads one line (without its line end). The entry's views point into the line.
+    Entry read(std::string_view line);
+
+  private:
+    Entry readDataRecord(const std::string_view* fields, Entry e);
+    Entry readDownloadRecord(const std::string_view* fields, Entry e);
+    Entry readLost(const std::string_view* fields, Entry e);
+
+    int downloadYear_;
+    unsigned wanted_;
+    std::uint64_t lineNumber_ = 0;
+    // A download's date never advances: a clock that goes back means the next day.
+    std::int64_t downloadDayOffset_ = 0, lastDownloadTimeMs_ = INT64_MIN;
+};
+
+// Reads the recording at `path` line by line (memory stays flat) and hands each line's entry
+// to `each`, with the bytes read so far; `each` returns false to stop. A line longer than
+// any record is a malformed entry. Returns "" or why the file cannot be read.
+std::string readRecording(const std::string& path, RecordingReader& reader,
+                          const std::function<bool(const Entry&, std::uint64_t)>& each);
+
+} // namespace pa::datafile

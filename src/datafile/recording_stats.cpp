@@ -1,0 +1,295 @@
+#include "datafile/recording_stats.h"
+
+#include <cerrno>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+
+namespace pa::datafile {
+namespace {
+
+constexpr std::int64_t kMsPerHour = 3'600'000;
+constexpr std::int64_t kMsPerDay = 24 * kMsPerHour;
+// W × ms -> kWh.
+constexpr double kWattMsPerKWh = 3.6e9;
+
+std::int64_t floorDiv(std::int64_t a, std::int64_t b) {
+    return a / b - ((a % b != 0) && ((a < 0) != (b < 0)));
+}
+
+// Ten significant digits at most, in C notation.
+std::string num(double v) {
+    char buffer[64];
+    const auto r = std::to_chars(buffer, buffer + sizeof buffer, v, std::chars_format::general, 10);
+    return std::string(buffer, r.ptr);
+}
+
+std::string groupName(StatsPer per, std::int64_t key) {
+    return per == StatsPer::Hour ? isoHour(key * kMsPerHour) : isoDay(key * kMsPerDay);
+}
+
+std::string pad(std::string s, std::size_t width) {
+    if (s.size() < width)
+        s.append(width - s.size(), ' ');
+    return s;
+}
+
+std::string seconds(std::int64_t ms) {
+    return num(static_cast<double>(ms) / 1000);
+}
+
+std::string jsonText(std::string_view s) {
+    std::string out = "\"";
+    for (char c : s) {
+        if (c == '"' || c == '\\')
+            out += '\\';
+        if (static_cast<unsigned char>(c) < 0x20) {
+            char buffer[8];
+            std::snprintf(buffer, sizeof buffer, "\\u%04x", c);
+            out += buffer;
+            continue;
+        }
+        out += c;
+    }
+    return out + "\"";
+}
+
+std::string jsonGroup(const StatsGroup& g, std::optional<double> price, const std::string& indent) {
+    const bool any = g.records + g.lostLines > 0;
+    std::string out = "{\n";
+    auto field = [&](const std::string& name, const std::string& value, bool last = false) {
+        out += indent + "  " + jsonText(name) + ": " + value + (last ? "\n" : ",\n");
+    };
+    field("records", std::to_string(g.records));
+    field("overloads", std::to_string(g.overloads));
+    field("lost_lines", std::to_string(g.lostLines));
+    field("lost_seconds", seconds(g.lostMs));
+    field("first", any ? jsonText(isoTime(g.firstMs)) : "null");
+    field("last", any ? jsonText(isoTime(g.lastMs)) : "null");
+    for (int i = 0; i < 4; ++i) {
+        const QuantityStats& q = g.quantities[i];
+        std::string v = "{\"count\": " + std::to_string(q.count);
+        if (q.count > 0)
+            v += ", \"min\": " + num(q.minimum) +
+                 ", \"min_time\": " + jsonText(isoTime(q.minimumTimeMs)) +
+                 ", \"max\": " + num(q.maximum) +
+                 ", \"max_time\": " + jsonText(isoTime(q.maximumTimeMs)) +
+                 ", \"mean\": " + num(q.mean) + ", \"sd\": " + num(q.standardDeviation());
+        field(kStatsNames[i], v + "}");
+    }
+    field("energy_kWh", num(g.energyKWh), !price);
+    if (price)
+        field("cost", num(g.energyKWh * *price), true);
+    return out + indent + "}";
+}
+
+} // namespace
+
+void QuantityStats::add(double value, std::int64_t timeMs) {
+    if (count == 0 || value < minimum)
+        minimum = value, minimumTimeMs = timeMs;
+    if (count == 0 || value > maximum)
+        maximum = value, maximumTimeMs = timeMs;
+    ++count;
+    const double delta = value - mean;
+    mean += delta / static_cast<double>(count);
+    m2 += delta * (value - mean);
+}
+
+double QuantityStats::standardDeviation() const {
+    return count < 2 ? 0 : std::sqrt(m2 / static_cast<double>(count - 1));
+}
+
+StatsGroup& RecordingStats::groupAt(std::int64_t timeMs) {
+    if (per_ == StatsPer::Whole)
+        return spare_; // counted nowhere
+    const std::int64_t key = floorDiv(timeMs, per_ == StatsPer::Hour ? kMsPerHour : kMsPerDay);
+    // Records come in time order: most belong to the group of the one before.
+    if (lastGroup_ == nullptr || key != lastKey_)
+        lastGroup_ = &groups_[key], lastKey_ = key;
+    return *lastGroup_;
+}
+
+void RecordingStats::touch(StatsGroup& g, std::int64_t timeMs) {
+    if (g.records + g.lostLines == 0 || timeMs < g.firstMs)
+        g.firstMs = timeMs;
+    if (g.records + g.lostLines == 0 || timeMs > g.lastMs)
+        g.lastMs = timeMs;
+}
+
+void RecordingStats::add(const Entry& e) {
+    if (e.kind == EntryKind::Malformed) {
+        ++malformed_;
+        return;
+    }
+    if (e.kind == EntryKind::LostCommunication) {
+        for (StatsGroup* g : {&whole_, &groupAt(e.timeMs)}) {
+            touch(*g, e.timeMs);
+            ++g->lostLines;
+        }
+        if (!inSpell_)
+            inSpell_ = true, spellStartMs_ = e.timeMs;
+        spellLastMs_ = e.timeMs;
+        lostSincePrevious_ = true;
+        return;
+    }
+    if (e.kind != EntryKind::Record)
+        return;
+    if (inSpell_) {
+        const std::int64_t silent = std::max<std::int64_t>(0, e.timeMs - spellStartMs_);
+        whole_.lostMs += silent;
+        groupAt(spellStartMs_).lostMs += silent;
+        inSpell_ = false;
+    }
+    if (havePrevious_ && !lostSincePrevious_ && previousW_ && *previousW_ >= 0 &&
+        e.timeMs > previousMs_) {
+        const double kwh =
+            *previousW_ * static_cast<double>(e.timeMs - previousMs_) / kWattMsPerKWh;
+        whole_.energyKWh += kwh;
+        groupAt(previousMs_).energyKWh += kwh;
+    }
+    for (StatsGroup* g : {&whole_, &groupAt(e.timeMs)}) {
+        touch(*g, e.timeMs);
+        ++g->records;
+        g->overloads += e.overload;
+        for (int i = 0; i < 4; ++i)
+            if (const auto& v = e.values[kStatsQuantities[i]].number)
+                g->quantities[i].add(*v, e.timeMs);
+    }
+    const auto& est = e.values[kQEstKWH].number;
+    if (est && *est > 0 && e.cost.number)
+        filePrice_ = *e.cost.number / *est;
+    havePrevious_ = true;
+    lostSincePrevious_ = false;
+    previousMs_ = e.timeMs;
+    previousW_ = e.values[kQW].number;
+}
+
+void RecordingStats::finish() {
+    if (!inSpell_)
+        return;
+    whole_.lostMs += spellLastMs_ - spellStartMs_;
+    groupAt(spellStartMs_).lostMs += spellLastMs_ - spellStartMs_;
+    inSpell_ = false;
+}
+
+std::string gatherStats(const std::string& path, int downloadYear, RecordingStats& stats,
+                        const std::function<void(const Entry&)>& problem) {
+    RecordingReader reader(downloadYear, 1u << kQW | 1u << kQPF | 1u << kQV | 1u << kQA);
+    const std::string error = readRecording(path, reader, [&](const Entry& e, std::uint64_t) {
+        if (e.kind == EntryKind::Malformed && problem)
+            problem(e);
+        stats.add(e);
+        return true;
+    });
+    if (!error.empty())
+        return error;
+    stats.finish();
+    return "";
+}
+
+std::string statsText(const std::string& file, const RecordingStats& s,
+                      std::optional<double> price) {
+    const StatsGroup& g = s.whole();
+    std::string out = "file: " + file + "\n";
+    out += "records: " + std::to_string(g.records);
+    if (g.overloads > 0)
+        out += " (" + std::to_string(g.overloads) + " with an overload)";
+    out += "\nlost-communication lines: " + std::to_string(g.lostLines) + " (silent for " +
+           durationText(g.lostMs) + ")\n";
+    if (s.malformedLines() > 0)
+        out += "malformed lines (left out): " + std::to_string(s.malformedLines()) + "\n";
+    if (g.records + g.lostLines > 0)
+        out += "first: " + isoTime(g.firstMs) + "\nlast: " + isoTime(g.lastMs) + "\n";
+    out += "\n" + pad("", 4) + pad("minimum", 12) + pad("at", 24) + pad("maximum", 12) +
+           pad("at", 24) + pad("mean", 14) + "standard deviation\n";
+    for (int i = 0; i < 4; ++i) {
+        const QuantityStats& q = g.quantities[i];
+        out += pad(kStatsNames[i], 4);
+        if (q.count == 0) {
+            out += "(no values)\n";
+            continue;
+        }
+        out += pad(num(q.minimum), 12) + pad(isoTime(q.minimumTimeMs), 24) +
+               pad(num(q.maximum), 12) + pad(isoTime(q.maximumTimeMs), 24) + pad(num(q.mean), 14) +
+               num(q.standardDeviation()) + "\n";
+    }
+    out += "\nenergy: " + num(g.energyKWh) + " kWh\n";
+    if (price)
+        out += "cost: " + num(g.energyKWh * *price) + " (at " + num(*price) + " per kWh)\n";
+    if (s.per() == StatsPer::Whole)
+        return out;
+    const bool hours = s.per() == StatsPer::Hour;
+    out += "\n" + pad(hours ? "hour" : "day", 15) + pad("records", 10) + pad("lost", 8) +
+           pad("W min", 12) + pad("W max", 12) + pad("W mean", 14) + "kWh" +
+           (price ? pad("", 11) + "cost" : "") + "\n";
+    for (const auto& [key, d] : s.groups()) {
+        const QuantityStats& w = d.quantities[0];
+        out += pad(groupName(s.per(), key), 15) + pad(std::to_string(d.records), 10) +
+               pad(std::to_string(d.lostLines), 8) + pad(w.count ? num(w.minimum) : "-", 12) +
+               pad(w.count ? num(w.maximum) : "-", 12) + pad(w.count ? num(w.mean) : "-", 14) +
+               (price ? pad(num(d.energyKWh), 14) + num(d.energyKWh * *price) : num(d.energyKWh)) +
+               "\n";
+    }
+    return out;
+}
+
+std::string statsCsv(const RecordingStats& s, std::optional<double> price) {
+    std::string out = "scope,records,overloads,lost_lines,lost_seconds,first,last";
+    for (const char* name : kStatsNames)
+        for (const char* part : {"count", "min", "min_time", "max", "max_time", "mean", "sd"})
+            out += std::string(",") + name + "_" + part;
+    out += ",energy_kWh";
+    if (price)
+        out += ",cost";
+    out += "\r\n";
+    auto row = [&](const std::string& scope, const StatsGroup& g) {
+        const bool any = g.records + g.lostLines > 0;
+        out += scope + "," + std::to_string(g.records) + "," + std::to_string(g.overloads) + "," +
+               std::to_string(g.lostLines) + "," + seconds(g.lostMs) + "," +
+               (any ? isoTime(g.firstMs) : "") + "," + (any ? isoTime(g.lastMs) : "");
+        for (const QuantityStats& q : g.quantities) {
+            out += "," + std::to_string(q.count);
+            if (q.count == 0) {
+                out += ",,,,,,";
+                continue;
+            }
+            out += "," + num(q.minimum) + "," + isoTime(q.minimumTimeMs) + "," + num(q.maximum) +
+                   "," + isoTime(q.maximumTimeMs) + "," + num(q.mean) + "," +
+                   num(q.standardDeviation());
+        }
+        out += "," + num(g.energyKWh);
+        if (price)
+            out += "," + num(g.energyKWh * *price);
+        out += "\r\n";
+    };
+    row("all", s.whole());
+    for (const auto& [key, g] : s.groups())
+        row(groupName(s.per(), key), g);
+    return out;
+}
+
+std::string statsJson(const std::string& file, const RecordingStats& s,
+                      std::optional<double> price) {
+    std::string out = "{\n  \"file\": " + jsonText(file) +
+                      ",\n  \"malformed_lines\": " + std::to_string(s.malformedLines()) + ",\n";
+    if (price)
+        out += "  \"price_per_kWh\": " + num(*price) + ",\n";
+    out += "  \"all\": " + jsonGroup(s.whole(), price, "  ");
+    if (s.per() != StatsPer::Whole) {
+        out += std::string(",\n  \"per_") + (s.per() == StatsPer::Hour ? "hour" : "day") + "\": [";
+        bool first = true;
+        for (const auto& [key, g] : s.groups()) {
+            out += first ? "\n    " : ",\n    ";
+            first = false;
+            std::string group = jsonGroup(g, price, "    ");
+            out +=
+                "{\"scope\": " + jsonText(groupName(s.per(), key)) + ", \"stats\": " + group + "}";
+        }
+        out += "\n  ]";
+    }
+    return out + "\n}\n";
+}
+
+} // namespace pa::datafile

@@ -1,0 +1,159 @@
+// Statistics of recordings, against figures worked out by hand: extremes with their times,
+// mean and sample deviation, energy held from record to record, silent spells, groups per
+// hour, and the three output forms.
+#include "datafile/data_file.h"
+#include "datafile/recording_stats.h"
+
+#include "support/test_files.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace pa::datafile;
+
+Entry record(RecordingReader& reader, const char* clock, const char* watts,
+             const char* pf = "0.90") {
+    RecordTexts t;
+    t.date = "11-15-2026";
+    t.clock = clock;
+    t.watts = watts;
+    t.powerFactor = pf;
+    t.volts = "230.0";
+    t.amps = "1.000";
+    t.energyPerPeriod = "10.00";
+    t.period = "month";
+    t.hoursPerDay = "8";
+    t.cost = "$2.00";
+    return reader.read(recordLine(0, t));
+}
+
+// 10:59:58 100 W, 10:59:59 300 W, 11:00:00 200 W, silent 11:00:01 and :02, 11:00:04 -OL,
+// 11:00:05 400 W, and one malformed line.
+RecordingStats worked(StatsPer per) {
+    RecordingReader reader(2026);
+    RecordingStats s(per);
+    s.add(reader.read(headerLine("month")));
+    s.add(record(reader, "10:59:58.0", "100.0", "0.80"));
+    s.add(record(reader, "10:59:59.0", "300.0", "1.00"));
+    s.add(record(reader, "11:00:00.0", "200.0"));
+    s.add(reader.read(lostCommunicationLine("11-15-2026", "11:00:01.0")));
+    s.add(reader.read(lostCommunicationLine("11-15-2026", "11:00:02.0")));
+    s.add(record(reader, "11:00:04.0", "-OL"));
+    s.add(reader.read("this is no record"));
+    s.add(record(reader, "11:00:05.0", "400.0"));
+    s.finish();
+    return s;
+}
+
+TEST(RecordingStats, WorkedExample) {
+    const RecordingStats s = worked(StatsPer::Whole);
+    const StatsGroup& g = s.whole();
+    EXPECT_EQ(g.records, 5u);
+    EXPECT_EQ(g.overloads, 1u);
+    EXPECT_EQ(g.lostLines, 2u);
+    EXPECT_EQ(g.lostMs, 3000); // from the first silent line to the next record
+    EXPECT_EQ(s.malformedLines(), 1u);
+    EXPECT_EQ(isoTime(g.firstMs), "2026-11-15T10:59:58");
+    EXPECT_EQ(isoTime(g.lastMs), "2026-11-15T11:00:05");
+
+    const QuantityStats& w = g.quantities[0];
+    EXPECT_EQ(w.count, 4u); // the overload has no value
+    EXPECT_EQ(w.minimum, 100);
+    EXPECT_EQ(isoTime(w.minimumTimeMs), "2026-11-15T10:59:58");
+    EXPECT_EQ(w.maximum, 400);
+    EXPECT_EQ(isoTime(w.maximumTimeMs), "2026-11-15T11:00:05");
+    EXPECT_DOUBLE_EQ(w.mean, 250);
+    EXPECT_NEAR(w.standardDeviation(), 129.0994449, 1e-6); // sqrt(50000 / 3)
+    const QuantityStats& pf = g.quantities[1];
+    EXPECT_EQ(pf.minimum, 0.8);
+    EXPECT_EQ(pf.maximum, 1.0);
+    EXPECT_EQ(g.quantities[2].standardDeviation(), 0);
+
+    // 100 W for 1 s and 300 W for 1 s; 200 W ends at the silent spell; the overload has no
+    // power to hold: 400 W·s.
+    EXPECT_NEAR(g.energyKWh, 400.0 / 3.6e6, 1e-15);
+    EXPECT_DOUBLE_EQ(*s.filePrice(), 0.2); // $2.00 for 10.00 kWh
+}
+
+TEST(RecordingStats, PerHour) {
+    const RecordingStats s = worked(StatsPer::Hour);
+    ASSERT_EQ(s.groups().size(), 2u);
+    const StatsGroup& ten = s.groups().begin()->second;
+    const StatsGroup& eleven = s.groups().rbegin()->second;
+    EXPECT_EQ(ten.records, 2u);
+    EXPECT_EQ(eleven.records, 3u);
+    EXPECT_EQ(eleven.lostLines, 2u);
+    EXPECT_EQ(eleven.lostMs, 3000);
+    // Energy goes to the hour in which each interval starts.
+    EXPECT_NEAR(ten.energyKWh, 400.0 / 3.6e6, 1e-15);
+    EXPECT_EQ(eleven.energyKWh, 0);
+    EXPECT_EQ(eleven.quantities[0].minimum, 200);
+}
+
+TEST(RecordingStats, SilenceAtTheEndAndClockGoingBack) {
+    RecordingReader reader(2026);
+    RecordingStats s;
+    s.add(record(reader, "12:00:00.0", "1000.0"));
+    s.add(record(reader, "11:00:00.0", "1000.0")); // clock set back: no energy
+    s.add(reader.read(lostCommunicationLine("11-15-2026", "11:00:01.0")));
+    s.add(reader.read(lostCommunicationLine("11-15-2026", "11:00:31.5")));
+    s.finish();
+    EXPECT_EQ(s.whole().energyKWh, 0);
+    EXPECT_EQ(s.whole().lostMs, 30'500);
+    EXPECT_EQ(isoTime(s.whole().firstMs), "2026-11-15T11:00:00");
+}
+
+TEST(RecordingStats, OutputForms) {
+    const RecordingStats s = worked(StatsPer::Day);
+    const std::string text = statsText("rec.txt", s, 0.2);
+    for (const char* part :
+         {"records: 5 (1 with an overload)", "lost-communication lines: 2 (silent for 00:00:03.0)",
+          "malformed lines (left out): 1", "first: 2026-11-15T10:59:58",
+          "W   100         2026-11-15T10:59:58     400         2026-11-15T11:00:05     250",
+          "energy: 0.0001111111111 kWh", "cost: 2.222222222e-05 (at 0.2 per kWh)",
+          "2026-11-15     5         2       100"})
+        EXPECT_NE(text.find(part), std::string::npos) << part << "\n" << text;
+
+    const std::string csv = statsCsv(s, std::nullopt);
+    const auto firstEnd = csv.find("\r\n");
+    const std::string header = csv.substr(0, firstEnd);
+    EXPECT_EQ(header.substr(0, 55), "scope,records,overloads,lost_lines,lost_seconds,first,l");
+    EXPECT_EQ(std::count(header.begin(), header.end(), ','), 35);
+    const std::string all = csv.substr(firstEnd + 2, csv.find("\r\n", firstEnd + 2) - firstEnd - 2);
+    EXPECT_EQ(all.substr(0, 64),
+              "all,5,1,2,3,2026-11-15T10:59:58,2026-11-15T11:00:05,4,100,2026-1");
+    EXPECT_EQ(std::count(all.begin(), all.end(), ','), 35);
+    EXPECT_NE(csv.find("\r\n2026-11-15,5,1,2,3,"), std::string::npos);
+
+    const std::string json = statsJson("a\"b.txt", s, 0.2);
+    for (const char* part :
+         {"\"file\": \"a\\\"b.txt\"", "\"malformed_lines\": 1", "\"price_per_kWh\": 0.2",
+          "\"W\": {\"count\": 4, \"min\": 100, "
+          "\"min_time\": \"2026-11-15T10:59:58\"",
+          "\"per_day\": [", "{\"scope\": \"2026-11-15\", \"stats\": {"})
+        EXPECT_NE(json.find(part), std::string::npos) << part << "\n" << json;
+}
+
+TEST(RecordingStats, GatherFromFileNamesWhatItCannotRead) {
+    RecordingStats s;
+    EXPECT_EQ(gatherStats("/nonexistent/rec.txt", 2026, s, {}),
+              "cannot read /nonexistent/rec.txt: No such file or directory");
+    pa::testing::TempFolder dir;
+    const auto path = dir.path() / "r.txt";
+    {
+        std::ofstream f(path, std::ios::binary);
+        f << "No.,Date,Time,Watts,PF,Volts,Amps\r\n1,11-15,10:00:00,100.0,0.9,230.0,0.5\r\n"
+          << "2,11-15,10:00:10,bad\r\n3,11-15,10:00:20.0,200.0,0.9,230.0,0.5\r\n";
+    }
+    std::vector<std::uint64_t> lines;
+    EXPECT_EQ(
+        gatherStats(path.string(), 2024, s, [&](const Entry& e) { lines.push_back(e.lineNumber); }),
+        "");
+    EXPECT_EQ(lines, std::vector<std::uint64_t>{3});
+    EXPECT_EQ(s.whole().records, 2u);
+    EXPECT_EQ(isoTime(s.whole().firstMs), "2024-11-15T10:00:00");
+    EXPECT_NEAR(s.whole().energyKWh, 100 * 20 / 3.6e6, 1e-15);
+}
+
+} // namespace

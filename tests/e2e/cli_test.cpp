@@ -1,0 +1,202 @@
+// The programs run as a user runs them: help and version everywhere (the desktop program's
+// without a display), errors that name their cause, the monitor's header and formats, and the
+// export read back by real clients: Python's csv module and LibreOffice.
+#include "support/data_file_writer.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+namespace {
+
+struct ProgramRun {
+    int status = -1;
+    QString out, err;
+};
+
+// Runs a program without a display and without XDG_RUNTIME_DIR, as on a bare server.
+ProgramRun run(const QString& program, const QStringList& args, int timeoutMs = 60000) {
+    QProcess p;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "XDG_RUNTIME_DIR", "QT_QPA_PLATFORM"})
+        env.remove(name);
+    p.setProcessEnvironment(env);
+    p.start(program, args);
+    if (!p.waitForFinished(timeoutMs))
+        p.kill(), p.waitForFinished();
+    return {p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1,
+            QString::fromUtf8(p.readAllStandardOutput()),
+            QString::fromUtf8(p.readAllStandardError())};
+}
+
+ProgramRun cli(const QStringList& args, int timeoutMs = 60000) {
+    return run(PA_CLI_PROGRAM, args, timeoutMs);
+}
+
+TEST(Cli, HelpAndVersionEverywhere) {
+    const QStringList commands{"monitor", "pf",     "plot",  "record",
+                               "logger",  "export", "stats", "manual"};
+    for (const QString& c : commands) {
+        SCOPED_TRACE(c.toStdString());
+        ProgramRun r = cli({c, "--help"});
+        EXPECT_EQ(r.status, 0);
+        EXPECT_TRUE(r.out.startsWith("usage: poweranalyzer-cli " + c)) << r.out.toStdString();
+        EXPECT_GT(r.out.count('\n'), 1) << "says more than the synopsis";
+        EXPECT_EQ(r.err, "");
+        r = cli({c, "--version"});
+        EXPECT_EQ(r.status, 0);
+        EXPECT_EQ(r.out, "poweranalyzer-cli 6.7\n");
+    }
+    ProgramRun r = cli({"--help"});
+    EXPECT_EQ(r.status, 0);
+    for (const QString& c : commands)
+        EXPECT_TRUE(r.out.contains("\n  " + c)) << c.toStdString();
+    EXPECT_EQ(cli({"--version"}).out, "poweranalyzer-cli 6.7\n");
+
+    const QString gui = PA_GUI_PROGRAM, sim = PA_SIM_PROGRAM;
+    r = run(gui, {"--help"});
+    EXPECT_EQ(r.status, 0) << r.err.toStdString();
+    EXPECT_TRUE(r.out.contains("--simulate")) << r.out.toStdString();
+    EXPECT_EQ(r.err, "");
+    r = run(gui, {"--version"});
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.out, "poweranalyzer 6.7\n");
+    EXPECT_EQ(run(sim, {"--version"}).out, "poweranalyzer-sim 6.7\n");
+    EXPECT_EQ(run(sim, {"--help"}).status, 0);
+}
+
+TEST(Cli, ErrorsNameTheirCause) {
+    QTemporaryDir dir;
+    const QString odd = dir.filePath("odd.txt");
+    pa::testing::DataFileWriter(odd.toStdString()).raw("1\r\n2\r\n3\r\n");
+    const struct {
+        QStringList args;
+        QString error;
+    } cases[] = {
+        {{"plot", "/nonexistent.txt", "--points"},
+         "poweranalyzer-cli: cannot read /nonexistent.txt: No such file or directory\n"},
+        {{"export", "/nonexistent.txt"},
+         "poweranalyzer-cli: cannot read /nonexistent.txt: No such file or directory\n"},
+        {{"stats", dir.path()},
+         "poweranalyzer-cli: cannot read " + dir.path() + ": Is a directory\n"},
+        {{"export", odd, "--out", "/nonexistent/x.csv"},
+         "poweranalyzer-cli: cannot write /nonexistent/x.csv: No such file or directory\n"},
+        {{"stats", odd, "--per", "week"}, "poweranalyzer-cli: --per takes day or hour\n"},
+        {{"export", odd, "--sep", "|"}, "poweranalyzer-cli: --sep takes , or ;\n"},
+        {{"plot", odd, "--points"},
+         "poweranalyzer-cli: Inncorrect file format, proceed anyway: no (give --force to plot "
+         "it anyway)\n"},
+        {{"frobnicate"}, "poweranalyzer-cli: unknown command frobnicate (try --help)\n"},
+    };
+    for (const auto& c : cases) {
+        const ProgramRun r = cli(c.args);
+        EXPECT_NE(r.status, 0) << c.args.join(' ').toStdString();
+        EXPECT_EQ(r.err, c.error) << c.args.join(' ').toStdString();
+    }
+}
+
+TEST(Cli, MonitorNamesItsColumns) {
+    for (const auto& [format, separator] : {std::pair{"tsv", '\t'}, std::pair{"csv", ','}}) {
+        const ProgramRun r =
+            cli({"monitor", "--simulate", "--count", "2", "--format", format}, 120000);
+        ASSERT_EQ(r.status, 0) << r.err.toStdString();
+        const QStringList lines = r.out.split('\n', Qt::SkipEmptyParts);
+        ASSERT_EQ(lines.size(), 3) << r.out.toStdString();
+        EXPECT_EQ(lines[0].split(separator), QStringList({"time", "W", "PF", "V", "A", "angle_deg",
+                                                          "VA", "VAR", "Hz", "kWh"}));
+        for (const QString& l : lines.mid(1))
+            EXPECT_EQ(l.split(separator).size(), 10) << l.toStdString();
+        // Nothing from Qt about the missing runtime folder or anything else.
+        EXPECT_FALSE(r.err.contains("XDG_RUNTIME_DIR")) << r.err.toStdString();
+        EXPECT_FALSE(r.err.contains("QStandardPaths")) << r.err.toStdString();
+    }
+    EXPECT_EQ(cli({"monitor", "--simulate", "--format", "xml"}).err,
+              "poweranalyzer-cli: --format takes tsv or csv\n");
+}
+
+// A recording with every kind of line a spreadsheet user meets.
+QString writeRecording(const QTemporaryDir& dir) {
+    const QString path = dir.filePath("week.txt");
+    pa::testing::DataFileWriter w(path.toStdString());
+    w.line(pa::testing::headerLine());
+    for (long i = 0; i < 40; ++i) {
+        pa::testing::RecordTexts r;
+        r.number = i;
+        r.clock = pa::testing::clockFor(i);
+        r.watt = std::to_string(100 + i * 37 % 900) + "." + std::to_string(i % 10);
+        r.pf = i % 2 ? ".980" : "0.75";
+        r.hours = "8";
+        r.cost = "$" + std::to_string(i) + ".25";
+        if (i == 7)
+            r.watt = "OL";
+        if (i == 9)
+            r.watt = "12345.67"; // cut to 2345.67 by the width rule
+        if (i == 11)
+            r.va = "1.2E-03";
+        w.line(pa::testing::recordLine(r));
+        if (i == 20)
+            w.line(pa::testing::lostCommunicationLine("11-15-2026", "08:00:21.0"));
+    }
+    w.line("No.,Date,Time,Watts,PF,Volts,Amps");
+    w.line("1,11-16,23:59:59,123.4,0.9,230.0,0.5");
+    w.line("2,11-16,00:00:09.0,-OL,0.9,230.0,0.5");
+    return path;
+}
+
+bool havePython() {
+    return !QStandardPaths::findExecutable("python3").isEmpty();
+}
+
+TEST(Cli, ExportReadBackByPythonCsv) {
+    if (!havePython())
+        GTEST_SKIP() << "python3 is not installed (./dev.sh test installs it as root)";
+    QTemporaryDir dir;
+    const QString data = writeRecording(dir);
+    const QString out = dir.filePath("week.csv");
+    ProgramRun r = cli({"export", data, "--out", out, "--year", "2026"});
+    ASSERT_EQ(r.status, 0) << r.err.toStdString();
+    EXPECT_EQ(r.err, "42 records and 1 lost-communication lines written to " + out + "\n");
+    r = run("python3", {PA_TESTS_DIR "/e2e/check_export.py", "csv", data, out});
+    EXPECT_EQ(r.status, 0) << r.out.toStdString() << r.err.toStdString();
+    EXPECT_TRUE(r.out.startsWith("43 rows, ")) << r.out.toStdString();
+
+    // Standard output, and the same figures from stats.
+    r = cli({"export", data, "--year", "2026"});
+    EXPECT_EQ(r.status, 0);
+    EXPECT_TRUE(r.out.contains("\r\n2026-11-17T00:00:09,2,,0.9,230.0,0.5,,,,,,,,,overload\r\n"))
+        << r.out.toStdString();
+    r = cli({"stats", data, "--year", "2026", "--format", "json"});
+    EXPECT_EQ(r.status, 0) << r.err.toStdString();
+    EXPECT_TRUE(r.out.contains("\"records\": 42")) << r.out.toStdString();
+    EXPECT_TRUE(r.out.contains("\"lost_lines\": 1"));
+    EXPECT_TRUE(r.out.contains("\"max\": 2345.67, \"max_time\": \"2026-11-15T08:00:09\""))
+        << r.out.toStdString();
+}
+
+TEST(Cli, ExportOpensAsNumbersInLibreOffice) {
+    const QString soffice = QStandardPaths::findExecutable("soffice");
+    if (soffice.isEmpty() || !havePython())
+        GTEST_SKIP() << "LibreOffice (libreoffice-calc-nogui) or python3 is not installed; "
+                        "./dev.sh test installs them when run as root";
+    QTemporaryDir dir;
+    const QString data = writeRecording(dir);
+    const QString csv = dir.filePath("week.csv");
+    ASSERT_EQ(cli({"export", data, "--out", csv}).status, 0);
+    // Comma, double quote, UTF-8, from row 1: the plain RFC 4180 reading of the file.
+    const ProgramRun convert =
+        run(soffice,
+            {"-env:UserInstallation=file://" + dir.filePath("profile"), "--headless",
+             "--infilter=CSV:44,34,76,1", "--convert-to", "fods", "--outdir", dir.path(), csv},
+            240000);
+    const QString fods = dir.filePath("week.fods");
+    ASSERT_TRUE(QFileInfo::exists(fods)) << convert.out.toStdString() << convert.err.toStdString();
+    const ProgramRun r = run("python3", {PA_TESTS_DIR "/e2e/check_export.py", "fods", csv, fods});
+    EXPECT_EQ(r.status, 0) << r.out.toStdString() << r.err.toStdString();
+    EXPECT_TRUE(r.out.contains("numbers read as numbers")) << r.out.toStdString();
+}
+
+} // namespace
