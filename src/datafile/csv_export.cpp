@@ -1,5 +1,6 @@
 #include "datafile/csv_export.h"
 
+#include "datafile/data_folder.h"
 #include "plot/line_reader.h"
 
 #include <cerrno>
@@ -86,10 +87,6 @@ void appendRow(std::string& out, const Entry& e, char sep) {
     appendNumber(out, e.cost, sep);
     out += sep;
     out += e.overload ? "overload\r\n" : "ok\r\n";
-}
-
-std::string systemReason(int error) {
-    return std::strerror(error);
 }
 
 } // namespace

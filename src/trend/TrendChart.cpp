@@ -484,7 +484,7 @@ bool TrendChart::saveCsv(const std::string& path) {
     if (out && out.flush())
         return true;
     ui_.message(ui::caption(Caption::TrendCannotSave, language_) + " " + path + ": " +
-                    std::strerror(errno),
+                    datafile::systemReason(errno),
                 ui::caption(Caption::Trend, language_), app::Icon::Exclamation);
     return false;
 }
