@@ -26,7 +26,15 @@ std::string openFailureText(QSerialPort::SerialPortError error, const QString& d
 
 } // namespace
 
+namespace {
+constexpr qint64 kReadBufferBytes = 64 * 1024;
+} // namespace
+
 QtPort::QtPort() {
+    // A flooding line must not grow the program: what is not read yet waits in the driver
+    // (which holds the sender back) beyond this much. Every exchange reads far less between
+    // two reads of the port (a frame is 21 bytes, a whole logger memory 8 KB).
+    port_.setReadBufferSize(kReadBufferBytes);
     QObject::connect(&port_, &QSerialPort::errorOccurred,
                      [this](QSerialPort::SerialPortError e) { onError(e); });
 }
