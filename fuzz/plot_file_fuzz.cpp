@@ -5,9 +5,9 @@
 // index, scanned in small steps and read back in pages. The readers take files by
 // path, so each input is written to a scratch file first (in memory under /dev/shm where
 // there is one, to keep the file system out of the way). An input that starts with byte 0xFF
-// becomes a file of 1 to 8 MB (the rest of the input over and over), so that lines of
+// becomes a file of 1 or 2 MB (the rest of the input over and over), so that lines of
 // megabytes, and files without any line end, are in reach; such files go through the viewer's
-// index and the plot loader's probe and range reader.
+// index and the plot loader's probe.
 #include "datafile/line_index.h"
 #include "plot/plot_columns.h"
 #include "plot/plot_document.h"
@@ -38,9 +38,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     const bool large = size >= 3 && data[0] == 0xFF;
     if (large) {
-        const std::size_t target = (data[1] % 8 + 1) * std::size_t{1 << 20};
-        for (std::size_t written = 0; written < target; written += size - 2)
-            std::fwrite(data + 2, 1, size - 2, f);
+        const std::size_t target = (data[1] % 2 + 1) * std::size_t{1 << 20};
+        std::string big(reinterpret_cast<const char*>(data + 2), size - 2);
+        while (big.size() < target)
+            big += big;
+        std::fwrite(big.data(), 1, target, f);
     } else {
         std::fwrite(data, 1, size, f);
     }
@@ -64,12 +66,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!probe)
         return 0;
     const auto& quantity = pa::plot::kQuantities[size % pa::plot::kQuantities.size()];
-    if (large) {
-        if (const auto range = pa::plot::loadRange(path, quantity, 1, 40))
-            for (const auto& set : range->sets)
-                pa::plot::statistics(set);
+    if (large)
         return 0;
-    }
     if (const auto all = pa::plot::loadRecords(path, quantity, probe->records))
         for (const auto& set : all->sets)
             pa::plot::statistics(set);

@@ -100,6 +100,7 @@ std::optional<std::string> LoggerSession::receiveStream() {
         std::string chunk = port.readAll();
         if (!chunk.empty() && chunk.front() == kStx) {
             buffer = std::move(chunk); // other chunks are noise before the stream
+            buffer.resize(std::min(buffer.size(), kLongestStream + 1));
         } else {
             if (const auto why = interrupted())
                 return abandon(*why);

@@ -26,7 +26,18 @@ std::string openFailureText(QSerialPort::SerialPortError error, const QString& d
 
 } // namespace
 
+namespace {
+constexpr qint64 kReadBufferBytes = 64 * 1024;
+} // namespace
+
 QtPort::QtPort() {
+    // A flooding line must not grow the program: beyond this much unread, the oldest bytes
+    // are dropped as they come. Every exchange reads far less between two reads of the port
+    // (a frame is 21 bytes, a whole logger memory 8 KB).
+    QObject::connect(&port_, &QSerialPort::readyRead, [this] {
+        if (const qint64 excess = port_.bytesAvailable() - kReadBufferBytes; excess > 0)
+            port_.skip(excess);
+    });
     QObject::connect(&port_, &QSerialPort::errorOccurred,
                      [this](QSerialPort::SerialPortError e) { onError(e); });
 }

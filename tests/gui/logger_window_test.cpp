@@ -4,13 +4,16 @@
 #include "inprocess_port.h"
 #include "logger/Logger.h"
 #include "logger/diag.h"
+#include "qt/qt_ui.h"
 #include "support/fake_clock.h"
 #include "support/scripted_ui.h"
+#include "ui/CHKSPEED.h"
 #include "ui/MeterRec.h"
 
 #include <QApplication>
 #include <QComboBox>
 #include <QDir>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -93,6 +96,30 @@ TEST_F(LoggerWindow, DiagnosticReadsTheSelfTestResults) {
     EXPECT_EQ(shown(d, "Panel1_5"), "300");
     EXPECT_EQ(shown(d, "Panel2_1"), "PASS");
     EXPECT_TRUE(d->grab().save(PA_TEST_OUTPUT_DIR "/diag.png"));
+}
+
+// The progress window of a download offers Cancel (and Escape) only while a transfer runs.
+TEST(ProgressWindow, CancelIsOfferedDuringATransferAndEscapePressesIt) {
+    pa::qt::QtUi ui;
+    pa::ui::CHKSPEED* status = ui.statusWindow();
+    ui.statusShow();
+    EXPECT_FALSE(status->cancelButton()->isVisible());
+    for (const bool byKey : {false, true}) {
+        ui.statusCancellable(true);
+        EXPECT_TRUE(status->cancelButton()->isVisible());
+        EXPECT_FALSE(ui.statusCancelled());
+        if (byKey) {
+            QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+            QApplication::sendEvent(status, &escape);
+        } else {
+            status->cancelButton()->click();
+        }
+        EXPECT_TRUE(ui.statusCancelled());
+        ui.statusCancellable(false);
+        EXPECT_FALSE(status->cancelButton()->isVisible());
+        EXPECT_FALSE(ui.statusCancelled()) << "a press belongs to the transfer it ended";
+    }
+    ui.statusHide();
 }
 
 } // namespace
