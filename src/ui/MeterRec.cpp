@@ -354,7 +354,10 @@ void MeterRec::buildBody() {
         if (dialog.exec() == QDialog::Accepted)
             printWindow(printer);
     });
-    for (QPushButton* b : {getHz_, reset_, print_})
+    // The trend chart's button goes after Print (the window is wired in addTrend).
+    trendButton_ = new QPushButton(body);
+    trendButton_->setObjectName("trend");
+    for (QPushButton* b : {getHz_, reset_, print_, trendButton_})
         buttons->addWidget(b);
     // Record comes and goes with manual recording; it keeps its place when hidden, so the
     // buttons before it never move.
@@ -362,9 +365,7 @@ void MeterRec::buildBody() {
     keepPlace.setRetainSizeWhenHidden(true);
     record_->setSizePolicy(keepPlace);
     buttons->addWidget(record_);
-    // Free room goes to the recording boxes while they show (the last record is the widest
-    // thing in the window), else here.
-    buttons->addStretch(0);
+    buttons->addStretch(1);
 
     recordingGroup_ = new QWidget(body);
     auto* recording = new QHBoxLayout(recordingGroup_);
@@ -385,9 +386,15 @@ void MeterRec::buildBody() {
         recording->addWidget(w);
     recording->setStretch(3, 1);
     recordingGroup_->setVisible(false); // until Start Recording is opened
-    buttons->addWidget(recordingGroup_, 3);
+    // The recording boxes have a row of their own, the window's whole width: the last record
+    // is the widest thing in the window. The row keeps its height while hidden, so nothing
+    // below it moves when recording starts.
+    QSizePolicy keepRow = recordingGroup_->sizePolicy();
+    keepRow.setRetainSizeWhenHidden(true);
+    recordingGroup_->setSizePolicy(keepRow);
 
     layout->addLayout(buttons);
+    layout->addWidget(recordingGroup_);
     layout->addWidget(buildStatus());
     setCentralWidget(body);
     // The panels' smallest size is that of their smallest font, so that a window made large
@@ -767,15 +774,6 @@ void MeterRec::addTrend() {
         trend_->afterPoll(
             {cycle_.readouts(), state_.noData, cycle_.noDataTicks() == 0, clock_.now()});
     });
-    // Its button goes after Print, wherever the buttons are laid out.
-    trendButton_ = new QPushButton(print_->parentWidget());
-    trendButton_->setObjectName("trend");
-    for (auto* row : centralWidget()->findChildren<QBoxLayout*>()) {
-        if (const int at = row->indexOf(print_); at >= 0) {
-            row->insertWidget(at + 1, trendButton_);
-            break;
-        }
-    }
     connect(trendButton_, &QPushButton::clicked, this, [this] {
         trend_->show();
         trend_->raise();

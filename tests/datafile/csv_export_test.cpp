@@ -240,7 +240,7 @@ TEST(CsvExport, FileIsAllOrNothing) {
     EXPECT_EQ(exportCsvFile(absent, out.string(), {}, summary),
               "cannot read " + absent + ": No such file or directory");
     EXPECT_EQ(exportCsvFile(dir.str(), out.string(), {}, summary),
-              "cannot read " + dir.str() + ": Is a directory");
+              "cannot read " + dir.str() + ": it is a folder, not a file");
     EXPECT_FALSE(fs::exists(out));
 
     // Complete: the file is there, whole.

@@ -59,8 +59,9 @@ TEST(CliFaults, MonitorCountEndsAndShowsNoComWhenTheInstrumentIsSilent) {
     const CliRun r =
         runCli({"monitor", "--port", QString::fromStdString(silent.devicePath()), "--count", "2"});
     ASSERT_EQ(r.exitCode, 0) << r.err;
-    const QStringList lines = QString::fromStdString(r.out).split('\n', Qt::SkipEmptyParts);
-    ASSERT_EQ(lines.size(), 2) << r.out;
+    QStringList lines = QString::fromStdString(r.out).split('\n', Qt::SkipEmptyParts);
+    ASSERT_EQ(lines.size(), 3) << r.out;
+    EXPECT_TRUE(lines.takeFirst().startsWith("time\tW\t")) << "the header line comes first";
     for (const QString& line : lines)
         EXPECT_TRUE(line.endsWith("\tNO COM")) << line.toStdString();
 }

@@ -82,7 +82,7 @@ TEST(Cli, ErrorsNameTheirCause) {
         {{"export", "/nonexistent.txt"},
          "poweranalyzer-cli: cannot read /nonexistent.txt: No such file or directory\n"},
         {{"stats", dir.path()},
-         "poweranalyzer-cli: cannot read " + dir.path() + ": Is a directory\n"},
+         "poweranalyzer-cli: cannot read " + dir.path() + ": it is a folder, not a file\n"},
         {{"export", odd, "--out", "/nonexistent/x.csv"},
          "poweranalyzer-cli: cannot write /nonexistent/x.csv: No such file or directory\n"},
         {{"stats", odd, "--per", "week"}, "poweranalyzer-cli: --per takes day or hour\n"},

@@ -90,6 +90,27 @@ const Pair kPairs[] = {
     {Caption::ViewerLandscape, "&Landscape", "橫印(&L)"},
     {Caption::ViewerFont, "&Font...", "字型(&F)..."},
     {Caption::ViewerClose, "&Close", "關閉(&C)"},
+    // The trend chart and the CSV export.
+    {Caption::Trend, "Trend", "趨勢圖"},
+    {Caption::TrendShow, "Show", "顯示"},
+    {Caption::TrendAnd, "and", "及"},
+    {Caption::TrendNone, "(none)", "(無)"},
+    {Caption::TrendSpan, "Span", "時間範圍"},
+    {Caption::TrendMinute, "1 min", "1 分鐘"},
+    {Caption::TrendTenMinutes, "10 min", "10 分鐘"},
+    {Caption::TrendHour, "1 h", "1 小時"},
+    {Caption::TrendAll, "All", "全部"},
+    {Caption::TrendPause, "&Pause", "暫停(&P)"},
+    {Caption::TrendReset, "&Reset", "清除(&R)"},
+    {Caption::TrendSavePng, "Save P&NG...", "存成 PNG(&N)..."},
+    {Caption::TrendSaveCsv, "Save &CSV...", "存成 CSV(&C)..."},
+    {Caption::TrendMinimum, "Minimum", "最小值"},
+    {Caption::TrendMaximum, "Maximum", "最大值"},
+    {Caption::TrendAverage, "Average", "平均值"},
+    {Caption::TrendEmpty, "No readings yet", "尚無讀值"},
+    {Caption::TrendClearQuestion, "Clear every reading of the trend?", "清除趨勢圖的所有讀值?"},
+    {Caption::TrendCannotSave, "Could not save", "無法儲存"},
+    {Caption::ViewerExport, "&Export to CSV...", "匯出為 CSV 檔(&E)..."},
 };
 
 TEST(Captions, EveryPairInBothLanguages) {
