@@ -186,12 +186,13 @@ TEST(Cli, ExportOpensAsNumbersInLibreOffice) {
     const QString data = writeRecording(dir);
     const QString csv = dir.filePath("week.csv");
     ASSERT_EQ(cli({"export", data, "--out", csv}).status, 0);
-    // Comma, double quote, UTF-8, from row 1: the plain RFC 4180 reading of the file.
-    const ProgramRun convert =
-        run(soffice,
-            {"-env:UserInstallation=file://" + dir.filePath("profile"), "--headless",
-             "--infilter=CSV:44,34,76,1", "--convert-to", "fods", "--outdir", dir.path(), csv},
-            240000);
+    // Comma, double quote, UTF-8, from row 1, numbers in English notation (language 1033):
+    // the plain RFC 4180 reading of the file, whatever the desktop's own language.
+    const ProgramRun convert = run(soffice,
+                                   {"-env:UserInstallation=file://" + dir.filePath("profile"),
+                                    "--headless", "--infilter=CSV:44,34,76,1,,1033", "--convert-to",
+                                    "fods", "--outdir", dir.path(), csv},
+                                   240000);
     const QString fods = dir.filePath("week.fods");
     ASSERT_TRUE(QFileInfo::exists(fods)) << convert.out.toStdString() << convert.err.toStdString();
     const ProgramRun r = run("python3", {PA_TESTS_DIR "/e2e/check_export.py", "fods", csv, fods});
