@@ -18,11 +18,6 @@ constexpr const char* kColumns[] = {"time",          "record", "W",     "PF",  "
 constexpr std::size_t kFlushBytes = 1 << 20;
 constexpr std::uint64_t kProgressEveryLines = 1 << 16;
 
-std::filesystem::path toPath(const std::string& utf8) {
-    return std::filesystem::path(
-        std::u8string(reinterpret_cast<const char8_t*>(utf8.data()), utf8.size()));
-}
-
 // A number as the recording wrote it when that is already plain decimal notation (a "0" put
 // before a leading point); otherwise (an exponent) in fixed notation with the fewest digits
 // that read back to the same value. With ';' the decimal mark is a comma.
@@ -151,10 +146,14 @@ std::string exportCsv(const std::string& inPath, std::FILE* out, const ExportOpt
 std::string exportCsvFile(const std::string& inPath, const std::string& outPath,
                           const ExportOptions& options, ExportSummary& summary,
                           const ExportCallbacks& callbacks) {
-    const std::filesystem::path target = toPath(outPath);
+    const std::filesystem::path target = pathFromUtf8(outPath);
     std::filesystem::path partial = target;
     partial += ".part";
+#ifdef _WIN32
+    std::FILE* out = ::_wfopen(partial.c_str(), L"wb");
+#else
     std::FILE* out = std::fopen(partial.c_str(), "wb");
+#endif
     if (!out)
         return "cannot write " + outPath + ": " + systemReason(errno);
     std::string error = exportCsv(inPath, out, options, summary, callbacks);
@@ -166,7 +165,7 @@ std::string exportCsvFile(const std::string& inPath, const std::string& outPath,
     if (error.empty()) {
         std::filesystem::rename(partial, target, ec);
         if (ec)
-            error = "cannot write " + outPath + ": " + ec.message();
+            error = "cannot write " + outPath + ": " + systemReason(ec.value());
     }
     if (!error.empty())
         std::filesystem::remove(partial, ec);
@@ -174,7 +173,7 @@ std::string exportCsvFile(const std::string& inPath, const std::string& outPath,
 }
 
 std::string csvNameFor(const std::string& inPath) {
-    std::filesystem::path p = toPath(inPath);
+    std::filesystem::path p = pathFromUtf8(inPath);
     p.replace_extension(".csv");
     const std::u8string s = p.u8string();
     return std::string(s.begin(), s.end());
