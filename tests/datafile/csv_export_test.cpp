@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 #include <cmath>
 #include <cstdio>
 
@@ -47,9 +49,7 @@ void writeLines(const fs::path& path, const std::vector<std::string>& lines) {
     std::string all;
     for (const auto& l : lines)
         all += l + "\r\n";
-    std::FILE* f = std::fopen(path.c_str(), "wb");
-    std::fwrite(all.data(), 1, all.size(), f);
-    std::fclose(f);
+    std::ofstream(path, std::ios::binary) << all;
 }
 
 std::string exportText(const fs::path& in, const ExportOptions& options, ExportSummary& summary,
