@@ -184,10 +184,16 @@ std::string datedPath(const std::string& path, const std::string& dateText) {
         dateText.size() == 10
             ? dateText.substr(6, 4) + "-" + dateText.substr(0, 2) + "-" + dateText.substr(3, 2)
             : dateText;
-    const std::filesystem::path p = pathFromUtf8(path);
-    std::filesystem::path dated = p.parent_path();
-    dated /= pathFromUtf8(utf8FromPath(p.stem()) + "-" + iso + utf8FromPath(p.extension()));
-    return utf8FromPath(dated);
+    // The date goes before the extension of the last part; the folder part stays as given.
+#ifdef _WIN32
+    const std::size_t nameAt = path.find_last_of("/\\") + 1;
+#else
+    const std::size_t nameAt = path.find_last_of('/') + 1;
+#endif
+    std::size_t dot = path.rfind('.');
+    if (dot == std::string::npos || dot <= nameAt) // no extension (or a name like ".txt")
+        dot = path.size();
+    return path.substr(0, dot) + "-" + iso + path.substr(dot);
 }
 
 std::string Recorder::today() {

@@ -215,7 +215,7 @@ namespace {
 TEST(DataFileWriter, RefusesHostileNamesAndWhatIsNotAFileWithoutBlocking) {
     TempFolder folder;
     const fs::path outside = folder.path() / "outside.txt";
-    std::ofstream(outside) << "precious\n";
+    std::ofstream(outside, std::ios::binary) << "precious\n";
 #ifndef _WIN32 // Windows has no pipes in folders, and links there need privileges
     const fs::path link = folder.path() / "link.txt";
     fs::create_symlink(outside, link);

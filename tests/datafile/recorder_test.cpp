@@ -463,6 +463,7 @@ TEST(DatedPath, PutsTheIsoDateBeforeTheExtension) {
         {"run.txt", "run-2026-11-23.txt"},
         {"/data/run", "/data/run-2026-11-23"},
         {"/data/site.a.txt", "/data/site.a-2026-11-23.txt"},
+        {"/da.ta/run", "/da.ta/run-2026-11-23"}, // a dot in the folder is no extension
     };
     for (const auto& c : cases)
         EXPECT_EQ(datedPath(c.path, "11-23-2026"), c.expected) << c.path;
