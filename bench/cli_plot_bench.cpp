@@ -39,6 +39,7 @@ Run runOnce(const std::vector<std::string>& argv, bool quiet = false) {
         args.push_back(const_cast<char*>(a.c_str()));
     args.push_back(nullptr);
     const auto t0 = std::chrono::steady_clock::now();
+    std::fflush(stdout); // else the child writes out what the parent has not yet
     const pid_t pid = fork();
     if (pid == 0) {
         if (quiet)

@@ -62,7 +62,7 @@ void appendText(std::string& out, std::string_view text, char separator) {
 }
 
 void appendRow(std::string& out, const Entry& e, char sep) {
-    out += isoTime(e.timeMs);
+    appendIsoTime(out, e.timeMs);
     out += sep;
     if (e.kind == EntryKind::LostCommunication) {
         out.append(13, sep);

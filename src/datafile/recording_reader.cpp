@@ -39,29 +39,33 @@ constexpr double kPowersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                    1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
 constexpr int kPlainDigits = 15; // every such whole number is exact in a double
 
-std::optional<double> plainDecimal(std::string_view s) {
-    const bool negative = !s.empty() && s[0] == '-';
-    std::size_t i = negative ? 1 : 0;
-    std::int64_t whole = 0;
-    int digitCount = 0, decimals = -1;
-    for (; i < s.size(); ++i) {
-        const char c = s[i];
-        if (c >= '0' && c <= '9') {
-            if (++digitCount > kPlainDigits)
-                return std::nullopt;
-            whole = whole * 10 + (c - '0');
-            if (decimals >= 0)
-                ++decimals;
-        } else if (c == '.' && decimals < 0) {
-            decimals = 0;
-        } else {
-            return std::nullopt;
-        }
+// Sets out and returns true when s is one; the value is not handed back in an optional, which
+// costs a store-forwarding stall for each of the dozen fields of every line.
+bool plainDecimal(std::string_view s, double& out) {
+    const char* p = s.data();
+    const char* const end = p + s.size();
+    const bool negative = p != end && *p == '-';
+    p += negative;
+    const char* const first = p;
+    const char* point = nullptr;
+    std::uint64_t whole = 0; // wraps past 19 digits, but then the digit count refuses it
+    for (; p != end; ++p) {
+        const unsigned digit = static_cast<unsigned char>(*p) - unsigned{'0'};
+        if (digit < 10)
+            whole = whole * 10 + digit;
+        else if (*p == '.' && !point)
+            point = p;
+        else
+            return false;
     }
-    if (digitCount == 0)
-        return std::nullopt;
-    const double v = static_cast<double>(whole) / kPowersOfTen[decimals < 0 ? 0 : decimals];
-    return negative ? -v : v;
+    const auto digitCount = (end - first) - (point ? 1 : 0);
+    if (digitCount == 0 || digitCount > kPlainDigits)
+        return false;
+    double v = static_cast<double>(whole);
+    if (point && point + 1 != end)
+        v /= kPowersOfTen[end - point - 1];
+    out = negative ? -v : v;
+    return true;
 }
 
 // The whole text as a number in C notation, or nothing.
@@ -69,9 +73,9 @@ std::optional<double> number(std::string_view s) {
     s = trim(s);
     if (s.empty())
         return std::nullopt;
-    if (const auto plain = plainDecimal(s))
-        return plain;
     double v = 0;
+    if (plainDecimal(s, v))
+        return v;
     const auto [end, ec] = std::from_chars(s.data(), s.data() + s.size(), v);
     if (ec != std::errc() || end != s.data() + s.size())
         return std::nullopt;
@@ -83,24 +87,25 @@ bool isOverload(std::string_view s) {
     return s.starts_with("OL") || s.starts_with("-OL");
 }
 
-FieldValue fieldValue(std::string_view text, std::string_view suffix) {
+// Reads one value field into v, which is as default-constructed; filled in place, as copying
+// a returned FieldValue would stall on its just-written parts.
+void readField(std::string_view text, std::string_view suffix, FieldValue& v) {
     text = trim(text);
     if (!suffix.empty() && text.ends_with(suffix))
         text = trim(text.substr(0, text.size() - suffix.size())); // " 0.98 PF"
-    FieldValue v;
     if (text.empty())
-        return v;
-    if ((v.number = plainDecimal(text))) {
+        return;
+    if (double plain = 0; plainDecimal(text, plain)) {
+        v.number = plain;
         v.text = text;
         v.plain = true;
-        return v;
+        return;
     }
     v.overload = isOverload(text);
     if (!v.overload)
         v.number = number(text);
     if (v.number)
         v.text = text;
-    return v;
 }
 
 // Splits at the first `count - 1` commas; the last piece keeps any further commas.
@@ -120,11 +125,19 @@ int splitFields(std::string_view line, std::string_view* out, int count) {
     return n;
 }
 
+// A whole number of one to nine digits and nothing else.
 bool digits(std::string_view s, int& out) {
-    if (s.empty())
+    if (s.empty() || s.size() > 9)
         return false;
-    const auto [end, ec] = std::from_chars(s.data(), s.data() + s.size(), out);
-    return ec == std::errc() && end == s.data() + s.size();
+    int n = 0;
+    for (const char c : s) {
+        const unsigned digit = static_cast<unsigned char>(c) - unsigned{'0'};
+        if (digit >= 10)
+            return false;
+        n = n * 10 + static_cast<int>(digit);
+    }
+    out = n;
+    return true;
 }
 
 // "mm-dd-yyyy" (a data file) or "mm-dd" (a download, with the year given).
@@ -211,7 +224,7 @@ std::int64_t daysFromCivil(int year, int month, int day) {
     return era * 146097 + static_cast<std::int64_t>(doe) - 719468;
 }
 
-std::string isoTime(std::int64_t timeMs) {
+void appendIsoTime(std::string& out, std::int64_t timeMs) {
     char buffer[32];
     char* p = putDay(buffer, timeMs);
     std::int64_t ms = timeMs - floorDiv(timeMs, kMsPerDay) * kMsPerDay;
@@ -228,7 +241,13 @@ std::string isoTime(std::int64_t timeMs) {
             fraction /= 10, --width;
         p = putDigits(p, fraction, width);
     }
-    return std::string(buffer, p);
+    out.append(buffer, p);
+}
+
+std::string isoTime(std::int64_t timeMs) {
+    std::string text;
+    appendIsoTime(text, timeMs);
+    return text;
 }
 
 std::string isoDay(std::int64_t timeMs) {
@@ -283,12 +302,18 @@ Entry RecordingReader::read(std::string_view line) {
     const int n = splitFields(line, fields, kDataFields);
     // " mm-dd-yyyy,hh:mm:ss.s, NO COM, DATA LOST, !, ..."
     if (n >= 4 && trim(fields[2]) == kLostNotice.substr(0, 6) &&
-        trim(fields[3]).starts_with(kLostNotice.substr(8)))
-        return readLost(fields, e);
-    if (n == kDataFields)
-        return readDataRecord(fields, e);
-    if (n == kDownloadFields)
-        return readDownloadRecord(fields, e);
+        trim(fields[3]).starts_with(kLostNotice.substr(8))) {
+        readLost(fields, e);
+        return e;
+    }
+    if (n == kDataFields) {
+        readDataRecord(fields, e);
+        return e;
+    }
+    if (n == kDownloadFields) {
+        readDownloadRecord(fields, e);
+        return e;
+    }
     e.kind = EntryKind::Malformed;
     e.problem = "not a record, header or lost-communication line (" + std::to_string(n) +
                 " comma-separated fields; a record has " + std::to_string(kDataFields) +
@@ -315,28 +340,27 @@ bool readTime(Entry& e, std::string_view date, std::string_view clock, int yearI
     return true;
 }
 
-Entry malformed(Entry e) {
+void malformed(Entry& e) {
     e.kind = EntryKind::Malformed;
-    return e;
 }
 
 } // namespace
 
-Entry RecordingReader::readDataRecord(const std::string_view* f, Entry e) {
+void RecordingReader::readDataRecord(const std::string_view* f, Entry& e) {
     if (!readTime(e, f[1], f[2], 0))
-        return malformed(std::move(e));
-    e.record = fieldValue(f[0], "");
+        return malformed(e);
+    readField(f[0], "", e.record);
     if (!e.record.number) {
         e.problem = "\"" + std::string(trim(f[0])) + "\" is not a record number";
-        return malformed(std::move(e));
+        return malformed(e);
     }
     for (int q = kQW; q <= kQKWH; ++q)
         if (wanted_ & (1u << q))
-            e.values[q] = fieldValue(f[3 + q], kDataSuffix[q]);
+            readField(f[3 + q], kDataSuffix[q], e.values[q]);
     // "8.60/month 8$0.34": energy per period, period, then hours per day glued to the cost.
     std::string_view rest = f[11];
     const auto slash = rest.find('/');
-    e.values[kQEstKWH] = fieldValue(rest.substr(0, slash), "");
+    readField(rest.substr(0, slash), "", e.values[kQEstKWH]);
     if (slash != std::string_view::npos) {
         rest.remove_prefix(slash + 1);
         const auto blank = rest.find(' ');
@@ -344,28 +368,27 @@ Entry RecordingReader::readDataRecord(const std::string_view* f, Entry e) {
         if (blank != std::string_view::npos) {
             const std::string_view last = rest.substr(blank + 1);
             const auto dollar = last.rfind('$');
-            e.hoursPerDay = fieldValue(last.substr(0, dollar), "");
+            readField(last.substr(0, dollar), "", e.hoursPerDay);
             if (dollar != std::string_view::npos)
-                e.cost = fieldValue(last.substr(dollar + 1), "");
+                readField(last.substr(dollar + 1), "", e.cost);
         }
     }
     for (const FieldValue& v : e.values)
         e.overload = e.overload || v.overload;
     e.kind = EntryKind::Record;
-    return e;
 }
 
-Entry RecordingReader::readDownloadRecord(const std::string_view* f, Entry e) {
+void RecordingReader::readDownloadRecord(const std::string_view* f, Entry& e) {
     if (trim(f[1]).size() != 5) {
         e.problem = "\"" + std::string(trim(f[1])) + "\" is not a download date (mm-dd)";
-        return malformed(std::move(e));
+        return malformed(e);
     }
     if (!readTime(e, f[1], f[2], downloadYear_))
-        return malformed(std::move(e));
-    e.record = fieldValue(f[0], "");
+        return malformed(e);
+    readField(f[0], "", e.record);
     if (!e.record.number) {
         e.problem = "\"" + std::string(trim(f[0])) + "\" is not a record number";
-        return malformed(std::move(e));
+        return malformed(e);
     }
     // The logger keeps one date for a whole download: past midnight its clock starts again.
     e.timeMs += downloadDayOffset_ * kMsPerDay;
@@ -377,18 +400,16 @@ Entry RecordingReader::readDownloadRecord(const std::string_view* f, Entry e) {
     // Watts, PF, volts, amps: plain numbers with the mask "0.0", or an overload text.
     constexpr Quantity order[] = {kQW, kQPF, kQV, kQA};
     for (int i = 0; i < 4; ++i) {
-        e.values[order[i]] = fieldValue(f[3 + i], "");
+        readField(f[3 + i], "", e.values[order[i]]);
         e.overload = e.overload || e.values[order[i]].overload;
     }
     e.kind = EntryKind::Record;
-    return e;
 }
 
-Entry RecordingReader::readLost(const std::string_view* f, Entry e) {
+void RecordingReader::readLost(const std::string_view* f, Entry& e) {
     if (!readTime(e, f[0], f[1], 0))
-        return malformed(std::move(e));
+        return malformed(e);
     e.kind = EntryKind::LostCommunication;
-    return e;
 }
 
 std::string readRecording(const std::string& path, RecordingReader& reader,

@@ -51,6 +51,7 @@ std::int64_t daysFromCivil(int year, int month, int day);
 // "2026-11-15T16:58:09.4": the time as ISO 8601 local time, tenths (or finer) only where
 // the time has them.
 std::string isoTime(std::int64_t timeMs);
+void appendIsoTime(std::string& out, std::int64_t timeMs);
 // "2026-11-15" and "2026-11-15T16" for the per-day and per-hour groups.
 std::string isoDay(std::int64_t timeMs);
 std::string isoHour(std::int64_t timeMs);
@@ -70,9 +71,9 @@ class RecordingReader {
     Entry read(std::string_view line);
 
   private:
-    Entry readDataRecord(const std::string_view* fields, Entry e);
-    Entry readDownloadRecord(const std::string_view* fields, Entry e);
-    Entry readLost(const std::string_view* fields, Entry e);
+    void readDataRecord(const std::string_view* fields, Entry& e);
+    void readDownloadRecord(const std::string_view* fields, Entry& e);
+    void readLost(const std::string_view* fields, Entry& e);
 
     int downloadYear_;
     unsigned wanted_;
