@@ -76,6 +76,32 @@ void entrySeeds(const fs::path& folder) {
         write(folder, "entry_" + std::to_string(i++), e);
 }
 
+// Command lines as users type them, one argument after another, each ended by a NUL.
+void commandLineSeeds(const fs::path& folder) {
+    const std::vector<std::vector<std::string>> lines = {
+        {"--port", "/dev/ttyUSB0", "--interval", "0.4", "--count", "10", "--format", "csv"},
+        {"--simulate", "--mqtt", "[::1]:1883", "--topic", "lab/pa", "--username", "u",
+         "--password-file", "pw", "--tls-ca", "ca.pem", "--baud", "4800"},
+        {"--simulate", "--out", "run.txt", "--period", "day", "--price", "0.25", "--hours", "8",
+         "--start", "100", "--rotate", "daily"},
+        {"--w", "116.4W", "--pf", ".92", "--v", "230V", "--a", "0.6A", "--hz", "50Hz", "--target",
+         "c", "4.7u"},
+        {"run.txt", "--quantity", "3", "--png", "out.png", "--size", "1280x720", "--zoom", "1",
+         "3600", "--stats", "--points", "--force"},
+        {"download", "--out", "logger.txt", "--port", "COM3"},
+        {"set", "clock", "11-23 09:05:07", "--simulate"},
+        {"run.txt", "--out", "-", "--sep", ";", "--year", "2025"},
+        {"run.txt", "--per", "hour", "--format", "json", "--price", "0.3"},
+    };
+    int i = 0;
+    for (const auto& line : lines) {
+        std::string bytes;
+        for (const std::string& arg : line)
+            bytes += arg + '\0';
+        write(folder, "line_" + std::to_string(i++), bytes);
+    }
+}
+
 void plotSeeds(const fs::path& folder) {
     pa::datafile::RecordTexts t{"11-23-2026", "09:05:07.4", "116.4",  ".920",  "230",
                                 ".550",       "23.1",       "126.50", "49.53", "0.0012",
@@ -148,6 +174,7 @@ int main(int argc, char** argv) {
     liveSeeds(root / "live_tick_fuzz");
     loggerSeeds(root / "logger_input_fuzz");
     entrySeeds(root / "text_entry_fuzz");
+    commandLineSeeds(root / "command_line_fuzz");
     plotSeeds(root / "plot_file_fuzz");
     exchangeSeeds(root / "logger_exchange_fuzz");
     recordSeeds(root / "record_writer_fuzz");

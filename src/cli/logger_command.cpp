@@ -12,6 +12,7 @@
 #include "app/meter_link.h"
 #include "cli/commands.h"
 #include "cli/console_ui.h"
+#include "cmdline/command_options.h"
 #include "datafile/data_folder.h"
 #include "logger/console_parser.h"
 #include "logger/logger_session.h"
@@ -30,6 +31,8 @@
 #include <vector>
 
 namespace pa::cli {
+
+using namespace pa::cmdline;
 
 namespace {
 
@@ -59,34 +62,6 @@ class LoggerUi : public ConsoleUi {
         return outFile;
     }
 };
-
-struct LoggerOptions {
-    std::vector<std::string> words; // the subcommand and its arguments
-    std::string port, out;
-    bool simulate = false;
-};
-
-std::string parseLogger(const std::vector<std::string>& args, LoggerOptions& o) {
-    for (std::size_t i = 0; i < args.size(); ++i) {
-        const std::string& a = args[i];
-        if (a == "--simulate") {
-            o.simulate = true;
-        } else if (a == "--port" || a == "--out") {
-            if (i + 1 >= args.size())
-                return a + " needs a value";
-            (a == "--port" ? o.port : o.out) = args[++i];
-        } else if (a.rfind("--", 0) == 0) {
-            return "unknown option " + a;
-        } else {
-            o.words.push_back(a);
-        }
-    }
-    if (o.simulate == !o.port.empty())
-        return "give either --port PATH or --simulate";
-    if (o.words.empty())
-        return "logger needs a subcommand: status, download, read, write, set, mode, selftest";
-    return "";
-}
 
 // The expected argument count after the subcommand, and a usage line.
 struct Sub {

@@ -13,27 +13,20 @@
 #include "cli/commands.h"
 #include "cli/live_session.h"
 #include "cli/mqtt_publisher.h"
+#include "cmdline/command_options.h"
 
 #include <QCoreApplication>
+#include <QSysInfo>
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace pa::cli {
 
-namespace {
+using namespace pa::cmdline;
 
-struct MonitorOptions {
-    std::string port;
-    bool simulate = false;
-    std::string interval;
-    long count = -1; // until interrupted
-    int baudIndex = -1;
-    MqttOptions mqtt;
-    char separator = '\t';
-};
+namespace {
 
 // The columns of a monitor line, named with their units.
 constexpr const char* kColumns[] = {"time",      "W",  "PF",  "V",  "A",
@@ -47,54 +40,6 @@ std::string field(const std::string& text, char separator) {
     for (char c : text)
         quoted += c == '"' ? std::string("\"\"") : std::string(1, c);
     return quoted + "\"";
-}
-
-// Parses the options after the subcommand; returns an error text or "".
-std::string parseMonitor(const std::vector<std::string>& args, MonitorOptions& o) {
-    for (std::size_t i = 0; i < args.size(); ++i) {
-        const std::string& a = args[i];
-        auto value = [&]() -> const std::string* {
-            return i + 1 < args.size() ? &args[++i] : nullptr;
-        };
-        std::string mqttError;
-        if (takeMqttOption(args, i, o.mqtt, mqttError)) {
-            if (!mqttError.empty())
-                return mqttError;
-        } else if (a == "--simulate") {
-            o.simulate = true;
-        } else if (a == "--port" || a == "--interval" || a == "--count" || a == "--baud" ||
-                   a == "--format") {
-            const std::string* v = value();
-            if (!v)
-                return a + " needs a value";
-            if (a == "--port") {
-                o.port = *v;
-            } else if (a == "--format") {
-                if (*v != "tsv" && *v != "csv")
-                    return "--format takes tsv or csv";
-                o.separator = *v == "csv" ? ',' : '\t';
-            } else if (a == "--interval") {
-                o.interval = *v;
-            } else if (a == "--count") {
-                char* end = nullptr;
-                o.count = std::strtol(v->c_str(), &end, 10);
-                if (v->empty() || *end || o.count < 1)
-                    return "--count takes a whole number of at least 1";
-            } else {
-                const char* rates[] = {"9600", "4800", "2400", "1200"};
-                for (int r = 0; r < 4; ++r)
-                    if (*v == rates[r])
-                        o.baudIndex = r;
-                if (o.baudIndex < 0)
-                    return "--baud takes 9600, 4800, 2400 or 1200";
-            }
-        } else {
-            return "unknown option " + a;
-        }
-    }
-    if (o.simulate == !o.port.empty())
-        return "give either --port PATH or --simulate";
-    return completeMqttOptions(o.mqtt);
 }
 
 int monitor(const MonitorOptions& o) {
@@ -156,7 +101,10 @@ int monitor(const MonitorOptions& o) {
 
 int monitorCommand(const std::vector<std::string>& args) {
     MonitorOptions options;
-    if (const std::string error = parseMonitor(args, options); !error.empty())
+    if (const std::string error =
+            parseMonitor(args, options, QSysInfo::machineHostName().toStdString(),
+                         QCoreApplication::applicationPid());
+        !error.empty())
         return fail(error);
     quitOnCtrlC();
     return monitor(options);

@@ -2,13 +2,9 @@
 
 #include "live/mqtt_messages.h"
 
-#include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QSysInfo>
 #include <QThread>
-#include <cctype>
 #include <cerrno>
-#include <charconv>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -24,94 +20,9 @@ void say(const std::string& text) {
     std::fflush(stderr);
 }
 
-// "host", "host:1883", "[::1]:1883"; false on a bad port.
-bool splitHostPort(const std::string& text, std::string& host, int& port) {
-    std::string portText;
-    if (text.starts_with('[')) {
-        const auto close = text.find(']');
-        if (close == std::string::npos)
-            return false;
-        host = text.substr(1, close - 1);
-        if (close + 1 < text.size()) {
-            if (text[close + 1] != ':')
-                return false;
-            portText = text.substr(close + 2);
-        }
-    } else if (const auto colon = text.rfind(':');
-               colon != std::string::npos && text.find(':') == colon) {
-        host = text.substr(0, colon);
-        portText = text.substr(colon + 1);
-    } else {
-        host = text;
-    }
-    if (host.empty())
-        return false;
-    if (text.find(':') != std::string::npos && !text.starts_with('[') && portText.empty())
-        return false;
-    if (portText.empty())
-        return true;
-    const auto [end, error] =
-        std::from_chars(portText.data(), portText.data() + portText.size(), port);
-    return error == std::errc() && end == portText.data() + portText.size() && port >= 1 &&
-           port <= 65535;
-}
-
-std::string plainName(const std::string& text) {
-    std::string out;
-    for (const char c : text)
-        out += (std::isalnum(static_cast<unsigned char>(c)) || c == '-' || c == '_') ? c : '_';
-    return out.empty() ? "host" : out;
-}
-
 } // namespace
 
-bool takeMqttOption(const std::vector<std::string>& args, std::size_t& i, MqttOptions& o,
-                    std::string& error) {
-    const std::string& a = args[i];
-    std::string* target = a == "--topic"           ? &o.topic
-                          : a == "--client-id"     ? &o.clientId
-                          : a == "--username"      ? &o.username
-                          : a == "--password-file" ? &o.passwordFile
-                          : a == "--tls-ca"        ? &o.tlsCa
-                                                   : nullptr;
-    if (a != "--mqtt" && !target)
-        return false;
-    if (i + 1 >= args.size() || args[i + 1].empty()) {
-        error = a + " needs a value";
-        return true;
-    }
-    const std::string& v = args[++i];
-    if (target) {
-        *target = v;
-    } else if (!splitHostPort(v, o.host, o.port)) {
-        error = "--mqtt takes HOST or HOST:PORT (a port from 1 to 65535), not " + v;
-    }
-    return true;
-}
-
-std::string completeMqttOptions(MqttOptions& o) {
-    if (o.host.empty()) {
-        if (!o.topic.empty() || !o.clientId.empty() || !o.username.empty() ||
-            !o.passwordFile.empty() || !o.tlsCa.empty())
-            return "the MQTT options need --mqtt HOST[:PORT]";
-        return "";
-    }
-    if (!o.passwordFile.empty() && o.username.empty())
-        return "--password-file needs --username";
-    const std::string host = plainName(QSysInfo::machineHostName().toStdString());
-    if (o.topic.empty())
-        o.topic = "poweranalyzer/" + host;
-    if (const std::string bad = live::checkTopicPrefix(o.topic); !bad.empty())
-        return "--topic: " + bad;
-    if (o.clientId.empty())
-        o.clientId =
-            "poweranalyzer-" + host + "-" + std::to_string(QCoreApplication::applicationPid());
-    if (o.port == 0)
-        o.port = o.tlsCa.empty() ? 1883 : 8883;
-    return "";
-}
-
-MqttPublisher::MqttPublisher(MqttOptions options) : options_(std::move(options)) {
+MqttPublisher::MqttPublisher(cmdline::MqttOptions options) : options_(std::move(options)) {
     const live::Topics topics = live::topicsFor(options_.topic);
     stateTopic_ = topics.state;
     availabilityTopic_ = topics.availability;

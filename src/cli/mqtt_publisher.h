@@ -9,6 +9,7 @@
 // the retained availability "online" and the discovery configs again. The broker publishes
 // the retained "offline" (the last will) when the program dies, and finish() publishes it
 // on a normal end and returns the summary of what was sent and what was lost.
+#include "cmdline/command_options.h"
 #include "live/live_cycle.h"
 
 #include <atomic>
@@ -19,19 +20,6 @@ struct mosquitto;
 
 namespace pa::cli {
 
-struct MqttOptions {
-    std::string host; // empty: no publishing
-    int port = 0;     // 0: 1883, or 8883 with TLS
-    std::string topic, clientId, username, passwordFile, tlsCa;
-};
-
-// Takes one MQTT option at args[i] (and its value, advancing i). False when args[i] is not
-// an MQTT option; error is set when it is one with a missing or bad value.
-bool takeMqttOption(const std::vector<std::string>& args, std::size_t& i, MqttOptions& options,
-                    std::string& error);
-// Checks the options together and fills in the defaults; "" or the error.
-std::string completeMqttOptions(MqttOptions& options);
-
 class MqttPublisher {
   public:
     static constexpr int kMaxBacklog = 64;       // messages queued but not yet written
@@ -39,7 +27,7 @@ class MqttPublisher {
     static constexpr int kFirstRetrySeconds = 1, kLongestRetrySeconds = 30;
     static constexpr int kFinishWaitMs = 3000; // for the last samples and "offline" to go out
 
-    explicit MqttPublisher(MqttOptions options);
+    explicit MqttPublisher(cmdline::MqttOptions options);
     ~MqttPublisher();
     MqttPublisher(const MqttPublisher&) = delete;
     MqttPublisher& operator=(const MqttPublisher&) = delete;
@@ -65,7 +53,7 @@ class MqttPublisher {
     void published();
     std::string where() const;
 
-    MqttOptions options_;
+    cmdline::MqttOptions options_;
     std::string stateTopic_, availabilityTopic_;
     mosquitto* client_ = nullptr;
     bool finished_ = false;

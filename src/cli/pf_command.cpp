@@ -9,6 +9,7 @@
 // output is one "name: text" line per circuit field and improved value; a capped capacitance
 // adds its notice first. A refused target prints its message on standard error and exits 1.
 #include "cli/commands.h"
+#include "cmdline/command_options.h"
 #include "pfimprove/pf_calculator.h"
 
 #include <cstdio>
@@ -16,54 +17,11 @@
 #include <vector>
 
 namespace pa::cli {
+
+using namespace pa::cmdline;
 namespace {
 
 using namespace pa::pfimprove;
-
-struct PfOptions {
-    ReadoutTexts readouts;
-    int target = -1;
-    std::string value;
-};
-
-std::string parsePf(const std::vector<std::string>& args, PfOptions& o) {
-    const struct {
-        const char* option;
-        int panel;
-    } present[] = {{"--w", live::kW},     {"--pf", live::kPF},       {"--v", live::kV},
-                   {"--a", live::kA},     {"--angle", live::kAngle}, {"--va", live::kVA},
-                   {"--var", live::kVAR}, {"--hz", live::kHz}};
-    const char* targets[] = {"pf", "a", "va", "var", "angle", "c"};
-    for (std::size_t i = 0; i < args.size(); ++i) {
-        const std::string& a = args[i];
-        if (a == "--target") {
-            if (i + 2 >= args.size())
-                return "--target needs a name (pf, a, va, var, angle, c) and a value";
-            const std::string& name = args[++i];
-            for (int t = 0; t < kTargets; ++t)
-                if (name == targets[t])
-                    o.target = t;
-            if (o.target < 0)
-                return "--target takes pf, a, va, var, angle or c, not " + name;
-            o.value = args[++i];
-            continue;
-        }
-        bool known = false;
-        for (const auto& p : present) {
-            if (a == p.option) {
-                if (i + 1 >= args.size())
-                    return a + " needs a value";
-                o.readouts[p.panel] = args[++i];
-                known = true;
-            }
-        }
-        if (!known)
-            return "unknown option " + a;
-    }
-    if (o.target < 0)
-        return "give a target: --target pf|a|va|var|angle|c VALUE";
-    return "";
-}
 
 } // namespace
 

@@ -8,10 +8,10 @@
 // when it holds a comma). A file that fails the format check is refused unless --force.
 #include "cli/commands.h"
 #include "cli/console_ui.h"
+#include "cmdline/command_options.h"
 #include "datafile/recording_reader.h"
 #include "plot/PlotFile.h"
 #include "plot/line_reader.h"
-#include "text/leading_number.h"
 #include "text/number_text.h"
 
 #include <cstdio>
@@ -20,78 +20,9 @@
 #include <vector>
 
 namespace pa::cli {
+
+using namespace pa::cmdline;
 namespace {
-
-struct PlotOptions {
-    std::string file, png, pdf;
-    int quantity = 0;
-    int width = 1280, height = 720;
-    bool zoom = false;
-    double zoomStart = 0, zoomEnd = 0;
-    bool stats = false, points = false, force = false;
-};
-
-bool wholeNumber(const std::string& text, long low, long high, long& out) {
-    char* end = nullptr;
-    out = std::strtol(text.c_str(), &end, 10);
-    return !text.empty() && !*end && out >= low && out <= high;
-}
-
-std::string parsePlot(const std::vector<std::string>& args, PlotOptions& o) {
-    for (std::size_t i = 0; i < args.size(); ++i) {
-        const std::string& a = args[i];
-        auto value = [&]() -> const std::string* {
-            return i + 1 < args.size() ? &args[++i] : nullptr;
-        };
-        if (a == "--stats") {
-            o.stats = true;
-        } else if (a == "--points") {
-            o.points = true;
-        } else if (a == "--force") {
-            o.force = true;
-        } else if (a == "--quantity" || a == "--png" || a == "--pdf" || a == "--size") {
-            const std::string* v = value();
-            if (!v)
-                return a + " needs a value";
-            long n = 0;
-            if (a == "--quantity") {
-                if (!wholeNumber(*v, 0, 8, n))
-                    return "--quantity takes 0 to 8 (0 Watt, 1 PF, 2 Volt, 3 Ampere, 4 Phase "
-                           "Angle, 5 VA, 6 VAR, 7 KWH, 8 Est. KWH)";
-                o.quantity = static_cast<int>(n);
-            } else if (a == "--png") {
-                o.png = *v;
-            } else if (a == "--pdf") {
-                o.pdf = *v;
-            } else {
-                const auto x = v->find('x');
-                long w = 0, h = 0;
-                if (x == std::string::npos || !wholeNumber(v->substr(0, x), 200, 8000, w) ||
-                    !wholeNumber(v->substr(x + 1), 150, 8000, h))
-                    return "--size takes WIDTHxHEIGHT in pixels, for example 1280x720";
-                o.width = static_cast<int>(w);
-                o.height = static_cast<int>(h);
-            }
-        } else if (a == "--zoom") {
-            if (i + 2 >= args.size())
-                return "--zoom needs START and END record numbers";
-            o.zoom = true;
-            o.zoomStart = text::leadingNumber(args[++i]);
-            o.zoomEnd = text::leadingNumber(args[++i]);
-        } else if (!a.empty() && a[0] == '-') {
-            return "unknown option " + a;
-        } else if (o.file.empty()) {
-            o.file = a;
-        } else {
-            return "one data file only (" + a + ")";
-        }
-    }
-    if (o.file.empty())
-        return "give the data file to plot";
-    if (o.png.empty() && o.pdf.empty() && !o.points && !o.stats)
-        return "nothing to do: give --png OUT, --pdf OUT, --points or --stats";
-    return "";
-}
 
 // Messages to standard error; the format question answered by --force.
 class PlotUi : public ConsoleUi {

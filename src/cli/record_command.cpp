@@ -13,95 +13,17 @@
 // ("run.txt" -> "run-2026-11-23.txt") and the header on top.
 #include "cli/commands.h"
 #include "cli/live_session.h"
+#include "cmdline/command_options.h"
 #include "datafile/recorder.h"
-#include "text/leading_number.h"
-#include "text/number_text.h"
 
 #include <QCoreApplication>
-#include <charconv>
-#include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <optional>
 
 namespace pa::cli {
+
+using namespace pa::cmdline;
 namespace {
-
-const char* const kPeriods[] = {"month", "day", "year"};
-
-struct RecordOptions {
-    std::string port;
-    bool simulate = false;
-    std::string out;
-    std::string interval;
-    long count = -1; // until interrupted
-    int period = 0;
-    std::string price, hours = "0", start = "0";
-    bool daily = false;
-};
-
-// A plain finite number and nothing else (whatever the locale), such as 5, 0.25 or 1e3:
-// these texts go into the data file's lines as they stand.
-bool isNumber(const std::string& text) {
-    return text::parseDecimal(text).has_value();
-}
-
-std::string parseRecord(const std::vector<std::string>& args, RecordOptions& o) {
-    for (std::size_t i = 0; i < args.size(); ++i) {
-        const std::string& a = args[i];
-        if (a == "--simulate") {
-            o.simulate = true;
-            continue;
-        }
-        if (i + 1 >= args.size())
-            return a.rfind("--", 0) == 0 ? a + " needs a value" : "unknown option " + a;
-        const std::string& v = args[++i];
-        if (a == "--port") {
-            o.port = v;
-        } else if (a == "--out") {
-            o.out = v;
-        } else if (a == "--interval") {
-            if (text::parseDecimal(v).value_or(0) <= 0)
-                return "--interval takes a number of seconds (0.5, or a whole number)";
-            o.interval = v;
-        } else if (a == "--count") {
-            char* end = nullptr;
-            o.count = std::strtol(v.c_str(), &end, 10);
-            if (v.empty() || *end || o.count < 1)
-                return "--count takes a whole number of at least 1";
-        } else if (a == "--period") {
-            o.period = -1;
-            for (int p = 0; p < 3; ++p)
-                if (v == kPeriods[p])
-                    o.period = p;
-            if (o.period < 0)
-                return "--period takes month, day or year";
-        } else if (a == "--price") {
-            if (!isNumber(v))
-                return "--price takes a number (the price of one kWh, such as 0.25)";
-            o.price = v;
-        } else if (a == "--hours") {
-            if (!isNumber(v))
-                return "--hours takes a number of hours a day from 0 to 24";
-            o.hours = v;
-        } else if (a == "--rotate") {
-            if (v != "daily")
-                return "--rotate takes daily";
-            o.daily = true;
-        } else if (a == "--start") {
-            if (!text::parseDecimal(v))
-                return "--start takes the number of the first record";
-            o.start = v;
-        } else {
-            return "unknown option " + a;
-        }
-    }
-    if (o.simulate == !o.port.empty())
-        return "give either --port PATH or --simulate";
-    if (o.out.empty())
-        return "give the file to record into with --out FILE";
-    return "";
-}
 
 int record(const RecordOptions& o) {
     LiveSession session;
