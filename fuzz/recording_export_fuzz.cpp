@@ -1,17 +1,57 @@
 // Arbitrary file contents through the spreadsheet export (both separators) and the statistics
 // (per hour, in all three output forms). The readers take files by path, so each input is
-// written to a scratch file first (under /dev/shm where there is one).
+// written to a scratch file first (under /dev/shm where there is one). Nothing may be dropped
+// without a word: every line of the file is counted once, the CSV holds the header and one
+// row of 15 fields for each record and lost-communication line, and the statistics count
+// the same records, lost lines and malformed lines as the export.
 #include "datafile/csv_export.h"
 #include "datafile/recording_stats.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <unistd.h>
 
 namespace {
+
+void check(bool ok) {
+    if (!ok)
+        std::abort();
+}
+
+// Lines as the readers count them: each ended by LF, and a last one without.
+std::uint64_t linesIn(const std::uint8_t* data, std::size_t size) {
+    std::uint64_t lines = 0;
+    for (std::size_t i = 0; i < size; ++i)
+        lines += data[i] == '\n';
+    return lines + (size > 0 && data[size - 1] != '\n');
+}
+
+// Reads the CSV back as RFC 4180: rows end in CR LF outside quotes; checks that each row
+// has `fields` fields and returns the number of rows.
+std::uint64_t csvRows(std::FILE* csv, char separator, int fields) {
+    std::rewind(csv);
+    std::uint64_t rows = 0;
+    int field = 1;
+    bool quoted = false;
+    for (int c = std::fgetc(csv), previous = 0; c != EOF; previous = c, c = std::fgetc(csv)) {
+        if (c == '"')
+            quoted = !quoted; // a doubled quote toggles twice
+        else if (!quoted && c == separator)
+            ++field;
+        else if (!quoted && c == '\n') {
+            check(previous == '\r');
+            check(field == fields);
+            ++rows;
+            field = 1;
+        }
+    }
+    check(!quoted && field == 1); // the last row is ended too
+    return rows;
+}
 
 std::string scratchPath() {
     const std::string folder = std::filesystem::is_directory("/dev/shm") ? "/dev/shm" : "/tmp";
@@ -28,16 +68,23 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::fwrite(data, 1, size, f);
     std::fclose(f);
 
+    pa::datafile::ExportSummary exported;
     for (const char separator : {',', ';'}) {
         std::FILE* out = std::tmpfile();
         if (!out)
             return 0;
         pa::datafile::ExportSummary summary;
-        pa::datafile::exportCsv(path, out, {separator, 2026}, summary);
+        check(pa::datafile::exportCsv(path, out, {separator, 2026}, summary).empty());
+        check(summary.lines == linesIn(data, size));
+        check(csvRows(out, separator, 15) == 1 + summary.records + summary.lostLines);
         std::fclose(out);
+        exported = summary;
     }
     pa::datafile::RecordingStats stats(pa::datafile::StatsPer::Hour);
-    pa::datafile::gatherStats(path, 2026, stats, {});
+    check(pa::datafile::gatherStats(path, 2026, stats, {}).empty());
+    check(stats.whole().records == exported.records);
+    check(stats.whole().lostLines == exported.lostLines);
+    check(stats.malformedLines() == exported.malformed);
     const auto price = stats.filePrice();
     pa::datafile::statsText(path, stats, price);
     pa::datafile::statsCsv(stats, price);
