@@ -135,10 +135,11 @@ TEST_F(PlotDocumentTest, ZoomChecksInOrder) {
         ASSERT_FALSE(ui.asked.empty());
         EXPECT_EQ(ui.asked[0],
                   (AskedInput{"Enter the starting record number", "Total 4000 records", "1"}));
-        if (ui.asked.size() > 1)
+        if (ui.asked.size() > 1) {
             EXPECT_EQ(ui.asked[1].prompt + "|" + ui.asked[1].title,
                       "Enter the ending record number (max. to_plot records 3600)|"
                       "Total 4000 records");
+        }
         if (c.message.empty()) {
             EXPECT_TRUE(ui.messages.empty()) << ui.messages[0].text;
         } else {
