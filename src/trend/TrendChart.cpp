@@ -44,6 +44,21 @@ QString number(double v) {
     return QString::number(v, 'g', 6);
 }
 
+// The decimals a reading is shown with (0 for an exponent form, which the average then keeps).
+int decimalsShown(double v) {
+    const QString text = number(v);
+    const qsizetype point = text.indexOf('.');
+    return point < 0 || text.contains('e') ? 0 : static_cast<int>(text.size() - point - 1);
+}
+
+// The average with the resolution of the readings it is made of: "393.8" beside 390.1 and
+// 397.5, not "393.824".
+QString average(const Stats& s) {
+    if (number(s.min).contains('e') || number(s.max).contains('e'))
+        return number(s.mean);
+    return QString::number(s.mean, 'f', std::max(decimalsShown(s.min), decimalsShown(s.max)));
+}
+
 // A step of 1, 2 or 5 times a power of ten that cuts a range into about `parts` pieces.
 double niceStep(double range, int parts) {
     const double raw = range / std::max(parts, 1);
@@ -433,12 +448,12 @@ QString TrendChart::statsLine(int quantity, const QString& colour) const {
             .arg(colour, captionText(kQuantityTitles[quantity], language_).toHtmlEscaped());
     if (s.count == 0)
         return line + "&mdash;";
-    const std::pair<Caption, double> figures[] = {{Caption::TrendMinimum, s.min},
-                                                  {Caption::TrendMaximum, s.max},
-                                                  {Caption::TrendAverage, s.mean}};
+    const std::pair<Caption, QString> figures[] = {{Caption::TrendMinimum, number(s.min)},
+                                                   {Caption::TrendMaximum, number(s.max)},
+                                                   {Caption::TrendAverage, average(s)}};
     for (const auto& [c, v] : figures)
         line += QString("%1 <b>%2</b>&nbsp;&nbsp;&nbsp;")
-                    .arg(captionText(c, language_).toHtmlEscaped(), number(v));
+                    .arg(captionText(c, language_).toHtmlEscaped(), v);
     return line;
 }
 

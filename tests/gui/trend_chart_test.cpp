@@ -81,6 +81,19 @@ class TrendChartTest : public ::testing::Test {
     TrendChart chart{ui, 40};
 };
 
+TEST_F(TrendChartTest, TheAverageHasTheResolutionOfTheReadings) {
+    child<QComboBox>("trend_quantity")->setCurrentIndex(kW);
+    // 230 V x A x .92: samples of 116.4, 116.4, 118.5, 118.5, 118.5 W (each load shows from
+    // the next sample).
+    for (double amps : {0.55, 0.56, 0.56, 0.56, 0.56}) {
+        instrument.setLoad({230, amps, 0.92, 50, 0});
+        EXPECT_EQ(tick(), Added::Sample);
+    }
+    const QString s = stats();
+    EXPECT_TRUE(s.contains("Minimum <b>116.4</b>")) << s.toStdString();
+    EXPECT_TRUE(s.contains("Average <b>117.7</b>")) << s.toStdString(); // not 117.66
+}
+
 TEST_F(TrendChartTest, SamplesAppearWithTheStatisticsOfTheShownSpan) {
     EXPECT_TRUE(chart.store().empty());
     child<QComboBox>("trend_quantity")->setCurrentIndex(kV);
