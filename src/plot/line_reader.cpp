@@ -36,7 +36,12 @@ bool LineReader::open(const std::string& path) {
     in_.open(datafile::pathFromUtf8(path), std::ios::binary);
     if (!in_)
         return false;
-    block_.resize(kBlockBytes);
+    // A small file gets a block of its size: zero-filling a megabyte for a page of text costs
+    // more than reading it. A file that grows while it is read only takes more blocks.
+    const std::int64_t length = fileLength(path);
+    block_.resize(length < 0 ? kBlockBytes
+                             : std::clamp<std::size_t>(static_cast<std::size_t>(length) + 1,
+                                                       kLeastBlockBytes, kBlockBytes));
     pos_ = end_ = 0;
     consumed_ = 0;
     return true;

@@ -15,6 +15,7 @@ namespace pa::plot {
 class LineReader {
   public:
     static constexpr std::size_t kBlockBytes = 1 << 20;
+    static constexpr std::size_t kLeastBlockBytes = 4096;
     // Enough for 136 columns of four-byte characters.
     static constexpr std::size_t kKeepBytes = 600;
 
