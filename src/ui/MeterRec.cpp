@@ -662,20 +662,16 @@ void MeterRec::openPlotWindow() {
 }
 
 bool MeterRec::pauseReadings(const QString& windowName) {
+    const int language = state_.language;
     if (recorder_.recordingRunning()) {
-        const std::string text =
-            "Recording is on. While the " + windowName.toStdString() +
-            " window is open the live readings pause and no records are written: the data "
-            "file gets a gap for that time.\n\nRecording goes on when the window is closed. "
-            "Open " +
-            windowName.toStdString() + " now?";
-        if (ui_.message(text, "Recording", app::Icon::Question, app::Buttons::YesNo) !=
-            app::Answer::Yes)
+        const QString text = captionText(Caption::PauseQuestion, language).arg(windowName);
+        if (ui_.message(text.toStdString(), caption(Caption::PauseTitle, language),
+                        app::Icon::Question, app::Buttons::YesNo) != app::Answer::Yes)
             return false;
     }
     link_.SetLiveSampling(0);
     pausedBy_ = windowName;
-    paused_->setText(QString("PAUSED while %1 is open").arg(windowName));
+    paused_->setText(captionText(Caption::PausedLabel, language).arg(windowName));
     if (recorder_.recordingRunning())
         ui_.statusText(kRecordingPausedText);
     refresh();

@@ -102,6 +102,13 @@ const std::array<Pair, static_cast<std::size_t>(Caption::Count)> kTable{{
     {"Clear every reading of the trend?", "清除趨勢圖的所有讀值?"},
     {"Could not save", "無法儲存"},
     {"&Export to CSV...", "匯出為 CSV 檔(&E)..."},
+    {"Recording is on. While the %1 window is open the live readings pause and no records are "
+     "written: the data file gets a gap for that time.\n\nRecording goes on when the window is "
+     "closed. Open %1 now?",
+     "正在記錄中。%1 視窗開啟期間，即時讀值會暫停，也不會寫入記錄：資料檔在這段時間會有空缺。"
+     "\n\n關閉視窗後會繼續記錄。現在開啟 %1 嗎?"},
+    {"Recording", "記錄"},
+    {"PAUSED while %1 is open", "%1 開啟中，讀值暫停"},
 }};
 
 } // namespace

@@ -95,7 +95,10 @@ enum class Caption {
     TrendEmpty,
     TrendClearQuestion,
     TrendCannotSave,
-    ViewerExport, // the viewer's File > Export to CSV
+    ViewerExport,  // the viewer's File > Export to CSV
+    PauseQuestion, // %1: the window about to open
+    PauseTitle,
+    PausedLabel, // %1: the open window
     Count
 };
 

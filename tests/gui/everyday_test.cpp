@@ -187,6 +187,30 @@ TEST_F(Everyday, PausingTheReadingsAsksWhileRecordingAndShowsThePause) {
     }
 }
 
+TEST_F(Everyday, ThePauseIsAskedAndShownInTheChosenLanguage) {
+    window.startup();
+    window.show();
+    rig.open();
+    ui.inputs.push_back("pause");
+    rig.action("FileCreate")->trigger();
+    emit window.findChild<QMenu*>("FileStart")->aboutToShow();
+    menuItem(&window, "Now(Auto)")->trigger();
+    ASSERT_TRUE(window.recorder().recordingRunning());
+    rig.state.language = 2;
+    window.applyCaptions(2);
+
+    const std::string plot = rig.action("PlotData")->text().remove('&').toStdString();
+    ui.messages.clear();
+    ui.answers.push_back(pa::app::Answer::Yes);
+    rig.action("PlotData")->trigger();
+    ASSERT_EQ(ui.messages.size(), 1u);
+    EXPECT_EQ(ui.messages[0].title, "記錄");
+    EXPECT_EQ(ui.messages[0].text.rfind("正在記錄中。" + plot + " 視窗開啟期間", 0), 0u)
+        << ui.messages[0].text;
+    EXPECT_EQ(shown(&window, "Paused"), QString::fromStdString(plot + " 開啟中，讀值暫停"));
+    window.findChild<pa::plot::PlotFile*>()->close();
+}
+
 TEST_F(Everyday, ThePortLineFollowsThePortThroughTheCyclesReset) {
     window.startup();
     window.show();
