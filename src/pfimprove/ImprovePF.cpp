@@ -1,8 +1,8 @@
 #include "pfimprove/ImprovePF.h"
 
 #include "pfimprove/PfPictures.h"
+#include "ui/CaptionText.h"
 #include "ui/PrintPicture.h"
-#include "ui/captions.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -16,9 +16,7 @@ namespace {
 
 using ui::Caption;
 
-QString captionText(Caption c, int language) {
-    return QString::fromStdString(ui::caption(c, language));
-}
+using ui::captionText;
 
 // Light cyan marks the box whose target was calculated; the others are white.
 const QColor kEditedColour(0x00, 0xff, 0xff);

@@ -10,9 +10,9 @@
 #include "plot/PlotFile.h"
 #include "text/mask_format.h"
 #include "trend/TrendChart.h"
+#include "ui/CaptionText.h"
 #include "ui/PrintPicture.h"
 #include "ui/VIEW.h"
-#include "ui/captions.h"
 #include "ui/help_about.h"
 
 #include <QApplication>
@@ -33,9 +33,6 @@ namespace {
 
 QString qs(const std::string& s) {
     return QString::fromStdString(s);
-}
-QString captionText(Caption c, int language) {
-    return qs(caption(c, language));
 }
 
 // The model name shown in the status group.
@@ -626,7 +623,7 @@ void MeterRec::viewFile() {
     // The viewer holds the live cycle still while it is open; closing it lets the cycle go
     // on if it was running.
     const bool wasSampling = link_.sampling();
-    if (!pauseReadings(viewFile_->text().remove('&')))
+    if (!pauseReadings(withoutMark(viewFile_->text())))
         return;
     auto resume = [this, wasSampling] { resumeReadings(wasSampling); };
     viewer_ = new VIEW(ui_, state_.language, this);
@@ -646,7 +643,7 @@ void MeterRec::openPlotWindow() {
         return;
     }
     const bool wasSampling = link_.sampling();
-    if (!pauseReadings(plotFile_->text().remove('&')))
+    if (!pauseReadings(withoutMark(plotFile_->text())))
         return;
     if (!plotWindow_) {
         plotWindow_ = new plot::PlotFile(ui_, this);

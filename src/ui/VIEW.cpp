@@ -1,8 +1,8 @@
 #include "ui/VIEW.h"
 
 #include "datafile/data_folder.h"
+#include "ui/CaptionText.h"
 #include "ui/ExportRecording.h"
-#include "ui/captions.h"
 
 #include <QActionGroup>
 #include <QApplication>
@@ -18,7 +18,6 @@
 #include <QPrintDialog>
 #include <QPrinter>
 #include <QProgressDialog>
-#include <QRegularExpression>
 #include <QScrollBar>
 #include <QStatusBar>
 
@@ -33,15 +32,6 @@ constexpr int kMargin = 6; // pixels left of the text
 
 QString qs(const std::string& s) {
     return QString::fromStdString(s);
-}
-QString captionText(Caption c, int language) {
-    return qs(caption(c, language));
-}
-// A menu caption without its keyboard mark: "&View File" -> "View File", "瀏覽檔案(&V)" ->
-// "瀏覽檔案".
-QString plain(QString text) {
-    static const QRegularExpression mark(R"(\(&.\))");
-    return text.remove(mark).remove('&');
 }
 
 } // namespace
@@ -194,7 +184,7 @@ void VIEW::applyCaptions(int language) {
     landscape_->setText(captionText(Caption::ViewerLandscape, language));
     chooseFont_->setText(captionText(Caption::ViewerFont, language));
     close_->setText(captionText(Caption::ViewerClose, language));
-    const QString title = plain(captionText(Caption::MenuViewFile, language));
+    const QString title = withoutMark(captionText(Caption::MenuViewFile, language));
     const QString name = QFileInfo(qs(index_.path())).fileName();
     setWindowTitle(name.isEmpty() ? title : title + " - " + name);
 }
@@ -206,7 +196,7 @@ bool VIEW::chooseAndOpen() {
         return false;
     }
     const auto path = ui_.openFileIn(
-        plain(captionText(Caption::MenuViewFile, language_)).toStdString(),
+        withoutMark(captionText(Caption::MenuViewFile, language_)).toStdString(),
         "Data files (*.txt);;All files (*)", datafile::joinPath(folder.path, ".txt"));
     return path && openPath(*path);
 }

@@ -199,7 +199,9 @@ TEST_F(Everyday, ThePauseIsAskedAndShownInTheChosenLanguage) {
     rig.state.language = 2;
     window.applyCaptions(2);
 
-    const std::string plot = rig.action("PlotData")->text().remove('&').toStdString();
+    // The window is named as its menu item, without the keyboard mark "(&D)".
+    ASSERT_EQ(rig.action("PlotData")->text(), "從檔案作圖(&D)");
+    const std::string plot = "從檔案作圖";
     ui.messages.clear();
     ui.answers.push_back(pa::app::Answer::Yes);
     rig.action("PlotData")->trigger();
