@@ -14,25 +14,16 @@
 #include "plot/plot_loader.h"
 #include "support/scripted_ui.h"
 
+#include "scratch_file.h"
 #include <algorithm>
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <filesystem>
 #include <string>
-#include <unistd.h>
-
-namespace {
-
-std::string scratchPath() {
-    const std::string folder = std::filesystem::is_directory("/dev/shm") ? "/dev/shm" : "/tmp";
-    return folder + "/pa-fuzz-plot-" + std::to_string(::getpid()) + ".txt";
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const std::string path = scratchPath();
+    static const std::string path = pa::fuzzing::scratchPath("plot");
     std::FILE* f = std::fopen(path.c_str(), "wb");
     if (!f)
         return 0;

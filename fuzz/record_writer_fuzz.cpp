@@ -10,26 +10,17 @@
 #include "support/recording_port.h"
 #include "support/scripted_ui.h"
 
+#include "scratch_file.h"
 #include <algorithm>
+
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
-#include <unistd.h>
-
-namespace {
-
-std::string scratchPath() {
-    const std::string folder = std::filesystem::is_directory("/dev/shm") ? "/dev/shm" : "/tmp";
-    return folder + "/pa-fuzz-record-" + std::to_string(::getpid()) + ".txt";
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const std::string path = scratchPath();
+    static const std::string path = pa::fuzzing::scratchPath("record");
     const std::string text(reinterpret_cast<const char*>(data), size);
     // The one-line boxes of the window hold no line ends.
     std::string typed = text.substr(0, std::min<std::size_t>(text.find_first_of("\r\n"), 24));

@@ -7,13 +7,13 @@
 #include "datafile/csv_export.h"
 #include "datafile/recording_stats.h"
 
+#include "scratch_file.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <string>
-#include <unistd.h>
 
 namespace {
 
@@ -53,15 +53,10 @@ std::uint64_t csvRows(std::FILE* csv, char separator, int fields) {
     return rows;
 }
 
-std::string scratchPath() {
-    const std::string folder = std::filesystem::is_directory("/dev/shm") ? "/dev/shm" : "/tmp";
-    return folder + "/pa-fuzz-export-" + std::to_string(::getpid()) + ".txt";
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const std::string path = scratchPath();
+    static const std::string path = pa::fuzzing::scratchPath("export");
     std::FILE* f = std::fopen(path.c_str(), "wb");
     if (!f)
         return 0;

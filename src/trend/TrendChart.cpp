@@ -1,7 +1,7 @@
 #include "trend/TrendChart.h"
 
 #include "datafile/data_folder.h"
-#include "ui/captions.h"
+#include "ui/CaptionText.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
@@ -16,6 +16,7 @@
 #include <cmath>
 #include <cstring>
 #include <fstream>
+#include <optional>
 #include <vector>
 
 namespace pa::trend {
@@ -23,9 +24,7 @@ namespace {
 
 using ui::Caption;
 
-QString captionText(Caption c, int language) {
-    return QString::fromStdString(ui::caption(c, language));
-}
+using ui::captionText;
 
 // The reading titles of the main window name the quantities, in the order of Quantity.
 constexpr std::array<Caption, kQuantities> kQuantityTitles{
@@ -44,19 +43,20 @@ QString number(double v) {
     return QString::number(v, 'g', 6);
 }
 
-// The decimals a reading is shown with (0 for an exponent form, which the average then keeps).
-int decimalsShown(double v) {
+// The decimals a reading is shown with; nothing for an exponent form.
+std::optional<int> decimalsShown(double v) {
     const QString text = number(v);
+    if (text.contains('e'))
+        return std::nullopt;
     const qsizetype point = text.indexOf('.');
-    return point < 0 || text.contains('e') ? 0 : static_cast<int>(text.size() - point - 1);
+    return point < 0 ? 0 : static_cast<int>(text.size() - point - 1);
 }
 
 // The average with the resolution of the readings it is made of: "393.8" beside 390.1 and
 // 397.5, not "393.824".
 QString average(const Stats& s) {
-    if (number(s.min).contains('e') || number(s.max).contains('e'))
-        return number(s.mean);
-    return QString::number(s.mean, 'f', std::max(decimalsShown(s.min), decimalsShown(s.max)));
+    const auto low = decimalsShown(s.min), high = decimalsShown(s.max);
+    return low && high ? QString::number(s.mean, 'f', std::max(*low, *high)) : number(s.mean);
 }
 
 // A step of 1, 2 or 5 times a power of ten that cuts a range into about `parts` pieces.
