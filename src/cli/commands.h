@@ -18,6 +18,10 @@ int statsCommand(const std::vector<std::string>& args);
 // Shared by the subcommands.
 // Prints "poweranalyzer-cli: message" on standard error and returns 2.
 int fail(const std::string& message);
+// Flushes standard output; when it cannot be written (a reader that has gone, a full disk),
+// says so once on standard error and returns false. The program's exit status is then
+// non-zero whatever the command returned.
+bool flushOutput();
 // Makes Ctrl-C and kill end the running event loop between ticks.
 void quitOnCtrlC();
 bool stopRequested();

@@ -2,11 +2,14 @@
 // file (cli/*_command.cpp); this file picks one by name.
 #include "app/file_size_signal.h"
 #include "cli/commands.h"
+#include "datafile/data_folder.h"
+#include "text/printable_text.h"
 
 #include <QApplication>
 #include <QCoreApplication>
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <memory>
@@ -135,8 +138,25 @@ void quietQt(QtMsgType type, const QMessageLogContext&, const QString& message) 
 } // namespace
 
 int fail(const std::string& message) {
-    std::fprintf(stderr, "poweranalyzer-cli: %s\n", message.c_str());
+    std::fprintf(stderr, "poweranalyzer-cli: %s\n", pa::text::printable(message).c_str());
     return 2;
+}
+
+namespace {
+bool outputFailed = false;
+}
+
+bool flushOutput() {
+    if (std::fflush(stdout) == 0 && !std::ferror(stdout))
+        return true;
+    if (!outputFailed) {
+        const int why = errno;
+        std::fprintf(stderr, "poweranalyzer-cli: cannot write standard output: %s\n",
+                     why != 0 ? pa::datafile::systemReason(why).c_str()
+                              : "the program or file reading it has gone");
+    }
+    outputFailed = true;
+    return false;
 }
 
 void quitOnCtrlC() {
@@ -150,8 +170,21 @@ bool stopRequested() {
 
 } // namespace pa::cli
 
+namespace {
+// The exit status of a command, made non-zero when its output could not be written.
+int finished(int status) {
+    errno = 0;
+    return pa::cli::flushOutput() || status != 0 ? status : 1;
+}
+} // namespace
+
 int main(int argc, char** argv) {
     pa::app::ignoreFileSizeSignal();
+#ifdef SIGPIPE
+    // A reader of the output that goes away (| head -1) must not end a recording: the write
+    // fails instead, and the program says so.
+    std::signal(SIGPIPE, SIG_IGN);
+#endif
     using namespace pa::cli;
     std::vector<std::string> args(argv + 1, argv + argc);
     // Help and version need neither the instrument nor Qt.
@@ -173,7 +206,7 @@ int main(int argc, char** argv) {
     // Reading files needs no Qt at all.
     if (args[0] == "export" || args[0] == "stats") {
         const auto run = args[0] == "export" ? exportCommand : statsCommand;
-        return run(std::vector<std::string>(args.begin() + 1, args.end()));
+        return finished(run(std::vector<std::string>(args.begin() + 1, args.end())));
     }
     // Drawing (plot) needs widgets; without a chosen platform it draws offscreen.
     const bool widgets = !args.empty() && args[0] == "plot";
@@ -185,7 +218,7 @@ int main(int argc, char** argv) {
     for (const auto& c : pa::cli::kCommands) {
         if (args[0] == c.name) {
             args.erase(args.begin());
-            return c.run(args);
+            return finished(c.run(args));
         }
     }
     return pa::cli::fail("unknown command " + args[0] + " (try --help)");

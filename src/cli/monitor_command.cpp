@@ -60,8 +60,8 @@ int monitor(const MonitorOptions& o) {
     std::fflush(stdout);
     const auto print = [&](const std::string& line) {
         std::printf("%s\n", line.c_str());
-        std::fflush(stdout);
-        if (o.count > 0 && ++printed >= o.count)
+        // Output that cannot be written ends a monitor that only prints.
+        if ((!flushOutput() && !publisher) || (o.count > 0 && ++printed >= o.count))
             QCoreApplication::quit();
     };
     session.cycle.setSampleListener([&] {

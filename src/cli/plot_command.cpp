@@ -112,10 +112,14 @@ int plotCommand(const std::vector<std::string>& args) {
                                   text::shortestGeneral(s.standardDeviation) + "\n";
         std::fwrite(lines.data(), 1, lines.size(), stdout);
     }
-    if (!o.png.empty() && !window.savePng(QString::fromStdString(o.png), QSize(o.width, o.height)))
-        return fail("cannot write " + o.png);
-    if (!o.pdf.empty() && !window.savePdf(QString::fromStdString(o.pdf)))
-        return fail("cannot write " + o.pdf);
+    if (!o.png.empty())
+        if (const auto error =
+                window.savePng(QString::fromStdString(o.png), QSize(o.width, o.height));
+            !error.empty())
+            return fail(error);
+    if (!o.pdf.empty())
+        if (const auto error = window.savePdf(QString::fromStdString(o.pdf)); !error.empty())
+            return fail(error);
     return 0;
 }
 

@@ -54,16 +54,21 @@ int record(const RecordOptions& o) {
     std::fprintf(stderr, "recording into %s (Ctrl-C ends)\n", file.c_str());
 
     long long echoed = 0;
+    bool echoing = true;
     int status = 0;
     const auto afterTick = [&] {
         if (recorder.path() != file) { // a new day's file
             file = recorder.path();
             std::fprintf(stderr, "recording into %s\n", file.c_str());
         }
+        // The echo is for whoever watches; the file does not depend on it. Once it cannot
+        // be written the recording goes on without it.
         if (recorder.linesWritten() > echoed) {
             echoed = recorder.linesWritten();
-            std::printf("%s\n", recorder.lastLine().c_str());
-            std::fflush(stdout);
+            if (echoing) {
+                std::printf("%s\n", recorder.lastLine().c_str());
+                echoing = flushOutput();
+            }
         }
         if (!recorder.recordingRunning()) { // a write failed; the console has said why
             status = 1;

@@ -11,6 +11,7 @@
 #include "cmdline/command_options.h"
 #include "datafile/csv_export.h"
 #include "datafile/recording_stats.h"
+#include "text/printable_text.h"
 
 #include <cstdio>
 #include <ctime>
@@ -30,8 +31,8 @@ int currentYear() {
 }
 
 void reportProblem(const std::string& file, const datafile::Entry& e) {
-    std::fprintf(stderr, "poweranalyzer-cli: %s:%llu: %s\n", file.c_str(),
-                 static_cast<unsigned long long>(e.lineNumber), e.problem.c_str());
+    std::fprintf(stderr, "poweranalyzer-cli: %s:%llu: %s\n", text::printable(file).c_str(),
+                 static_cast<unsigned long long>(e.lineNumber), text::printable(e.problem).c_str());
 }
 
 } // namespace
@@ -46,9 +47,8 @@ int exportCommand(const std::vector<std::string>& args) {
     datafile::ExportSummary summary;
     const datafile::ExportCallbacks callbacks{
         [&](const datafile::Entry& e) { reportProblem(file, e); }, {}};
-    const std::string error = out.empty() || out == "-"
-                                  ? datafile::exportCsv(file, stdout, options, summary, callbacks)
-                                  : datafile::exportCsvFile(file, out, options, summary, callbacks);
+    const std::string error =
+        datafile::exportCsvFile(file, out.empty() ? "-" : out, options, summary, callbacks);
     if (!error.empty())
         return fail(error);
     if (!out.empty() && out != "-")
@@ -70,6 +70,12 @@ int statsCommand(const std::vector<std::string>& args) {
             file, o.year, stats, [&](const datafile::Entry& e) { reportProblem(file, e); });
         !error.empty())
         return fail(error);
+    if (stats.ungroupedCounts() > 0)
+        std::fprintf(stderr,
+                     "poweranalyzer-cli: %s: more than %zu %ss; the lines of the further ones "
+                     "are counted in the whole file's figures only\n",
+                     text::printable(file).c_str(), datafile::RecordingStats::kMostGroups,
+                     o.per == datafile::StatsPer::Day ? "day" : "hour");
     if (!price)
         price = stats.filePrice();
     const std::string text = o.format == "csv"    ? datafile::statsCsv(stats, price)

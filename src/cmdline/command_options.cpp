@@ -6,13 +6,19 @@
 
 #include <cctype>
 #include <charconv>
+#include <cmath>
 #include <limits>
+#include <type_traits>
 
 namespace pa::cmdline {
 namespace {
 
+// The whole text as a number; "inf" and "nan", which from_chars takes, are no price or count.
 template <typename T> bool parseNumber(const std::string& text, T& out) {
     const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), out);
+    if constexpr (std::is_floating_point_v<T>)
+        if (!std::isfinite(out))
+            return false;
     return !text.empty() && ec == std::errc() && end == text.data() + text.size();
 }
 

@@ -1,13 +1,12 @@
 #include "datafile/csv_export.h"
 
 #include "datafile/data_folder.h"
+#include "datafile/output_file.h"
 #include "plot/line_reader.h"
 
-#include <cerrno>
 #include <charconv>
 #include <cstring>
 #include <filesystem>
-#include <system_error>
 
 namespace pa::datafile {
 namespace {
@@ -47,7 +46,19 @@ void appendNumber(std::string& out, const FieldValue& v, char separator) {
                 out[i] = ',';
 }
 
+// A spreadsheet takes a cell that begins with one of these as a formula (=HYPERLINK(...) in a
+// file made to be opened by one); a leading apostrophe keeps such a cell text.
+bool looksLikeFormula(std::string_view text) {
+    return !text.empty() &&
+           std::string_view("=+-@\t\r").find(text.front()) != std::string_view::npos;
+}
+
 void appendText(std::string& out, std::string_view text, char separator) {
+    if (looksLikeFormula(text)) {
+        std::string quoted = "'";
+        quoted += text;
+        return appendText(out, quoted, separator);
+    }
     if (text.find_first_of(std::string{separator, '"', '\r', '\n'}) == std::string_view::npos) {
         out += text;
         return;
@@ -96,14 +107,14 @@ std::string csvHeader(char separator) {
     return header;
 }
 
-std::string exportCsv(const std::string& inPath, std::FILE* out, const ExportOptions& options,
+std::string exportCsv(const std::string& inPath, OutputFile& out, const ExportOptions& options,
                       ExportSummary& summary, const ExportCallbacks& callbacks) {
     const std::int64_t length = plot::fileLength(inPath);
     RecordingReader reader(options.downloadYear);
     std::string buffer = csvHeader(options.separator) + "\r\n";
     buffer.reserve(kFlushBytes + 4096);
     auto flush = [&] {
-        const bool ok = std::fwrite(buffer.data(), 1, buffer.size(), out) == buffer.size();
+        const bool ok = out.write(buffer);
         buffer.clear();
         return ok;
     };
@@ -130,46 +141,30 @@ std::string exportCsv(const std::string& inPath, std::FILE* out, const ExportOpt
                 break;
             }
             if (buffer.size() >= kFlushBytes && !flush())
-                stopped = "cannot write the CSV: " + systemReason(errno);
+                stopped = out.error();
             else if (callbacks.progress && summary.lines % kProgressEveryLines == 0 &&
                      !callbacks.progress(position, static_cast<std::uint64_t>(length)))
                 stopped = "export cancelled";
             return stopped.empty();
         });
-    if (!error.empty() || !stopped.empty())
-        return error.empty() ? stopped : error;
-    if (!flush() || std::fflush(out) != 0)
-        return "cannot write the CSV: " + systemReason(errno);
-    return "";
+    if (!error.empty() || !stopped.empty()) {
+        out.abandon(error.empty() ? stopped : error);
+        return out.error();
+    }
+    flush();
+    return out.commit();
 }
 
 std::string exportCsvFile(const std::string& inPath, const std::string& outPath,
                           const ExportOptions& options, ExportSummary& summary,
                           const ExportCallbacks& callbacks) {
-    const std::filesystem::path target = pathFromUtf8(outPath);
-    std::filesystem::path partial = target;
-    partial += ".part";
-#ifdef _WIN32
-    std::FILE* out = ::_wfopen(partial.c_str(), L"wb");
-#else
-    std::FILE* out = std::fopen(partial.c_str(), "wb");
-#endif
-    if (!out)
-        return "cannot write " + outPath + ": " + systemReason(errno);
-    std::string error = exportCsv(inPath, out, options, summary, callbacks);
-    if (const std::string_view unnamed = "cannot write the CSV"; error.starts_with(unnamed))
-        error.replace(0, unnamed.size(), "cannot write " + outPath);
-    if (std::fclose(out) != 0 && error.empty())
-        error = "cannot write " + outPath + ": " + systemReason(errno);
-    std::error_code ec;
-    if (error.empty()) {
-        std::filesystem::rename(partial, target, ec);
-        if (ec)
-            error = "cannot write " + outPath + ": " + systemReason(ec.value());
-    }
-    if (!error.empty())
-        std::filesystem::remove(partial, ec);
-    return error;
+    // The recording is looked at first: a missing input must not cost the old output.
+    if (std::string problem = unreadable(inPath); !problem.empty())
+        return problem;
+    OutputFile out(outPath);
+    if (!out.ok())
+        return out.error();
+    return exportCsv(inPath, out, options, summary, callbacks);
 }
 
 std::string csvNameFor(const std::string& inPath) {

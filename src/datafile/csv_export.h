@@ -14,7 +14,6 @@
 #include "datafile/recording_reader.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <functional>
 #include <string>
 
@@ -39,13 +38,15 @@ struct ExportCallbacks {
 // The header row (without the line end).
 std::string csvHeader(char separator);
 
-// Writes the CSV of the recording at `inPath` to `out`. Returns "" or what went wrong,
-// naming the file and the system's reason.
-std::string exportCsv(const std::string& inPath, std::FILE* out, const ExportOptions& options,
+class OutputFile;
+
+// Writes the CSV of the recording at `inPath` to `out` and commits it (or abandons it on a
+// failure or cancel). Returns "" or what went wrong, naming the file and the system's reason.
+std::string exportCsv(const std::string& inPath, OutputFile& out, const ExportOptions& options,
                       ExportSummary& summary, const ExportCallbacks& callbacks = {});
 
-// The same into a file: written beside it under a temporary name and put in place only when
-// complete, so a failed or cancelled export leaves no half file (and an older file whole).
+// The same into the file (or "-", standard output) that `outPath` names, through OutputFile:
+// a failed or cancelled export leaves no half file and an older file whole.
 std::string exportCsvFile(const std::string& inPath, const std::string& outPath,
                           const ExportOptions& options, ExportSummary& summary,
                           const ExportCallbacks& callbacks = {});

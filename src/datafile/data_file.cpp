@@ -2,6 +2,7 @@
 
 #include "datafile/data_folder.h"
 #include "text/mask_format.h"
+#include "text/printable_text.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -67,7 +68,7 @@ class File {
         if (std::any_of(path.begin() + static_cast<std::ptrdiff_t>(nameStart), path.end(),
                         isControl) ||
             path.find('\0') != std::string::npos) {
-            path_ = printable(path);
+            path_ = text::printable(path);
             error_ = "Cannot open the data file " + path_ +
                      ": the name holds a control character (a line end, tab or the like), "
                      "which file names cannot have.";
@@ -125,6 +126,14 @@ class File {
         if (!error_.empty())
             return error_;
         const long long before = size();
+        // A file whose last line was cut short (a power cut in the middle of a write) gets
+        // its line end first: the new lines must not be glued onto the broken one.
+        std::string ended;
+        if (before > 0 && lastByte(before) != '\n') {
+            ended.reserve(kLineEnd.size() + bytes.size());
+            ended.append(kLineEnd).append(bytes);
+            bytes = ended;
+        }
         for (std::size_t done = 0; done < bytes.size();) {
 #ifdef _WIN32
             const int n =
@@ -165,20 +174,6 @@ class File {
     static bool isControl(char c) {
         return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
     }
-    // The path with its control characters written as \xHH, so a message shows them.
-    static std::string printable(const std::string& path) {
-        static constexpr char kHex[] = "0123456789ABCDEF";
-        std::string shown;
-        for (const char c : path) {
-            if (isControl(c)) {
-                const auto b = static_cast<unsigned char>(c);
-                shown += {'\\', 'x', kHex[b >> 4], kHex[b & 15]};
-            } else {
-                shown += c;
-            }
-        }
-        return shown;
-    }
 #ifdef _WIN32
     static bool isLink(const std::string& path) {
         std::error_code ec;
@@ -205,6 +200,18 @@ class File {
         struct stat st;
         return ::fstat(fd_, &st) == 0 ? static_cast<long long>(st.st_size) : -1;
 #endif
+    }
+    // The file's last byte, or '\n' when it cannot be read (a device).
+    char lastByte(long long size) const {
+        char c = '\n';
+#ifdef _WIN32
+        if (::_lseeki64(fd_, size - 1, SEEK_SET) != size - 1 || ::_read(fd_, &c, 1) != 1)
+            c = '\n';
+#else
+        if (::pread(fd_, &c, 1, size - 1) != 1)
+            c = '\n';
+#endif
+        return c;
     }
     // Takes back a line cut short, so that the file ends with its last whole line.
     void truncateTo(long long length) {
@@ -249,11 +256,11 @@ class File {
 #ifdef _WIN32
 constexpr int kCreateIfMissing = _O_CREAT;
 constexpr int kCreateFlags = _O_WRONLY | _O_CREAT | _O_TRUNC;
-constexpr int kAppendFlags = _O_WRONLY | _O_APPEND;
+constexpr int kAppendFlags = _O_RDWR | _O_APPEND; // read: how the last line ends
 #else
 constexpr int kCreateIfMissing = O_CREAT;
 constexpr int kCreateFlags = O_WRONLY | O_CREAT | O_TRUNC;
-constexpr int kAppendFlags = O_WRONLY | O_APPEND;
+constexpr int kAppendFlags = O_RDWR | O_APPEND; // read: how the last line ends
 #endif
 
 } // namespace
@@ -330,7 +337,15 @@ std::string normaliseFileName(std::string_view typed) {
 }
 
 std::string createWithHeader(const std::string& path, std::string_view period) {
-    return File(path, kCreateFlags).writeAndClose(headerLine(period) + std::string(kLineEnd));
+    std::error_code ec;
+    const bool existed = std::filesystem::exists(pathFromUtf8(path), ec);
+    std::string error =
+        File(path, kCreateFlags).writeAndClose(headerLine(period) + std::string(kLineEnd));
+    // A file that could not take its header is not left behind empty, as if it had been made.
+    if (!error.empty() && !existed && std::filesystem::is_regular_file(pathFromUtf8(path), ec) &&
+        std::filesystem::file_size(pathFromUtf8(path), ec) == 0)
+        std::filesystem::remove(pathFromUtf8(path), ec);
+    return error;
 }
 
 std::string appendLine(const std::string& path, std::string_view line) {

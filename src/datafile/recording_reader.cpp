@@ -3,8 +3,10 @@
 #include "datafile/data_folder.h"
 #include "plot/line_reader.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -77,7 +79,8 @@ std::optional<double> number(std::string_view s) {
     if (plainDecimal(s, v))
         return v;
     const auto [end, ec] = std::from_chars(s.data(), s.data() + s.size(), v);
-    if (ec != std::errc() || end != s.data() + s.size())
+    // "inf" and "nan" are no reading (and no JSON number).
+    if (ec != std::errc() || end != s.data() + s.size() || !std::isfinite(v))
         return std::nullopt;
     return v;
 }
@@ -299,9 +302,13 @@ Entry RecordingReader::read(std::string_view line) {
         return e;
     }
     std::string_view fields[kDataFields];
-    const int n = splitFields(line, fields, kDataFields);
+    int n = splitFields(line, fields, kDataFields);
+    // A record glued onto a line cut short (a power cut in the middle of a write) has more
+    // fields than any line: it is reported, not read with its values in the wrong columns.
+    if (n == kDataFields)
+        n += static_cast<int>(std::count(fields[n - 1].begin(), fields[n - 1].end(), ','));
     // " mm-dd-yyyy,hh:mm:ss.s, NO COM, DATA LOST, !, ..."
-    if (n >= 4 && trim(fields[2]) == kLostNotice.substr(0, 6) &&
+    if (n == kDataFields && trim(fields[2]) == kLostNotice.substr(0, 6) &&
         trim(fields[3]).starts_with(kLostNotice.substr(8))) {
         readLost(fields, e);
         return e;

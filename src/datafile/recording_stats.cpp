@@ -106,8 +106,17 @@ StatsGroup& RecordingStats::groupAt(std::int64_t timeMs) {
         return spare_; // counted nowhere
     const std::int64_t key = floorDiv(timeMs, per_ == StatsPer::Hour ? kMsPerHour : kMsPerDay);
     // Records come in time order: most belong to the group of the one before.
-    if (lastGroup_ == nullptr || key != lastKey_)
-        lastGroup_ = &groups_[key], lastKey_ = key;
+    if (lastGroup_ == nullptr || key != lastKey_) {
+        // Memory stays bounded whatever the file holds (a million distinct hours is half a
+        // gigabyte of groups): past the cap, new groups are counted in no group, and said so.
+        const auto found = groups_.find(key);
+        if (found == groups_.end() && groups_.size() >= kMostGroups) {
+            ++ungrouped_;
+            return spare_;
+        }
+        lastGroup_ = found != groups_.end() ? &found->second : &groups_[key];
+        lastKey_ = key;
+    }
     return *lastGroup_;
 }
 

@@ -56,6 +56,10 @@ class RecordingStats {
     const std::map<std::int64_t, StatsGroup>& groups() const { return groups_; }
     StatsPer per() const { return per_; }
     std::uint64_t malformedLines() const { return malformed_; }
+    // At most this many days or hours are kept apart (five years of hours, some 16 MB); the lines
+    // of further ones count in the whole file's figures only.
+    static constexpr std::size_t kMostGroups = 50'000;
+    std::uint64_t ungroupedCounts() const { return ungrouped_; }
     // The price per kWh the file's last record implies (cost / energy per period).
     std::optional<double> filePrice() const { return filePrice_; }
 
@@ -69,7 +73,7 @@ class RecordingStats {
     StatsGroup spare_;                // takes what Whole counts in no group
     StatsGroup* lastGroup_ = nullptr; // map nodes stay where they are
     std::int64_t lastKey_ = 0;
-    std::uint64_t malformed_ = 0;
+    std::uint64_t malformed_ = 0, ungrouped_ = 0;
     std::optional<double> filePrice_;
     // The previous record (for energy) and the open silent spell.
     bool havePrevious_ = false, lostSincePrevious_ = false;

@@ -1,10 +1,13 @@
 #include "plot/PlotFile.h"
 
+#include "datafile/output_file.h"
+
 #include "datafile/data_folder.h"
 #include "ui/ExportRecording.h"
 
 #include <QActionGroup>
 #include <QApplication>
+#include <QBuffer>
 #include <QCloseEvent>
 #include <QFileInfo>
 #include <QGraphicsSimpleTextItem>
@@ -333,27 +336,41 @@ void PlotFile::renderChart(QPainter& painter, const QRectF& target, QSize logica
     view.render(&painter, target, view.viewport()->rect());
 }
 
-bool PlotFile::savePng(const QString& path, QSize size) const {
+std::string PlotFile::savePng(const QString& path, QSize size) const {
     QImage image(size, QImage::Format_RGB32);
     image.fill(Qt::white);
     {
         QPainter painter(&image);
         renderChart(painter, QRectF(QPointF(0, 0), QSizeF(size)), size);
     }
-    return image.save(path, "PNG");
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    if (!image.save(&buffer, "PNG"))
+        return "cannot write " + path.toStdString() + ": the picture could not be encoded";
+    return datafile::writeWholeFile(path.toStdString(), bytes.toStdString());
 }
 
-bool PlotFile::savePdf(const QString& path) const {
-    QPdfWriter writer(path);
-    writer.setPageSize(QPageSize(QPageSize::A4));
-    writer.setPageOrientation(QPageLayout::Landscape);
-    writer.setTitle(kWindowTitle);
-    QPainter painter;
-    if (!painter.begin(&writer))
-        return false;
-    const QRect page = painter.viewport();
-    renderChart(painter, page, QSize(1280, 1280 * page.height() / std::max(page.width(), 1)));
-    return painter.end();
+// Drawn into memory and written whole: a full disk or a cut write is reported, never left as
+// a PDF cut short.
+std::string PlotFile::savePdf(const QString& path) const {
+    QByteArray bytes;
+    {
+        QBuffer buffer(&bytes);
+        buffer.open(QIODevice::WriteOnly);
+        QPdfWriter writer(&buffer);
+        writer.setPageSize(QPageSize(QPageSize::A4));
+        writer.setPageOrientation(QPageLayout::Landscape);
+        writer.setTitle(kWindowTitle);
+        QPainter painter;
+        if (!painter.begin(&writer))
+            return "cannot write " + path.toStdString() + ": the PDF could not be started";
+        const QRect page = painter.viewport();
+        renderChart(painter, page, QSize(1280, 1280 * page.height() / std::max(page.width(), 1)));
+        if (!painter.end())
+            return "cannot write " + path.toStdString() + ": the PDF could not be finished";
+    }
+    return datafile::writeWholeFile(path.toStdString(), bytes.toStdString());
 }
 
 void PlotFile::print(QPrinter& printer) const {
@@ -377,8 +394,9 @@ void PlotFile::savePngAs() {
     QString file = qs(*path);
     if (QFileInfo(file).suffix().isEmpty())
         file += ".png";
-    if (!savePng(file, view_->size().expandedTo(QSize(640, 400))))
-        ui_.message("Can not write " + file.toStdString(), "", app::Icon::Exclamation);
+    if (const std::string error = savePng(file, view_->size().expandedTo(QSize(640, 400)));
+        !error.empty())
+        ui_.message(error, "", app::Icon::Exclamation);
 }
 
 void PlotFile::savePdfAs() {
@@ -388,8 +406,8 @@ void PlotFile::savePdfAs() {
     QString file = qs(*path);
     if (QFileInfo(file).suffix().isEmpty())
         file += ".pdf";
-    if (!savePdf(file))
-        ui_.message("Can not write " + file.toStdString(), "", app::Icon::Exclamation);
+    if (const std::string error = savePdf(file); !error.empty())
+        ui_.message(error, "", app::Icon::Exclamation);
 }
 
 void PlotFile::closeEvent(QCloseEvent* event) {

@@ -45,8 +45,9 @@ class PlotFile : public QMainWindow {
     void savePdfAs();
 
     // The chart as shown, at a size of its own (the command line's output).
-    bool savePng(const QString& path, QSize size = {1280, 720}) const;
-    bool savePdf(const QString& path) const;
+    // "" or why the file could not be written.
+    std::string savePng(const QString& path, QSize size = {1280, 720}) const;
+    std::string savePdf(const QString& path) const;
     void print(QPrinter& printer) const;
     // Rebuilds the chart from the document.
     void redraw();

@@ -44,14 +44,19 @@ bool LineReader::open(const std::string& path) {
                                                        kLeastBlockBytes, kBlockBytes));
     pos_ = end_ = 0;
     consumed_ = 0;
+    // A file still being written (a recording in progress) is read up to the length it had
+    // now; otherwise a reader of a file that grows as fast as it is read would never end.
+    unread_ = length < 0 ? UINT64_MAX : static_cast<std::uint64_t>(length);
     return true;
 }
 
 bool LineReader::fill() {
-    if (!in_)
+    if (!in_ || unread_ == 0)
         return false;
-    in_.read(block_.data(), static_cast<std::streamsize>(block_.size()));
+    in_.read(block_.data(),
+             static_cast<std::streamsize>(std::min<std::uint64_t>(block_.size(), unread_)));
     end_ = static_cast<std::size_t>(in_.gcount());
+    unread_ -= end_;
     pos_ = 0;
     return end_ > 0;
 }

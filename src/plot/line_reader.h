@@ -2,8 +2,8 @@
 // Reads a text file line by line in large blocks, keeping of each line only its first bytes
 // (the plotter never looks past column 136) and its full length. Memory stays bounded by the
 // block size whatever the file holds: a binary file, one enormous line, a file that grows or
-// shrinks while it is read. Lines end at LF; a CR before the LF is dropped. A last line
-// without a line end still counts.
+// shrinks while it is read (it is read up to the length it had when opened). Lines end at LF; a CR
+// before the LF is dropped. A last line without a line end still counts.
 #include <cstdint>
 #include <fstream>
 #include <string>
@@ -37,6 +37,7 @@ class LineReader {
     std::size_t pos_ = 0, end_ = 0;
     std::string carry_;
     std::uint64_t consumed_ = 0;
+    std::uint64_t unread_ = 0; // of the length the file had when opened
 };
 
 // Length of a file in bytes, or -1 when it cannot be read.

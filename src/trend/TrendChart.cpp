@@ -1,8 +1,10 @@
 #include "trend/TrendChart.h"
 
 #include "datafile/data_folder.h"
+#include "datafile/output_file.h"
 #include "ui/CaptionText.h"
 
+#include <QBuffer>
 #include <QComboBox>
 #include <QHBoxLayout>
 #include <QKeyEvent>
@@ -483,23 +485,27 @@ void TrendChart::askAndSave(bool png) {
 }
 
 bool TrendChart::savePng(const std::string& path) {
-    if (chartArea_->grab().save(QString::fromStdString(path), "PNG"))
-        return true;
-    ui_.message(ui::caption(Caption::TrendCannotSave, language_) + " " + path,
-                ui::caption(Caption::Trend, language_), app::Icon::Exclamation);
-    return false;
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    std::string error = "cannot write " + path + ": the picture could not be encoded";
+    if (chartArea_->grab().save(&buffer, "PNG"))
+        error = datafile::writeWholeFile(path, bytes.toStdString());
+    return saved(error);
 }
 
 bool TrendChart::saveCsv(const std::string& path) {
     const auto [from, to] = shownSpan();
-    const std::string text = toCsv(store_, from, to);
-    std::ofstream out(datafile::pathFromUtf8(path), std::ios::binary | std::ios::trunc);
-    if (out)
-        out.write(text.data(), static_cast<std::streamsize>(text.size()));
-    if (out && out.flush())
+    return saved(datafile::writeWholeFile(path, toCsv(store_, from, to)));
+}
+
+bool TrendChart::saved(const std::string& error) {
+    if (error.empty())
         return true;
-    ui_.message(ui::caption(Caption::TrendCannotSave, language_) + " " + path + ": " +
-                    datafile::systemReason(errno),
+    // "Could not save PATH: reason" in the window's language.
+    constexpr std::string_view kPrefix = "cannot write ";
+    const std::string what = error.starts_with(kPrefix) ? error.substr(kPrefix.size()) : error;
+    ui_.message(ui::caption(Caption::TrendCannotSave, language_) + " " + what,
                 ui::caption(Caption::Trend, language_), app::Icon::Exclamation);
     return false;
 }

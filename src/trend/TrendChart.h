@@ -55,7 +55,8 @@ class TrendChart : public QWidget {
 
   private:
     friend class TrendCanvas;
-    double spanSeconds() const; // of the span list's choice; 0 for all
+    bool saved(const std::string& error); // tells the user of a failure
+    double spanSeconds() const;           // of the span list's choice; 0 for all
     void showSpan(); // the scroll bar, the statistics and the canvas for the present view
     void scrolled(int value);
     void resetTrend();

@@ -45,6 +45,9 @@ TEST(CommandOptions, RefusalsNameTheOptionAndWhatItTakes) {
         {"export", {}, "give the recording to export"},
         {"stats", {"run.txt", "--per", "week"}, "--per takes day or hour"},
         {"stats", {"run.txt", "--price", "-1"}, "--price takes a price per kWh"},
+        {"stats", {"run.txt", "--price", "inf"}, "--price takes a price per kWh"},
+        {"stats", {"run.txt", "--price", "nan"}, "--price takes a price per kWh"},
+        {"record", {"--simulate", "--out", "a", "--price", "inf"}, "--price takes a number"},
         {"stats", {"a.txt", "b.txt"}, "one recording only (b.txt)"},
     };
     for (const auto& c : cases) {

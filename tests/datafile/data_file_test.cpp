@@ -140,6 +140,10 @@ TEST(DataFileWriter, CreatesWithHeaderAndAppendsWholeLines) {
     ASSERT_EQ(appendLine(path, "one"), "");
     ASSERT_EQ(appendLine(path, "two"), "");
     EXPECT_EQ(readFile(path), headerLine("day") + "\r\none\r\ntwo\r\n");
+    // A last line cut short (a power cut mid-write) is ended before the next line.
+    std::ofstream(fs::path(path), std::ios::binary | std::ios::app) << "cut sh";
+    ASSERT_EQ(appendLine(path, "three"), "");
+    EXPECT_EQ(readFile(path), headerLine("day") + "\r\none\r\ntwo\r\ncut sh\r\nthree\r\n");
 }
 
 TEST(DataFileWriter, FailuresNameTheFileAndTheReason) {
@@ -205,6 +209,14 @@ TEST(DataFileWriter, ALineCutShortByAFullDiskIsTakenBack) {
     }
     EXPECT_NE(blockError.find("File too large"), std::string::npos) << blockError;
     EXPECT_EQ(readFile(path), whole);
+
+    // A new file that cannot take its header is not left behind empty.
+    const std::string fresh = (folder.path() / "fresh.txt").string();
+    {
+        pa::testing::FileSizeLimit full(0);
+        EXPECT_NE(createWithHeader(fresh, "month"), "");
+    }
+    EXPECT_FALSE(fs::exists(fresh));
 #endif
 }
 

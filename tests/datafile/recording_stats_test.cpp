@@ -91,6 +91,20 @@ TEST(RecordingStats, PerHour) {
     EXPECT_EQ(eleven.quantities[0].minimum, 200);
 }
 
+TEST(RecordingStats, GroupsAreCappedAndTheWholeStillCountsEverything) {
+    RecordingStats s(StatsPer::Hour);
+    Entry e;
+    e.kind = EntryKind::Record;
+    const std::uint64_t hours = RecordingStats::kMostGroups + 10;
+    for (std::uint64_t h = 0; h < hours; ++h) {
+        e.timeMs = static_cast<std::int64_t>(h) * 3'600'000;
+        s.add(e);
+    }
+    EXPECT_EQ(s.groups().size(), RecordingStats::kMostGroups);
+    EXPECT_GT(s.ungroupedCounts(), 0u);
+    EXPECT_EQ(s.whole().records, hours);
+}
+
 TEST(RecordingStats, SilenceAtTheEndAndClockGoingBack) {
     RecordingReader reader(2026);
     RecordingStats s;

@@ -7,9 +7,13 @@
 #include <QProcess>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
+#include <fcntl.h>
+#include <fstream>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -138,6 +142,76 @@ TEST(CliFaults, PlotSaysWhyAPathIsNotAFile) {
         EXPECT_EQ(r.exitCode, 2) << r.err;
         EXPECT_NE(r.err.find(c.path.toStdString() + ": " + c.reason), std::string::npos) << r.err;
     }
+}
+
+// Standard output replaced before the program starts: a pipe nobody reads (| head -1 that
+// has ended), or a full device.
+CliRun runWithStdout(const QStringList& args, bool closedPipe) {
+    QProcess cli;
+    cli.setChildProcessModifier([closedPipe] {
+        int fd = -1;
+        if (closedPipe) {
+            int ends[2];
+            if (::pipe(ends) == 0)
+                ::close(ends[0]), fd = ends[1];
+        } else {
+            fd = ::open("/dev/full", O_WRONLY);
+        }
+        ::dup2(fd, 1);
+    });
+    cli.start(PA_CLI_PROGRAM, args);
+    CliRun r;
+    cli.waitForFinished(30000);
+    r.crashed = cli.exitStatus() != QProcess::NormalExit;
+    r.exitCode = cli.exitCode();
+    r.err = cli.readAllStandardError().toStdString();
+    return r;
+}
+
+TEST(CliFaults, ARecordingDoesNotDependOnWhoReadsItsEcho) {
+    TempFolder folder;
+    const fs::path out = folder.path() / "r.txt";
+    const CliRun r = runWithStdout(
+        {"record", "--simulate", "--out", q(out), "--interval", "0.4", "--count", "6"}, true);
+    EXPECT_FALSE(r.crashed) << "killed by SIGPIPE";
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_NE(r.err.find("cannot write standard output: Broken pipe"), std::string::npos) << r.err;
+    const std::string text = readFile(out.string());
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 7) << "header and six records";
+}
+
+TEST(CliFaults, OutputsThatCannotBeWrittenOrReplacedEndWithTheReason) {
+    TempFolder folder;
+    const fs::path rec = folder.path() / "rec.txt";
+    const std::string record =
+        "         0, 11-15-2026,16:58:09.4,  123.4W, 0.98 PF,  230.1V,  0.547A,       11.5,"
+        "     125.9VA,      25.1VAR,     0.012KWH,    8.60/month 8$0.34\r\n";
+    std::string hostile = record;
+    hostile.replace(hostile.find("16:58:09.4"), 10, "\x1b]0;owned\x07");
+    std::ofstream(rec, std::ios::binary) << record << record << hostile;
+    const struct {
+        QStringList args;
+        bool toFullDevice;
+        int exitCode;
+        std::string error;
+    } cases[] = {
+        {{"stats", q(rec)}, true, 1, "cannot write standard output: No space left on device"},
+        {{"export", q(rec)}, true, 2, "cannot write standard output: No space left on device"},
+        {{"plot", q(rec), "--pdf", "/dev/full"},
+         false,
+         2,
+         "cannot write /dev/full: No space left on device"},
+        {{"plot", q(rec), "--png", q(folder.path())}, false, 2, "it is a folder"},
+        {{"export", q(rec), "--out", "/dev/null"}, false, 1, "\\x1B]0;owned\\x07"},
+    };
+    for (const auto& c : cases) {
+        const CliRun r = c.toFullDevice ? runWithStdout(c.args, false) : runCli(c.args);
+        EXPECT_EQ(r.exitCode, c.exitCode) << c.args.join(' ').toStdString() << "\n" << r.err;
+        EXPECT_NE(r.err.find(c.error), std::string::npos) << r.err;
+    }
+    EXPECT_TRUE(fs::is_character_file("/dev/null")) << "a device is written, never replaced";
+    EXPECT_EQ(std::vector<fs::path>(fs::directory_iterator(folder.path()), {}).size(), 1u)
+        << "no temporary file left";
 }
 
 } // namespace

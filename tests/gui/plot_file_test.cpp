@@ -102,7 +102,7 @@ TEST(PlotFileTest, PlotsEachQuantityAndShapesTheGraph) {
     EXPECT_TRUE(window.grab().save(shot("plot_file_zoom.png")));
 
     const QString png = shot("plot_file_export.png");
-    ASSERT_TRUE(window.savePng(png, {900, 500}));
+    ASSERT_EQ(window.savePng(png, {900, 500}), "");
     const QImage image(png);
     EXPECT_EQ(image.size(), QSize(900, 500));
     // The series pen runs across the plot: the columns it touches span most of the width.
@@ -116,7 +116,7 @@ TEST(PlotFileTest, PlotsEachQuantityAndShapesTheGraph) {
             }
     EXPECT_GT(lastColumn - firstColumn, image.width() / 2) << "the series was drawn across";
     const QString pdf = shot("plot_file_export.pdf");
-    ASSERT_TRUE(window.savePdf(pdf));
+    ASSERT_EQ(window.savePdf(pdf), "");
     EXPECT_EQ(pa::testing::pdfPages(pdf), 1);
 
     window.clear_graphics();

@@ -1,3 +1,4 @@
+#include "plot/line_reader.h"
 #include "plot/plot_document.h"
 #include "plot_test_files.h"
 #include "support/scripted_ui.h"
@@ -5,6 +6,8 @@
 #include <cmath>
 #include <filesystem>
 #include <gtest/gtest.h>
+
+#include <fstream>
 
 namespace {
 
@@ -300,6 +303,19 @@ TEST(PlotBadInputTest, FileThatShrinksOrGrowsAfterTheCount) {
     data = loadRecords(path, kQuantities[0], 4000);
     EXPECT_EQ(data->points(), 1334u);
     EXPECT_EQ(data->linesNotPlotted, 98u); // 4100 - 1334 * 3
+}
+
+TEST(PlotBadInputTest, AFileStillBeingWrittenIsReadToTheLengthItHadWhenOpened) {
+    const std::string path = recordsFile("growing.txt", 3);
+    pa::plot::LineReader reader;
+    ASSERT_TRUE(reader.open(path));
+    std::ofstream(path, std::ios::binary | std::ios::app) << "a line written meanwhile\r\n";
+    std::string_view head;
+    std::uint64_t length = 0;
+    int lines = 0;
+    while (reader.next(head, length))
+        ++lines;
+    EXPECT_EQ(lines, 3);
 }
 
 } // namespace

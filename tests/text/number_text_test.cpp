@@ -1,4 +1,5 @@
 #include "text/number_text.h"
+#include "text/printable_text.h"
 
 #include <gtest/gtest.h>
 
@@ -50,3 +51,22 @@ TEST(NumberText, WritesAsTheCLocaleDoes) {
 }
 
 } // namespace
+
+TEST(Printable, ShowsControlsAndBrokenBytesWithoutSendingThem) {
+    const struct {
+        std::string_view in, shown;
+    } cases[] = {
+        {"plain 230.5 V", "plain 230.5 V"},
+        {"\x1b]0;owned\x07", "\\x1B]0;owned\\x07"},
+        {"line\r\nend\t", "line\\x0D\\x0Aend\\x09"},
+        {"\xc2\x9b"
+         "31m",
+         "\\xC2\\x9B31m"},                          // C1 control sequence introducer
+        {"\xff\xfe ok", "\\xFF\\xFE ok"},           // not UTF-8
+        {"\xc0\xaf", "\\xC0\\xAF"},                 // overlong "/"
+        {"月 José", "月 José"},                     // text the user reads stays as it is
+        {std::string_view("nul\0", 4), "nul\\x00"}, // and a NUL is seen
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(pa::text::printable(c.in), c.shown) << c.shown;
+}
