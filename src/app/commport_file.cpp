@@ -1,9 +1,7 @@
 #include "app/commport_file.h"
 
 #include "datafile/data_folder.h"
-
-#include <filesystem>
-#include <fstream>
+#include "datafile/output_file.h"
 
 namespace pa::app {
 
@@ -13,11 +11,10 @@ std::string commPortLine(int portNumber) {
 }
 
 void writeCommPortFile(const std::string& folder, int portNumber) {
-    const std::filesystem::path path = folder.empty()
-                                           ? std::filesystem::path("commport.dat")
-                                           : datafile::pathFromUtf8(folder) / "commport.dat";
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << commPortLine(portNumber);
+    // Written whole or not at all; a failure costs only the remembered port, so it is not told.
+    (void)datafile::writeWholeFile(
+        folder.empty() ? "commport.dat" : datafile::joinPath(folder, "commport.dat"),
+        commPortLine(portNumber));
 }
 
 } // namespace pa::app
