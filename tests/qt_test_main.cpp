@@ -3,9 +3,15 @@
 #include <QApplication>
 #include <gtest/gtest.h>
 
+#include <ctime>
+
 int main(int argc, char** argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Time stamps carry the UTC offset of the machine's zone: the tests, and the programs they
+    // start, expect UTC.
+    qputenv("TZ", "UTC0");
+    tzset();
     QApplication app(argc, argv);
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();

@@ -72,8 +72,8 @@ void appendText(std::string& out, std::string_view text, char separator) {
     out += '"';
 }
 
-void appendRow(std::string& out, const Entry& e, char sep) {
-    appendIsoTime(out, e.timeMs);
+void appendRow(std::string& out, const Entry& e, char sep, UtcOffsets& offsets) {
+    appendTimestamp(out, e.timeMs, offsets);
     out += sep;
     if (e.kind == EntryKind::LostCommunication) {
         out.append(13, sep);
@@ -81,9 +81,14 @@ void appendRow(std::string& out, const Entry& e, char sep) {
         return;
     }
     appendNumber(out, e.record, sep);
-    for (const FieldValue& v : e.values) {
+    // The window works VA and VAR out of an overloaded reading as if it were 0: that is no
+    // measurement, and the cell stays empty as for the overload itself.
+    const bool noVA = !e.values[kQV].number || !e.values[kQA].number;
+    const bool noVAR = noVA || !e.values[kQW].number;
+    for (int q = 0; q < kQuantityCount; ++q) {
         out += sep;
-        appendNumber(out, v, sep);
+        if (!(q == kQVA && noVA) && !(q == kQVAR && noVAR))
+            appendNumber(out, e.values[q], sep);
     }
     out += sep;
     appendText(out, e.period, sep);
@@ -111,6 +116,7 @@ std::string exportCsv(const std::string& inPath, OutputFile& out, const ExportOp
                       ExportSummary& summary, const ExportCallbacks& callbacks) {
     const std::int64_t length = plot::fileLength(inPath);
     RecordingReader reader(options.downloadYear);
+    UtcOffsets offsets;
     std::string buffer = csvHeader(options.separator) + "\r\n";
     buffer.reserve(kFlushBytes + 4096);
     auto flush = [&] {
@@ -126,11 +132,11 @@ std::string exportCsv(const std::string& inPath, OutputFile& out, const ExportOp
             case EntryKind::Record:
                 ++summary.records;
                 summary.overloads += e.overload;
-                appendRow(buffer, e, options.separator);
+                appendRow(buffer, e, options.separator, offsets);
                 break;
             case EntryKind::LostCommunication:
                 ++summary.lostLines;
-                appendRow(buffer, e, options.separator);
+                appendRow(buffer, e, options.separator, offsets);
                 break;
             case EntryKind::Malformed:
                 ++summary.malformed;

@@ -1,12 +1,13 @@
 #pragma once
 // A recording as a file that spreadsheets and scripts read at once (RFC 4180 CSV): one
-// header row with the units, ISO 8601 local time stamps, every value a plain number, an
-// empty cell where the file holds an overload or no number, and a status column, so that
-// no line of the recording is dropped in silence:
+// header row with the units, ISO 8601 local time stamps with milliseconds and the UTC offset,
+// every value a plain number, an empty cell where the file holds an overload or no number
+// (and for VA and VAR worked out of an overload), and a status column, so that no line of the
+// recording is dropped in silence:
 //
 //   time,record,W,PF,V,A,angle_deg,VA,VAR,kWh,est_kWh,period,hours_per_day,cost,status
-//   2026-11-15T16:58:09.4,3,123.4,0.98,230.1,0.547,11.5,125.9,25.1,0.012,8.6,month,8,0.34,ok
-//   2026-11-15T16:58:10.4,,,,,,,,,,,,,,no_com
+//   2026-11-15T16:58:09.400+01:00,3,123.4,0.98,230.1,0.547,11.5,125.9,25.1,0.012,8.6,month,8,0.34,ok
+//   2026-11-15T16:58:10.400+01:00,,,,,,,,,,,,,,no_com
 //
 // With ";" as separator the numbers take a decimal comma: the form that spreadsheets of
 // decimal-comma countries open directly. The file is read line by line; memory stays flat

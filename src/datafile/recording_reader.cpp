@@ -8,7 +8,9 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 
@@ -245,6 +247,59 @@ void appendIsoTime(std::string& out, std::int64_t timeMs) {
         p = putDigits(p, fraction, width);
     }
     out.append(buffer, p);
+}
+
+int UtcOffsets::minutesAt(std::int64_t timeMs) {
+    const std::int64_t hour = floorDiv(timeMs, 3'600'000);
+    if (hour == hour_)
+        return minutes_;
+    hour_ = hour;
+    int y = 0, m = 0, d = 0;
+    civilFromDays(floorDiv(timeMs, kMsPerDay), y, m, d);
+    const std::int64_t msOfDay = timeMs - floorDiv(timeMs, kMsPerDay) * kMsPerDay;
+    std::tm local{};
+    local.tm_year = y - 1900;
+    local.tm_mon = m - 1;
+    local.tm_mday = d;
+    local.tm_hour = static_cast<int>(msOfDay / 3'600'000);
+    local.tm_isdst = -1; // the zone's rule decides
+    const std::time_t utc = std::mktime(&local);
+    // The civil time the system made of it (a time in a spring-forward gap moves on).
+    const std::int64_t civil =
+        (daysFromCivil(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday) * 24 +
+         local.tm_hour) *
+            3600 +
+        local.tm_min * 60 + local.tm_sec;
+    minutes_ = utc == static_cast<std::time_t>(-1)
+                   ? 0
+                   : static_cast<int>((civil - static_cast<std::int64_t>(utc)) / 60);
+    return minutes_;
+}
+
+void appendTimestamp(std::string& out, std::int64_t timeMs, UtcOffsets& offsets) {
+    char buffer[40];
+    char* p = putDay(buffer, timeMs);
+    const std::int64_t ms = timeMs - floorDiv(timeMs, kMsPerDay) * kMsPerDay;
+    *p++ = 'T';
+    p = putDigits(p, static_cast<int>(ms / 3'600'000), 2);
+    *p++ = ':';
+    p = putDigits(p, static_cast<int>(ms / 60'000 % 60), 2);
+    *p++ = ':';
+    p = putDigits(p, static_cast<int>(ms / 1000 % 60), 2);
+    *p++ = '.';
+    p = putDigits(p, static_cast<int>(ms % 1000), 3);
+    const int offset = offsets.minutesAt(timeMs);
+    *p++ = offset < 0 ? '-' : '+';
+    p = putDigits(p, std::abs(offset) / 60, 2);
+    *p++ = ':';
+    p = putDigits(p, std::abs(offset) % 60, 2);
+    out.append(buffer, p);
+}
+
+std::string timestamp(std::int64_t timeMs, UtcOffsets& offsets) {
+    std::string text;
+    appendTimestamp(text, timeMs, offsets);
+    return text;
 }
 
 std::string isoTime(std::int64_t timeMs) {

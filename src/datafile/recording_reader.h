@@ -52,6 +52,21 @@ std::int64_t daysFromCivil(int year, int month, int day);
 // the time has them.
 std::string isoTime(std::int64_t timeMs);
 void appendIsoTime(std::string& out, std::int64_t timeMs);
+// The offset from UTC of local civil times in the system's time zone, in minutes east
+// (60 in Berlin in winter, 120 in summer). Remembered per hour: it changes only at the zone's
+// shifts, and asking the system for every line of a long file would cost more than reading it.
+class UtcOffsets {
+  public:
+    int minutesAt(std::int64_t timeMs);
+
+  private:
+    std::int64_t hour_ = INT64_MIN;
+    int minutes_ = 0;
+};
+// "2026-11-15T16:58:09.400+01:00": the time stamp of files made for other programs, always
+// with milliseconds and the UTC offset, so that every row reads the same way.
+void appendTimestamp(std::string& out, std::int64_t timeMs, UtcOffsets& offsets);
+std::string timestamp(std::int64_t timeMs, UtcOffsets& offsets);
 // "2026-11-15" and "2026-11-15T16" for the per-day and per-hour groups.
 std::string isoDay(std::int64_t timeMs);
 std::string isoHour(std::int64_t timeMs);

@@ -55,7 +55,9 @@ std::string jsonText(std::string_view s) {
     return out + "\"";
 }
 
-std::string jsonGroup(const StatsGroup& g, std::optional<double> price, const std::string& indent) {
+std::string jsonGroup(const StatsGroup& g, std::optional<double> price, const std::string& indent,
+                      UtcOffsets& offsets) {
+    auto isoTime = [&](std::int64_t ms) { return timestamp(ms, offsets); };
     const bool any = g.records + g.lostLines > 0;
     std::string out = "{\n";
     auto field = [&](const std::string& name, const std::string& value, bool last = false) {
@@ -245,6 +247,8 @@ std::string statsText(const std::string& file, const RecordingStats& s,
 }
 
 std::string statsCsv(const RecordingStats& s, std::optional<double> price) {
+    UtcOffsets offsets;
+    auto isoTime = [&](std::int64_t ms) { return timestamp(ms, offsets); };
     std::string out = "scope,records,overloads,lost_lines,lost_seconds,first,last";
     for (const char* name : kStatsNames)
         for (const char* part : {"count", "min", "min_time", "max", "max_time", "mean", "sd"})
@@ -281,18 +285,19 @@ std::string statsCsv(const RecordingStats& s, std::optional<double> price) {
 
 std::string statsJson(const std::string& file, const RecordingStats& s,
                       std::optional<double> price) {
+    UtcOffsets offsets;
     std::string out = "{\n  \"file\": " + jsonText(file) +
                       ",\n  \"malformed_lines\": " + std::to_string(s.malformedLines()) + ",\n";
     if (price)
         out += "  \"price_per_kWh\": " + num(*price) + ",\n";
-    out += "  \"all\": " + jsonGroup(s.whole(), price, "  ");
+    out += "  \"all\": " + jsonGroup(s.whole(), price, "  ", offsets);
     if (s.per() != StatsPer::Whole) {
         out += std::string(",\n  \"per_") + (s.per() == StatsPer::Hour ? "hour" : "day") + "\": [";
         bool first = true;
         for (const auto& [key, g] : s.groups()) {
             out += first ? "\n    " : ",\n    ";
             first = false;
-            std::string group = jsonGroup(g, price, "    ");
+            std::string group = jsonGroup(g, price, "    ", offsets);
             out +=
                 "{\"scope\": " + jsonText(groupName(s.per(), key)) + ", \"stats\": " + group + "}";
         }

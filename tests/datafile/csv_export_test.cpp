@@ -160,6 +160,22 @@ TEST(RecordingReader, LineNumbersCountEveryLine) {
     EXPECT_EQ(reader.read("junk").lineNumber, 3u);
 }
 
+TEST(RecordingReader, TimestampsCarryTheOffsetOfTheirDate) {
+#ifdef _WIN32
+    pa::testing::useTimeZone("CET-1CEST"); // the C library's own rules for the summer
+#else
+    pa::testing::useTimeZone("CET-1CEST,M3.5.0,M10.5.0/3");
+#endif
+    UtcOffsets offsets;
+    const std::int64_t winter = daysFromCivil(2026, 1, 15) * 86'400'000 + 45'296'700;
+    const std::int64_t summer = daysFromCivil(2026, 7, 1) * 86'400'000;
+    EXPECT_EQ(timestamp(winter, offsets), "2026-01-15T12:34:56.700+01:00");
+    EXPECT_EQ(timestamp(summer, offsets), "2026-07-01T00:00:00.000+02:00");
+    pa::testing::useTimeZone("UTC0");
+    UtcOffsets utc;
+    EXPECT_EQ(timestamp(summer, utc), "2026-07-01T00:00:00.000+00:00");
+}
+
 TEST(RecordingReader, TimeTexts) {
     const std::int64_t day = daysFromCivil(2024, 2, 29) * 86'400'000;
     EXPECT_EQ(isoTime(day), "2024-02-29T00:00:00");
@@ -173,6 +189,7 @@ TEST(RecordingReader, TimeTexts) {
 }
 
 TEST(CsvExport, WholeFileWithEveryKindOfLine) {
+    pa::testing::useTimeZone("UTC0");
     TempFolder dir;
     const fs::path in = dir.path() / "rec.txt";
     writeLines(in, {headerLine("month"), recordLine(0, example()),
@@ -188,12 +205,13 @@ TEST(CsvExport, WholeFileWithEveryKindOfLine) {
     EXPECT_EQ(csv,
               "time,record,W,PF,V,A,angle_deg,VA,VAR,kWh,est_kWh,period,hours_per_day,cost,"
               "status\r\n"
-              "2026-11-15T16:58:09.4,0,123.4,0.980,230.1,0.547,11.5,125.9,25.1,0.012,8.60,month,10,"
+              "2026-11-15T16:58:09.400+00:00,0,123.4,0.980,230.1,0.547,11.5,125.9,25.1,0.012,8.60,"
+              "month,10,"
               "2.50,ok\r\n"
-              "2026-11-15T16:58:09.4,3,,0.980,230.1,0.547,11.5,125.9,25.1,0.012,8.60,month,10,"
+              "2026-11-15T16:58:09.400+00:00,3,,0.980,230.1,0.547,11.5,125.9,,0.012,8.60,month,10,"
               "2.50,overload\r\n"
-              "2026-11-15T16:58:11.4,,,,,,,,,,,,,,no_com\r\n"
-              "2026-11-15T16:58:09.4,3,123.4,0.980,230.1,0.547,11.5,125.9,25.1,0.012,8.60,"
+              "2026-11-15T16:58:11.400+00:00,,,,,,,,,,,,,,no_com\r\n"
+              "2026-11-15T16:58:09.400+00:00,3,123.4,0.980,230.1,0.547,11.5,125.9,25.1,0.012,8.60,"
               "'=1+2,10,2.50,ok\r\n");
     EXPECT_EQ(summary.lines, 7u);
     EXPECT_EQ(summary.records, 3u);
@@ -207,13 +225,14 @@ TEST(CsvExport, WholeFileWithEveryKindOfLine) {
 }
 
 TEST(CsvExport, SemicolonsTakeDecimalCommas) {
+    pa::testing::useTimeZone("UTC0");
     TempFolder dir;
     const fs::path in = dir.path() / "dl.txt";
     writeLines(in, {"No.,Date,Time,Watts,PF,Volts,Amps", "1,03-02,10:00:00,1234.5,0.9,230.0,0.5"});
     ExportSummary summary;
     const std::string csv = exportText(in, ExportOptions{';', 2027}, summary);
     EXPECT_EQ(csv.substr(csv.find("\r\n") + 2),
-              "2027-03-02T10:00:00;1;1234,5;0,9;230,0;0,5;;;;;;;;;ok\r\n");
+              "2027-03-02T10:00:00.000+00:00;1;1234,5;0,9;230,0;0,5;;;;;;;;;ok\r\n");
     EXPECT_EQ(csv.substr(0, 12), "time;record;");
 }
 

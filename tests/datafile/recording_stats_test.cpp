@@ -119,6 +119,7 @@ TEST(RecordingStats, SilenceAtTheEndAndClockGoingBack) {
 }
 
 TEST(RecordingStats, OutputForms) {
+    pa::testing::useTimeZone("UTC0");
     const RecordingStats s = worked(StatsPer::Day);
     const std::string text = statsText("rec.txt", s, 0.2);
     for (const char* part :
@@ -135,8 +136,9 @@ TEST(RecordingStats, OutputForms) {
     EXPECT_EQ(header.substr(0, 55), "scope,records,overloads,lost_lines,lost_seconds,first,l");
     EXPECT_EQ(std::count(header.begin(), header.end(), ','), 35);
     const std::string all = csv.substr(firstEnd + 2, csv.find("\r\n", firstEnd + 2) - firstEnd - 2);
-    EXPECT_EQ(all.substr(0, 64),
-              "all,5,1,2,3,2026-11-15T10:59:58,2026-11-15T11:00:05,4,100,2026-1");
+    EXPECT_EQ(all.substr(0, 80),
+              "all,5,1,2,3,2026-11-15T10:59:58.000+00:00,2026-11-15T11:00:05.000+00:00,4,"
+              "100,20");
     EXPECT_EQ(std::count(all.begin(), all.end(), ','), 35);
     EXPECT_NE(csv.find("\r\n2026-11-15,5,1,2,3,"), std::string::npos);
 
@@ -144,7 +146,7 @@ TEST(RecordingStats, OutputForms) {
     for (const char* part :
          {"\"file\": \"a\\\"b.txt\"", "\"malformed_lines\": 1", "\"price_per_kWh\": 0.2",
           "\"W\": {\"count\": 4, \"min\": 100, "
-          "\"min_time\": \"2026-11-15T10:59:58\"",
+          "\"min_time\": \"2026-11-15T10:59:58.000+00:00\"",
           "\"per_day\": [", "{\"scope\": \"2026-11-15\", \"stats\": {"})
         EXPECT_NE(json.find(part), std::string::npos) << part << "\n" << json;
 }

@@ -58,6 +58,11 @@ def expected_rows(path):
             row["hours_per_day"] = number(hours)
             row["cost"] = number(cost)
             values = fields[3:11]
+            # VA and VAR worked out of an overloaded reading are no measurement.
+            if row["V"] is None or row["A"] is None:
+                row["VA"] = None
+            if row["VA"] is None or row["W"] is None:
+                row["VAR"] = None
         elif len(fields) == 7:
             row["record"] = number(fields[0])
             for name, field in zip(["W", "PF", "V", "A"], fields[3:7]):

@@ -167,13 +167,14 @@ TEST(Cli, ExportReadBackByPythonCsv) {
     // Standard output, and the same figures from stats.
     r = cli({"export", data, "--year", "2026"});
     EXPECT_EQ(r.status, 0);
-    EXPECT_TRUE(r.out.contains("\r\n2026-11-17T00:00:09,2,,0.9,230.0,0.5,,,,,,,,,overload\r\n"))
+    EXPECT_TRUE(
+        r.out.contains("\r\n2026-11-17T00:00:09.000+00:00,2,,0.9,230.0,0.5,,,,,,,,,overload\r\n"))
         << r.out.toStdString();
     r = cli({"stats", data, "--year", "2026", "--format", "json"});
     EXPECT_EQ(r.status, 0) << r.err.toStdString();
     EXPECT_TRUE(r.out.contains("\"records\": 42")) << r.out.toStdString();
     EXPECT_TRUE(r.out.contains("\"lost_lines\": 1"));
-    EXPECT_TRUE(r.out.contains("\"max\": 2345.67, \"max_time\": \"2026-11-15T08:00:09\""))
+    EXPECT_TRUE(r.out.contains("\"max\": 2345.67, \"max_time\": \"2026-11-15T08:00:09.000+00:00\""))
         << r.out.toStdString();
 }
 

@@ -113,7 +113,7 @@ TEST(ExportMenu, ViewerExportsWithTheSystemsDecimalMark) {
     QLocale::setDefault(before);
     const auto lines = pa::testing::readLines(out);
     ASSERT_EQ(lines.size(), 7u);
-    EXPECT_EQ(lines[1].substr(0, 34), "2026-11-15T08:00:00;0;123,4;0,98;2");
+    EXPECT_EQ(lines[1].substr(0, 44), "2026-11-15T08:00:00.000+00:00;0;123,4;0,98;2");
     EXPECT_NE(ui.messages.back().text.find("(semicolons, decimal commas)"), std::string::npos);
 
     viewer.applyCaptions(2);

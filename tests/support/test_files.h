@@ -14,6 +14,8 @@
 
 #include <csignal>
 #include <cstdint>
+#include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -72,6 +74,18 @@ inline std::vector<std::string> readLines(const std::filesystem::path& path) {
         at = end + 2;
     }
     return lines;
+}
+
+// Sets the process's time zone (a TZ value such as "UTC0" or "CET-1CEST"), so that local
+// times get the same UTC offset on every machine.
+inline void useTimeZone(const char* tz) {
+#ifdef _WIN32
+    ::_putenv_s("TZ", tz);
+    ::_tzset();
+#else
+    ::setenv("TZ", tz, 1);
+    ::tzset();
+#endif
 }
 
 // Drops the file-system privileges of root for this thread while the object lives, so that
