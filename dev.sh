@@ -5,14 +5,14 @@ cd "$(dirname "$0")"
 
 PACKAGES=(g++ cmake ninja-build qt6-base-dev qt6-serialport-dev qt6-charts-dev libqt6opengl6-dev
           libgtest-dev libgmock-dev libbenchmark-dev fonts-noto-cjk dpkg-dev
-          libmosquitto-dev mosquitto mosquitto-clients pkg-config systemd qt6-translations-l10n)
+          libmosquitto-dev mosquitto mosquitto-clients pkg-config libxlsxwriter-dev systemd qt6-translations-l10n)
 FUZZ_PACKAGES=(clang-14 libclang-rt-14-dev)
 LOCALE_PACKAGES=(locales)
 WINDOWS_PACKAGES=(g++-mingw-w64-x86-64-posix wine wine64 googletest)
 # Decimal-comma locales the tests run under once more, to prove numbers do not depend on them.
 TEST_LOCALES=(de_DE.UTF-8 es_ES.UTF-8)
 # Real clients that read the CSV export back in the tests; their tests skip without them.
-CLIENT_PACKAGES=(python3 libreoffice-calc-nogui)
+CLIENT_PACKAGES=(python3 python3-openpyxl libreoffice-calc-nogui)
 JOBS=${JOBS:-$(nproc)}
 
 install_missing() {

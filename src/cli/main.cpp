@@ -84,7 +84,8 @@ const Command kCommands[] = {
      "          (--port PATH | --simulate)",
      "Drives the instrument's datalogger: its status block, a download of every record\n"
      "(appended to FILE), one byte of its memory, its settings, mode and self-test.\n"},
-    {"export", exportCommand, "export FILE [--out OUT.csv] [--sep ,|;] [--year YYYY]",
+    {"export", exportCommand,
+     "export FILE [--out OUT.csv] [--sep ,|;] [--format csv|xlsx] [--year YYYY]",
      "Writes a recording (a data file or a datalogger download) as CSV that spreadsheets\n"
      "and scripts read at once: a header row with units, ISO 8601 local time stamps,\n"
      "plain numbers, an empty cell for an overload or a missing number, and a status\n"
@@ -93,6 +94,8 @@ const Command kCommands[] = {
      "  --out OUT.csv     the CSV file (default: standard output)\n"
      "  --sep ;           semicolons and decimal commas, for spreadsheets of\n"
      "                    decimal-comma countries (default: commas, decimal points)\n"
+     "  --format xlsx     an Excel workbook instead (needs --out): numbers and dates\n"
+     "                    as such, read right by a spreadsheet in any language\n"
      "  --year YYYY       the year of a download file's records, which hold none\n"
      "                    (default: the current year)\n"},
     {"stats", statsCommand,

@@ -8,6 +8,7 @@
 // memory stays flat whatever its length. A malformed line is reported on standard error as
 // "FILE:LINE: reason", left out of the output, and makes the exit status 1.
 #include "cli/commands.h"
+#include "cli/xlsx_export.h"
 #include "cmdline/command_options.h"
 #include "datafile/csv_export.h"
 #include "datafile/recording_stats.h"
@@ -48,7 +49,9 @@ int exportCommand(const std::vector<std::string>& args) {
     const datafile::ExportCallbacks callbacks{
         [&](const datafile::Entry& e) { reportProblem(file, e); }, {}};
     const std::string error =
-        datafile::exportCsvFile(file, out.empty() ? "-" : out, options, summary, callbacks);
+        o.xlsx
+            ? exportXlsx(file, out, options.downloadYear, summary, callbacks)
+            : datafile::exportCsvFile(file, out.empty() ? "-" : out, options, summary, callbacks);
     if (!error.empty())
         return fail(error);
     if (!out.empty() && out != "-")

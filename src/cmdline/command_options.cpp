@@ -367,13 +367,17 @@ std::string parseExport(const Args& args, ExportArgs& o, int thisYear) {
         if (handled)
             continue;
         const std::string& a = args[i];
-        if (a != "--out" && a != "--sep")
+        if (a != "--out" && a != "--sep" && a != "--format")
             return "unknown option " + a + " (see export --help)";
         if (i + 1 >= args.size())
             return a + " needs a value";
         const std::string& v = args[++i];
         if (a == "--out")
             o.out = v;
+        else if (a == "--format" && (v == "csv" || v == "xlsx"))
+            o.xlsx = v == "xlsx";
+        else if (a == "--format")
+            return "--format takes csv or xlsx";
         else if (v == "," || v == ";")
             o.options.separator = v[0];
         else
@@ -381,6 +385,8 @@ std::string parseExport(const Args& args, ExportArgs& o, int thisYear) {
     }
     if (o.file.empty())
         return "give the recording to export (see export --help)";
+    if (o.xlsx && o.out.empty())
+        return "--format xlsx needs --out FILE.xlsx (a workbook is no text for a terminal)";
     return "";
 }
 

@@ -81,6 +81,7 @@ std::string parseLogger(const Args& args, LoggerOptions& o);
 
 struct ExportArgs {
     std::string file, out;
+    bool xlsx = false; // --format xlsx: a workbook (needs --out)
     datafile::ExportOptions options;
 };
 // thisYear: the default of --year, the year of a download file's records.

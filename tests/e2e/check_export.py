@@ -107,7 +107,7 @@ def check_csv(recording, export):
     return problems, f"{len(rows) - 1} rows, {numbers} numbers equal to the recording's"
 
 
-def check_fods(export, fods):
+def check_fods(export, fods, dates=False):
     ns = {"table": "urn:oasis:names:tc:opendocument:xmlns:table:1.0",
           "office": "urn:oasis:names:tc:opendocument:xmlns:office:1.0"}
     t = "{%s}" % ns["table"]
@@ -117,7 +117,8 @@ def check_fods(export, fods):
         cells = []
         for cell in row:
             repeat = int(cell.get(t + "number-columns-repeated", "1"))
-            cells += [(cell.get(o + "value-type"), cell.get(o + "value"))] * min(repeat, 64)
+            value = cell.get(o + "value") or cell.get(o + "date-value")
+            cells += [(cell.get(o + "value-type"), value)] * min(repeat, 64)
         sheet.append(cells)
     with open(export, encoding="utf-8", newline="") as f:
         rows = list(csv.reader(f))
@@ -134,12 +135,26 @@ def check_fods(export, fods):
                 problems.append(f"row {n + 1} {column}: {value} for {row[i]}")
             else:
                 numbers += 1
-    return problems, f"{numbers} numbers read as numbers by the spreadsheet"
+    summary = f"{numbers} numbers read as numbers by the spreadsheet"
+    if dates:
+        # A workbook: every row's time stamp is a date cell, to the millisecond of the CSV's.
+        stamps = 0
+        for n, row in enumerate(rows[1:], start=1):
+            kind, value = sheet[n][0] if n < len(sheet) and sheet[n] else (None, None)
+            if kind != "date" or not row[0].startswith(value[:19]):
+                problems.append(f"row {n + 1} time: {row[0]!r} came in as {kind} {value}")
+            else:
+                stamps += 1
+        summary += f", {stamps} time stamps read as dates"
+    return problems, summary
 
 
 def main():
     mode, first, second = sys.argv[1:4]
-    problems, summary = (check_csv if mode == "csv" else check_fods)(first, second)
+    if mode == "csv":
+        problems, summary = check_csv(first, second)
+    else:
+        problems, summary = check_fods(first, second, dates=mode == "xlsx")
     for p in problems[:20]:
         print(p)
     if problems:

@@ -19,11 +19,16 @@ struct ProgramRun {
 };
 
 // Runs a program without a display and without XDG_RUNTIME_DIR, as on a bare server.
-ProgramRun run(const QString& program, const QStringList& args, int timeoutMs = 60000) {
+ProgramRun run(const QString& program, const QStringList& args, int timeoutMs = 60000,
+               const QString& lang = {}) {
     QProcess p;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "XDG_RUNTIME_DIR", "QT_QPA_PLATFORM"})
         env.remove(name);
+    if (!lang.isEmpty()) {
+        env.remove("LC_ALL");
+        env.insert("LANG", lang);
+    }
     p.setProcessEnvironment(env);
     p.start(program, args);
     if (!p.waitForFinished(timeoutMs))
@@ -199,6 +204,23 @@ TEST(Cli, ExportOpensAsNumbersInLibreOffice) {
     const ProgramRun r = run("python3", {PA_TESTS_DIR "/e2e/check_export.py", "fods", csv, fods});
     EXPECT_EQ(r.status, 0) << r.out.toStdString() << r.err.toStdString();
     EXPECT_TRUE(r.out.contains("numbers read as numbers")) << r.out.toStdString();
+
+    // The workbook on a German desktop: the same numbers, as numbers, and dates as dates.
+    const QString xlsx = dir.filePath("book.xlsx");
+    const ProgramRun made = cli({"export", data, "--format", "xlsx", "--out", xlsx});
+    ASSERT_EQ(made.status, 0) << made.err.toStdString();
+    const ProgramRun german =
+        run(soffice,
+            {"-env:UserInstallation=file://" + dir.filePath("profile"), "--headless",
+             "--convert-to", "fods", "--outdir", dir.filePath("de"), xlsx},
+            240000, "de_DE.UTF-8");
+    const QString bookFods = dir.filePath("de/book.fods");
+    ASSERT_TRUE(QFileInfo::exists(bookFods))
+        << german.out.toStdString() << german.err.toStdString();
+    const ProgramRun read =
+        run("python3", {PA_TESTS_DIR "/e2e/check_export.py", "xlsx", csv, bookFods});
+    EXPECT_EQ(read.status, 0) << read.out.toStdString() << read.err.toStdString();
+    EXPECT_TRUE(read.out.contains("43 time stamps read as dates")) << read.out.toStdString();
 }
 
 } // namespace
