@@ -1,0 +1,10 @@
+#include "report/SurveyPdf.h"
+
+namespace pa::report {
+
+std::string writeSurveyPdf(const Survey&, const std::string&, const std::string&,
+                           const std::string&) {
+    return "PDF not written yet";
+}
+
+} // namespace pa::report
