@@ -3,6 +3,7 @@
 #include "datafile/data_folder.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <filesystem>
 #include <memory>
@@ -23,11 +24,12 @@ constexpr double kWattMsPerKWh = 3.6e9;
 constexpr std::int64_t kFirstSliceMs = 60'000;
 constexpr std::size_t kMaxSlices = 1500;
 
-// Histogram bins: |value| from kLowest to kLowest * kRatio^kBinsPerSign on each side of zero.
-constexpr double kLowest = 1e-4;
-constexpr double kRatio = 1.001;
-constexpr std::size_t kBinsPerSign = 30'000; // up to about 1e9
-const double kLogRatio = std::log(kRatio);
+// Histogram bins: |value| from kLowest up, each bin 1/1024 of a power of two wide (under 0.1 %
+// of the value), found from the bits of the double: its exponent and the mantissa's top bits.
+constexpr double kLowest = 1.0 / (1 << 14);
+constexpr int kMantissaBits = 10;
+constexpr std::size_t kBinsPerSign = 45 << kMantissaBits; // up to 2^31, beyond which all share
+const std::uint64_t kLowestKey = std::bit_cast<std::uint64_t>(kLowest) >> (52 - kMantissaBits);
 
 std::int64_t floorDiv(std::int64_t a, std::int64_t b) {
     return a / b - ((a % b != 0) && ((a < 0) != (b < 0)));
@@ -112,8 +114,9 @@ std::size_t TimeHistogram::index(double value) const {
     const double a = std::fabs(value);
     if (!(a >= kLowest))
         return kBinsPerSign;
-    const double step = std::floor(std::log(a / kLowest) / kLogRatio) + 1;
-    const auto n = static_cast<std::size_t>(std::min(step, double(kBinsPerSign)));
+    const std::uint64_t key = std::bit_cast<std::uint64_t>(a) >> (52 - kMantissaBits);
+    const auto n =
+        static_cast<std::size_t>(std::min<std::uint64_t>(key - kLowestKey + 1, kBinsPerSign));
     return value > 0 ? kBinsPerSign + n : kBinsPerSign - n;
 }
 
@@ -182,6 +185,14 @@ struct SurveyBuilder::State {
     // Energy.
     double wattMs = 0, heldMsWithW = 0;
     std::map<std::int64_t, DayTotals> days;
+    DayTotals* lastDay = nullptr; // map nodes stay where they are
+    std::int64_t lastDayKey = 0;
+
+    DayTotals& dayAt(std::int64_t key) {
+        if (!lastDay || key != lastDayKey)
+            lastDay = &days[key], lastDayKey = key;
+        return *lastDay;
+    }
 
     // Demand and voltage means.
     IntervalMeans demand{kDemandMs}, voltage{kVoltageMeanMs};
@@ -289,7 +300,7 @@ struct SurveyBuilder::State {
                 while (t < end) {
                     const std::int64_t day = floorDiv(t, kMsPerDay);
                     const std::int64_t upTo = std::min(end, (day + 1) * kMsPerDay);
-                    days[day].kWh += *h.w * static_cast<double>(upTo - t) / kWattMsPerKWh;
+                    dayAt(day).kWh += *h.w * static_cast<double>(upTo - t) / kWattMsPerKWh;
                     t = upTo;
                 }
             }
@@ -359,7 +370,7 @@ struct SurveyBuilder::State {
         lostSinceHeld = false;
         ++out.records;
         touch(e.timeMs);
-        DayTotals& d = days[floorDiv(e.timeMs, kMsPerDay)];
+        DayTotals& d = dayAt(floorDiv(e.timeMs, kMsPerDay));
         if (h.w) {
             if (!out.maxW || *h.w > out.maxW->value)
                 out.maxW = TimedValue{e.timeMs, *h.w};
@@ -510,7 +521,11 @@ std::string gatherSurvey(const std::vector<std::string>& files, const SurveyOpti
             return lastFile + " and " + span.path + " overlap in time (" + span.path +
                    " begins at " + datafile::isoTime(*span.firstMs) +
                    ", before the other ends at " + datafile::isoTime(*lastMs) + ")";
-        datafile::RecordingReader reader(options.downloadYear);
+        using namespace datafile;
+        // A download's records always have their four values; a data file's current is not
+        // needed (its VA is there).
+        RecordingReader reader(options.downloadYear,
+                               1u << kQW | 1u << kQPF | 1u << kQV | 1u << kQVA | 1u << kQVAR);
         std::uint64_t lines = 0;
         const std::string error =
             datafile::readRecording(span.path, reader, [&](const Entry& e, std::uint64_t position) {

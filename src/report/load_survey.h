@@ -113,7 +113,7 @@ struct Survey {
     }
 };
 
-// Time-weighted values in fixed-size logarithmic bins (about 0.1 % wide), with each bin's
+// Time-weighted values in fixed-size logarithmic bins (under 0.1 % wide), with each bin's
 // smallest and largest value, so that a share of the time or a percentile costs no memory per
 // record and is exact where the values of a bin are all the same.
 class TimeHistogram {
