@@ -175,6 +175,7 @@ const std::array<Pair, static_cast<std::size_t>(Caption::Count)> kTable{{
     {"Reading the recording for the report...", "正在讀取記錄以製作報告..."},
     {"The report was not written", "報告未寫入"},
     {"%1 unreadable lines were left out; the first: %2", "%1 行無法讀取而略過；第一行：%2"},
+    {"Open a data file first.", "請先開啟資料檔。"},
 }};
 
 } // namespace

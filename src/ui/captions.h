@@ -159,6 +159,7 @@ enum class Caption {
     ReportWriting,
     ReportFailed,
     ReportBadLines,
+    ReportNoFile,
     Count
 };
 
