@@ -20,6 +20,7 @@ constexpr std::int64_t kMsPerHour = 3'600'000;
 constexpr std::int64_t kDemandMs = 15 * 60'000;
 constexpr std::int64_t kVoltageMeanMs = 10 * 60'000;
 constexpr double kWattMsPerKWh = 3.6e9;
+constexpr std::int64_t kLongestSplitMs = 31 * kMsPerDay;
 // The charts' slices: a minute at first, doubled whenever there would be more than this many.
 constexpr std::int64_t kFirstSliceMs = 60'000;
 constexpr std::size_t kMaxSlices = 1500;
@@ -106,7 +107,7 @@ struct Held {
 
 // ---- TimeHistogram ----
 
-TimeHistogram::TimeHistogram() : bins_(2 * kBinsPerSign + 1) {}
+TimeHistogram::TimeHistogram() = default;
 
 std::size_t TimeHistogram::index(double value) const {
     // Bin kBinsPerSign holds |value| < kLowest; above it the positive values, below the
@@ -123,7 +124,11 @@ std::size_t TimeHistogram::index(double value) const {
 void TimeHistogram::add(double value, double weight) {
     if (!(weight > 0) || !std::isfinite(value))
         return;
-    Bin& b = bins_[index(value)];
+    const std::size_t i = index(value);
+    if (bins_.empty())
+        bins_.resize(2 * kBinsPerSign + 1), lowest_ = highest_ = i;
+    lowest_ = std::min(lowest_, i), highest_ = std::max(highest_, i);
+    Bin& b = bins_[i];
     if (b.weight == 0)
         b.min = b.max = value;
     b.min = std::min(b.min, value), b.max = std::max(b.max, value);
@@ -131,33 +136,41 @@ void TimeHistogram::add(double value, double weight) {
     total_ += weight;
 }
 
-double TimeHistogram::exceeded(double share) const {
-    const double wanted = share * total_;
-    double above = 0;
-    for (std::size_t i = bins_.size(); i-- > 0;) {
+std::vector<double> TimeHistogram::exceeded(const std::vector<double>& shares) const {
+    std::vector<double> out(shares.size(), 0.0);
+    std::size_t next = 0;
+    double above = 0, lowest = 0;
+    for (std::size_t i = highest_ + 1; i-- > lowest_ && !bins_.empty() && next < shares.size();) {
         const Bin& b = bins_[i];
         if (b.weight == 0)
             continue;
-        if (above + b.weight >= wanted) {
-            if (b.max == b.min)
-                return b.min;
-            const double f = (wanted - above) / b.weight;
-            return b.max - f * (b.max - b.min);
+        lowest = b.min;
+        // Every share this bin reaches takes its value from within the bin.
+        for (; next < shares.size() && above + b.weight >= shares[next] * total_; ++next) {
+            const double f = (shares[next] * total_ - above) / b.weight;
+            out[next] = b.max == b.min ? b.min : b.max - f * (b.max - b.min);
         }
         above += b.weight;
     }
-    return 0;
+    // Shares the sum fell short of by rounding: the smallest value.
+    for (; next < shares.size(); ++next)
+        out[next] = lowest;
+    return out;
 }
 
 double TimeHistogram::at(double x) const {
+    if (bins_.empty())
+        return 0;
     const Bin& b = bins_[index(x)];
     return b.weight > 0 && b.min == x && b.max == x ? b.weight : 0;
 }
 
 double TimeHistogram::below(double x) const {
+    if (bins_.empty())
+        return 0;
     const std::size_t at = index(x);
     double sum = 0;
-    for (std::size_t i = 0; i < at; ++i)
+    for (std::size_t i = lowest_; i < at && i <= highest_; ++i)
         sum += bins_[i].weight;
     const Bin& b = bins_[at];
     if (b.weight > 0) {
@@ -294,9 +307,13 @@ struct SurveyBuilder::State {
             heldMsWithW += dt;
             if (*h.w >= 0) {
                 wattMs += *h.w * dt;
-                // Split at midnight, so that each day gets its own part.
+                // Split at midnight, so that each day gets its own part. A hold of more than
+                // a month (a gap in the recording with no lost-communication line) stays with
+                // the day it starts: the days kept stay as many as the days recorded.
                 std::int64_t t = h.timeMs;
                 const std::int64_t end = h.timeMs + heldMs;
+                if (heldMs > kLongestSplitMs)
+                    dayAt(floorDiv(t, kMsPerDay)).kWh += *h.w * dt / kWattMsPerKWh, t = end;
                 while (t < end) {
                     const std::int64_t day = floorDiv(t, kMsPerDay);
                     const std::int64_t upTo = std::min(end, (day + 1) * kMsPerDay);
@@ -438,11 +455,14 @@ Survey SurveyBuilder::finish(std::vector<std::string> files) {
             s.demandSum / static_cast<double>(out.demandIntervals) / out.peaks.front().value;
     if (s.w.total() > 0) {
         std::array<double, 5> e{};
-        for (std::size_t i = 0; i < e.size(); ++i)
-            e[i] = s.w.exceeded(kExceededShares[i]);
+        const std::vector<double> listed = s.w.exceeded(
+            std::vector<double>(std::begin(kExceededShares), std::end(kExceededShares)));
+        std::copy(listed.begin(), listed.end(), e.begin());
         out.exceeded = e;
+        std::vector<double> shares;
         for (int p = 0; p <= 100; ++p)
-            out.durationCurve.push_back(s.w.exceeded(p / 100.0));
+            shares.push_back(p / 100.0);
+        out.durationCurve = s.w.exceeded(shares);
     }
     if (s.pfMs > 0) {
         out.hoursBelow090 = s.belowMs / kMsPerHour;
@@ -454,9 +474,8 @@ Survey SurveyBuilder::finish(std::vector<std::string> files) {
         out.shareWithinPlus10Minus15 = static_cast<double>(s.meansWithin1015) / n;
     }
     if (s.anyBelowTarget && s.uFNeeded.total() > 0) {
-        out.uFp50 = s.uFNeeded.exceeded(0.50);
-        out.uFp90 = s.uFNeeded.exceeded(0.10);
-        out.uFp95 = s.uFNeeded.exceeded(0.05);
+        const std::vector<double> p = s.uFNeeded.exceeded(std::vector<double>{0.05, 0.10, 0.50});
+        out.uFp95 = p[0], out.uFp90 = p[1], out.uFp50 = p[2];
         out.uFmax = s.uFmax;
         out.recommendeduF = out.uFp95;
         const double c = *out.recommendeduF, total = s.uFNeeded.total();

@@ -122,7 +122,9 @@ class TimeHistogram {
     void add(double value, double weight);
     double total() const { return total_; }
     // The value exceeded for `share` of the weight (0 <= share <= 1).
-    double exceeded(double share) const;
+    double exceeded(double share) const { return exceeded(std::vector<double>{share})[0]; }
+    // The same for several shares in rising order, in one walk over the bins.
+    std::vector<double> exceeded(const std::vector<double>& shares) const;
     // The weight of the values below x, and of the values above x.
     double below(double x) const;
     double above(double x) const { return total_ - below(x) - at(x); }
@@ -133,7 +135,8 @@ class TimeHistogram {
     };
     std::size_t index(double value) const;
     double at(double x) const;
-    std::vector<Bin> bins_;
+    std::vector<Bin> bins_;                // made at the first value
+    std::size_t lowest_ = 0, highest_ = 0; // the bins used lie between these
     double total_ = 0;
 };
 
