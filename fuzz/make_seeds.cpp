@@ -165,6 +165,31 @@ void recordSeeds(const fs::path& folder) {
     write(folder, "silent", "8\n" + std::string(8, '\0'));
 }
 
+// The report's target: a first byte (odd: the rest is cut in two files), then file contents:
+// a recording across midnight with a dip and a silent spell, whole and cut, and a download.
+void reportSeeds(const fs::path& folder) {
+    pa::datafile::RecordTexts t{"11-23-2026", "23:59:50.0", "1200.0", ".800",  "230.0",
+                                "6.522",      "36.9",       "1500.0", "900.0", "0.0012",
+                                "10.00",      "month",      "8",      "$2.50"};
+    std::string file = pa::datafile::headerLine("month") + "\r\n";
+    for (int r = 0; r < 30; ++r) {
+        const int s = 50 + r * 10; // seconds from 23:59:00
+        t.date = s < 60 ? "11-23-2026" : "11-24-2026";
+        const int m = (s / 60 + 59) % 60, sec = s % 60;
+        t.clock = std::string(s < 60 ? "23:" : "00:") + (m < 10 ? "0" : "") + std::to_string(m) +
+                  ":" + (sec < 10 ? "0" : "") + std::to_string(sec) + ".0";
+        t.volts = r == 5 || r == 6 ? "190.0" : "230.0";
+        file += pa::datafile::recordLine(r, t) + "\r\n";
+        if (r == 20)
+            file += pa::datafile::lostCommunicationLine(t.date, "00:03:35.0") + "\r\n";
+    }
+    write(folder, "recording", std::string(1, '\0') + file);
+    write(folder, "cut", "\x01" + file);
+    write(folder, "download",
+          "\x02No.,Date,Time,Watts,PF,Volts,Amps\r\n1,12-31,23:59:30,500.0,0.5,200.0,5.0\r\n"
+          "2,12-31,00:00:00.0,500.0,0.5,200.0,5.0\r\n3,12-31,00:00:30.0,-OL,0.5,200.0,5.0\r\n");
+}
+
 int main(int argc, char** argv) {
     if (argc != 2) {
         std::fputs("usage: make_seeds FOLDER\n", stderr);
@@ -183,5 +208,6 @@ int main(int argc, char** argv) {
     write(root / "recording_export_fuzz", "download",
           "No.,Date,Time,Watts,PF,Volts,Amps\r\n1,12-31,23:59:59,116.4,0.9,230.0,0.6\r\n"
           "2,12-31,00:00:00.4,OL,0.9,230.0,0.6\r\n");
+    reportSeeds(root / "report_survey_fuzz");
     return 0;
 }

@@ -14,6 +14,7 @@ int loggerCommand(const std::vector<std::string>& args);
 int manualCommand(const std::vector<std::string>& args);
 int exportCommand(const std::vector<std::string>& args);
 int statsCommand(const std::vector<std::string>& args);
+int reportCommand(const std::vector<std::string>& args);
 
 // Shared by the subcommands.
 // Prints "poweranalyzer-cli: message" on standard error and returns 2.

@@ -110,6 +110,26 @@ const Command kCommands[] = {
      "  --price P         price per kWh for the cost (default: the one the file's cost\n"
      "                    column implies)\n"
      "  --year YYYY       the year of a download file's records (default: this year)\n"},
+    {"report", reportCommand,
+     "report FILE... [--pdf OUT.pdf] [--format text|json] [--lang en|zh] [--price P]\n"
+     "          [--nominal 230] [--hz 50] [--target-pf 0.95] [--year YYYY]",
+     "The load survey of a recording: energy and cost per day, the highest 15-minute\n"
+     "demands and the load factor, the load-duration curve, hours per power factor band,\n"
+     "indicative voltage quality (10-minute means, dips and swells) and the capacitor that\n"
+     "would bring the power factor to the target. Several files (the daily files of\n"
+     "record --rotate daily, in any order, or a datalogger download) are read as one\n"
+     "recording in time order; files that overlap in time are refused. A figure without\n"
+     "enough data says so (null in JSON). Malformed lines are reported with their number\n"
+     "and left out (exit status 1).\n"
+     "  --pdf OUT.pdf     an A4 report with charts and tables instead of text\n"
+     "  --format F        text (default) or json, on standard output\n"
+     "  --lang en|zh      the language of the PDF: English (default) or Chinese\n"
+     "  --price P         price per kWh for the cost (default: the one the file's cost\n"
+     "                    column implies; none: no cost)\n"
+     "  --nominal V       nominal voltage for the voltage figures (default 230)\n"
+     "  --hz F            mains frequency for the capacitor (default 50)\n"
+     "  --target-pf PF    the power factor the capacitor aims at (default 0.95)\n"
+     "  --year YYYY       the year of a download file's records (default: this year)\n"},
     {"manual", manualCommand, "manual",
      "Lists the Help > User Manual items with the manual each opens.\n"},
 };
@@ -206,13 +226,16 @@ int main(int argc, char** argv) {
             return std::printf("poweranalyzer-cli %s\n", PA_VERSION), 0;
     }
     qInstallMessageHandler(quietQt);
-    // Reading files needs no Qt at all.
+    // Reading files needs no Qt at all; a report drawn as PDF needs fonts.
+    const bool pdfReport = args[0] == "report" && asks(args, "--pdf");
+    if (args[0] == "report" && !pdfReport)
+        return reportCommand(std::vector<std::string>(args.begin() + 1, args.end()));
     if (args[0] == "export" || args[0] == "stats") {
         const auto run = args[0] == "export" ? exportCommand : statsCommand;
         return finished(run(std::vector<std::string>(args.begin() + 1, args.end())));
     }
     // Drawing (plot) needs widgets; without a chosen platform it draws offscreen.
-    const bool widgets = !args.empty() && args[0] == "plot";
+    const bool widgets = !args.empty() && (args[0] == "plot" || pdfReport);
     if (widgets && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     std::unique_ptr<QCoreApplication> app = widgets

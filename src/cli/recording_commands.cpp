@@ -3,6 +3,7 @@
 //   poweranalyzer-cli export FILE [--out OUT.csv] [--sep ,|;] [--year YYYY]
 //   poweranalyzer-cli stats FILE [--per day|hour] [--format text|csv|json] [--price P]
 //                              [--year YYYY]
+//   poweranalyzer-cli report FILE... [--pdf OUT.pdf] [--format text|json] [--lang en|zh] ...
 //
 // Both read a data file written by recording or a datalogger download file line by line, so
 // memory stays flat whatever its length. A malformed line is reported on standard error as
@@ -13,6 +14,8 @@
 #include "datafile/csv_export.h"
 #include "datafile/recording_stats.h"
 #include "text/printable_text.h"
+#include "report/SurveyPdf.h"
+#include "report/load_survey.h"
 
 #include <cstdio>
 #include <ctime>
@@ -86,6 +89,29 @@ int statsCommand(const std::vector<std::string>& args) {
                                                   : datafile::statsText(file, stats, price);
     std::fwrite(text.data(), 1, text.size(), stdout);
     return stats.malformedLines() > 0 ? 1 : 0;
+}
+
+int reportCommand(const std::vector<std::string>& args) {
+    ReportArgs o;
+    if (const std::string error = parseReport(args, o, currentYear()); !error.empty())
+        return fail(error);
+    report::Survey survey;
+    const report::SurveyCallbacks callbacks{
+        [](const std::string& file, const datafile::Entry& e) { reportProblem(file, e); }, {}};
+    if (const std::string error = report::gatherSurvey(o.files, o.options, survey, callbacks);
+        !error.empty())
+        return fail(error);
+    if (!o.pdf.empty()) {
+        if (const std::string error = report::writeSurveyPdf(survey, o.pdf, o.lang, PA_VERSION);
+            !error.empty())
+            return fail(error);
+        std::fprintf(stderr, "report written to %s\n", o.pdf.c_str());
+    } else {
+        const std::string text =
+            o.format == "json" ? report::surveyJson(survey) : report::surveyText(survey);
+        std::fwrite(text.data(), 1, text.size(), stdout);
+    }
+    return survey.malformedLines > 0 ? 1 : 0;
 }
 
 } // namespace pa::cli

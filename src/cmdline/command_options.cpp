@@ -424,4 +424,65 @@ std::string parseStats(const Args& args, StatsArgs& o, int thisYear) {
     return "";
 }
 
+std::string parseReport(const Args& args, ReportArgs& o, int thisYear) {
+    o.options.downloadYear = thisYear;
+    // The numeric options: name, target, smallest and largest value, what it takes.
+    struct Limit {
+        const char* name;
+        double* value;
+        double low, high;
+        const char* takes;
+    };
+    double price = 0;
+    const Limit limits[] = {
+        {"--price", &price, 0, 1e6, "a price per kWh such as 0.25"},
+        {"--nominal", &o.options.nominalV, 1, 1000, "the nominal voltage such as 230"},
+        {"--hz", &o.options.hz, 1, 1000, "the mains frequency, 50 or 60"},
+        {"--target-pf", &o.options.targetPf, 0.5, 1, "a power factor from 0.5 to 1 such as 0.95"},
+    };
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        const std::string& a = args[i];
+        if (a == "--year") {
+            if (i + 1 >= args.size() || !parseNumber(args[++i], o.options.downloadYear) ||
+                o.options.downloadYear < 1 || o.options.downloadYear > 9999)
+                return "--year takes a year such as " + std::to_string(thisYear);
+            continue;
+        }
+        if (a.empty() || a[0] != '-' || a == "-") {
+            o.files.push_back(a);
+            continue;
+        }
+        const Limit* limit = nullptr;
+        for (const Limit& l : limits)
+            if (a == l.name)
+                limit = &l;
+        if (!limit && a != "--pdf" && a != "--format" && a != "--lang")
+            return "unknown option " + a + " (see report --help)";
+        if (i + 1 >= args.size())
+            return a + " needs a value";
+        const std::string& v = args[++i];
+        if (limit) {
+            double x = 0;
+            if (!parseNumber(v, x) || x < limit->low || x > limit->high)
+                return a + " takes " + limit->takes;
+            *limit->value = x;
+            if (limit->value == &price)
+                o.options.price = x;
+        } else if (a == "--pdf") {
+            o.pdf = v;
+        } else if (a == "--format") {
+            if (v != "text" && v != "json")
+                return "--format takes text or json";
+            o.format = v;
+        } else {
+            if (v != "en" && v != "zh")
+                return "--lang takes en or zh";
+            o.lang = v;
+        }
+    }
+    if (o.files.empty())
+        return "give the recording, or its daily files (see report --help)";
+    return "";
+}
+
 } // namespace pa::cmdline

@@ -6,6 +6,7 @@
 #include "datafile/csv_export.h"
 #include "datafile/recording_stats.h"
 #include "pfimprove/pf_calculator.h"
+#include "report/load_survey.h"
 
 #include <optional>
 #include <string>
@@ -94,5 +95,12 @@ struct StatsArgs {
     std::optional<double> price;
 };
 std::string parseStats(const Args& args, StatsArgs& o, int thisYear);
+
+struct ReportArgs {
+    std::vector<std::string> files;
+    std::string pdf, format = "text", lang = "en";
+    report::SurveyOptions options;
+};
+std::string parseReport(const Args& args, ReportArgs& o, int thisYear);
 
 } // namespace pa::cmdline

@@ -3,7 +3,9 @@
 #include "datafile/output_file.h"
 
 #include "datafile/data_folder.h"
+#include "ui/CaptionText.h"
 #include "ui/ExportRecording.h"
+#include "ui/SurveyReport.h"
 
 #include <QActionGroup>
 #include <QApplication>
@@ -180,6 +182,10 @@ void PlotFile::buildMenus() {
     file->addAction("&Export to CSV...", this,
                     [this] { ui::exportRecording(ui_, this, document_.fileName()); })
         ->setObjectName("exportCsv");
+    // The plot window's menus are in English.
+    file->addAction(ui::captionText(ui::Caption::ReportMenu, 1), this,
+                    [this] { ui::makeSurveyReport(ui_, this, document_.fileName(), 1); })
+        ->setObjectName("surveyReport");
     file->addSeparator();
     file->addAction("E&xit", QKeySequence::Close, this, &PlotFile::exit_plot)
         ->setObjectName("exit_plot");

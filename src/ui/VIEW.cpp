@@ -3,6 +3,7 @@
 #include "datafile/data_folder.h"
 #include "ui/CaptionText.h"
 #include "ui/ExportRecording.h"
+#include "ui/SurveyReport.h"
 
 #include <QActionGroup>
 #include <QApplication>
@@ -141,6 +142,8 @@ VIEW::VIEW(app::Ui& ui, int language, QWidget* parent)
     reload_->setShortcut(QKeySequence::Refresh);
     export_ = fileMenu_->addAction(QString(), this,
                                    [this] { exportRecording(ui_, this, index_.path()); });
+    report_ = fileMenu_->addAction(
+        QString(), this, [this] { makeSurveyReport(ui_, this, index_.path(), language_); });
     fileMenu_->addSeparator();
     print_ = fileMenu_->addAction(QString(), this, &VIEW::printFromMenu);
     print_->setShortcut(QKeySequence::Print);
@@ -178,6 +181,7 @@ void VIEW::applyCaptions(int language) {
     open_->setText(captionText(Caption::ViewerOpen, language));
     reload_->setText(captionText(Caption::ViewerReload, language));
     export_->setText(captionText(Caption::ViewerExport, language));
+    report_->setText(captionText(Caption::ReportMenu, language));
     print_->setText(captionText(Caption::PrintButton, language) + "...");
     orientationMenu_->setTitle(captionText(Caption::ViewerOrientation, language));
     portrait_->setText(captionText(Caption::ViewerPortrait, language));

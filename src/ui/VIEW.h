@@ -94,6 +94,7 @@ class VIEW : public QMainWindow {
     QAction* open_ = nullptr;
     QAction* reload_ = nullptr;
     QAction* export_ = nullptr;
+    QAction* report_ = nullptr;
     QAction* print_ = nullptr;
     QAction* portrait_ = nullptr;
     QAction* landscape_ = nullptr;

@@ -49,6 +49,10 @@ TEST(CommandOptions, RefusalsNameTheOptionAndWhatItTakes) {
         {"stats", {"run.txt", "--price", "nan"}, "--price takes a price per kWh"},
         {"record", {"--simulate", "--out", "a", "--price", "inf"}, "--price takes a number"},
         {"stats", {"a.txt", "b.txt"}, "one recording only (b.txt)"},
+        {"report", {}, "give the recording"},
+        {"report", {"a.txt", "--target-pf", "1.2"}, "--target-pf takes a power factor"},
+        {"report", {"a.txt", "--lang", "fr"}, "--lang takes en or zh"},
+        {"report", {"a.txt", "--format", "csv"}, "--format takes text or json"},
     };
     for (const auto& c : cases) {
         const std::string command = c.command;
@@ -71,9 +75,12 @@ TEST(CommandOptions, RefusalsNameTheOptionAndWhatItTakes) {
         } else if (command == "export") {
             ExportArgs o;
             error = parseExport(c.args, o, 2026);
-        } else {
+        } else if (command == "stats") {
             StatsArgs o;
             error = parseStats(c.args, o, 2026);
+        } else {
+            ReportArgs o;
+            error = parseReport(c.args, o, 2026);
         }
         EXPECT_TRUE(error.starts_with(c.error)) << command << ": " << error;
     }
@@ -137,6 +144,18 @@ TEST(CommandOptions, AcceptedLinesGiveTheirValues) {
     EXPECT_EQ(s.per, datafile::StatsPer::Day);
     EXPECT_EQ(s.year, 2024);
     EXPECT_DOUBLE_EQ(*s.price, 0.1);
+
+    ReportArgs r2;
+    ASSERT_EQ(parseReport({"b.txt", "a.txt", "--nominal", "120", "--hz", "60", "--price", "0.3",
+                           "--pdf", "r.pdf", "--lang", "zh"},
+                          r2, 2031),
+              "");
+    EXPECT_EQ(r2.files, (std::vector<std::string>{"b.txt", "a.txt"}));
+    EXPECT_EQ(r2.options.nominalV, 120);
+    EXPECT_EQ(r2.options.hz, 60);
+    EXPECT_DOUBLE_EQ(*r2.options.price, 0.3);
+    EXPECT_EQ(r2.options.targetPf, 0.95);
+    EXPECT_EQ(r2.options.downloadYear, 2031);
 
     PfOptions f;
     ASSERT_EQ(parsePf({"--hz", "50Hz", "--target", "c", "4.7u"}, f), "");

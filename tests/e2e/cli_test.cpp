@@ -43,8 +43,8 @@ ProgramRun cli(const QStringList& args, int timeoutMs = 60000) {
 }
 
 TEST(Cli, HelpAndVersionEverywhere) {
-    const QStringList commands{"monitor", "pf",     "plot",  "record",
-                               "logger",  "export", "stats", "manual"};
+    const QStringList commands{"monitor", "pf",    "plot",   "record", "logger",
+                               "export",  "stats", "report", "manual"};
     for (const QString& c : commands) {
         SCOPED_TRACE(c.toStdString());
         ProgramRun r = cli({c, "--help"});

@@ -56,8 +56,9 @@ TEST(ExportMenu, PlotWindowExportsItsFile) {
     ScriptedUi ui;
     pa::plot::PlotFile window(ui);
     QMenu* file = fileMenu(window);
-    // The addition sits between the window's own two items, which keep their order.
-    EXPECT_EQ(texts(file), QStringList({"&Open Data File...", "&Export to CSV...", "-", "E&xit"}));
+    // The additions sit between the window's own two items, which keep their order.
+    EXPECT_EQ(texts(file),
+              QStringList({"&Open Data File...", "&Export to CSV...", "&Report...", "-", "E&xit"}));
 
     QAction* exportItem = item(file, "&Export to CSV...");
     ASSERT_NE(exportItem, nullptr);
