@@ -1,6 +1,6 @@
 #include "cmdline/command_options.h"
 
-#include "live/mqtt_messages.h"
+#include "live/mqtt_rules.h"
 #include "text/leading_number.h"
 #include "text/number_text.h"
 
@@ -130,6 +130,10 @@ std::string completeMqttOptions(MqttOptions& o, const std::string& hostName, lon
         return "--topic: " + bad;
     if (o.clientId.empty())
         o.clientId = "poweranalyzer-" + host + "-" + std::to_string(pid);
+    if (const std::string bad = live::checkClientId(o.clientId); !bad.empty())
+        return "--client-id: " + bad;
+    if (const std::string bad = live::checkUserName(o.username); !bad.empty())
+        return "--username: " + bad;
     if (o.port == 0)
         o.port = o.tlsCa.empty() ? 1883 : 8883;
     return "";

@@ -91,19 +91,6 @@ Topics topicsFor(std::string_view prefix) {
     return {p + "/state", p + "/availability"};
 }
 
-std::string checkTopicPrefix(std::string_view prefix) {
-    if (prefix.empty())
-        return "the topic prefix is empty";
-    if (prefix.find_first_of("+#") != std::string_view::npos)
-        return "the topic prefix " + std::string(prefix) +
-               " holds a wildcard (+ or #), which cannot be published to";
-    if (prefix.front() == '/' || prefix.back() == '/')
-        return "the topic prefix " + std::string(prefix) + " begins or ends with /";
-    if (prefix.find('\0') != std::string_view::npos)
-        return "the topic prefix holds a NUL character";
-    return "";
-}
-
 std::optional<double> panelNumber(std::string_view text) {
     text = trimmed(text);
     if (text.ends_with("Hz"))
@@ -158,7 +145,13 @@ std::string stateJson(const Readouts& readouts, std::string_view timestamp) {
     return out;
 }
 
-std::vector<RetainedMessage> discoveryConfigs(std::string_view prefix,
+std::string discoveryConfigTopic(std::string_view discoveryPrefix, std::string_view prefix,
+                                 std::string_view key) {
+    return std::string(discoveryPrefix) + "/sensor/" + nodeId(prefix) + "/" + lowered(key) +
+           "/config";
+}
+
+std::vector<RetainedMessage> discoveryConfigs(std::string_view prefix, int expireAfterSeconds,
                                               std::string_view discoveryPrefix) {
     const std::string node = nodeId(prefix);
     const Topics topics = topicsFor(prefix);
@@ -194,10 +187,9 @@ std::vector<RetainedMessage> discoveryConfigs(std::string_view prefix,
         }
         p += ",\"state_class\":";
         appendJsonString(p, q.stateClass);
+        p += ",\"expire_after\":" + std::to_string(expireAfterSeconds);
         p += device + "}";
-        configs.push_back(
-            {std::string(discoveryPrefix) + "/sensor/" + node + "/" + lowered(q.key) + "/config",
-             std::move(p)});
+        configs.push_back({discoveryConfigTopic(discoveryPrefix, prefix, q.key), std::move(p)});
     }
     return configs;
 }

@@ -38,9 +38,6 @@ struct Topics {
 };
 // The topics under a prefix ("site/meter1" -> "site/meter1/state", ...).
 Topics topicsFor(std::string_view prefix);
-// "" when the prefix can be published under, otherwise why not (empty, wildcards, a
-// leading or trailing '/', a NUL).
-std::string checkTopicPrefix(std::string_view prefix);
 
 // The number a panel shows ("230.1", " -12.5", "50Hz", "1.2E-03"), or nothing when it
 // shows none (overload, start-up, "?", empty, any other text).
@@ -55,8 +52,13 @@ std::string stateJson(const Readouts& readouts, std::string_view timestamp);
 struct RetainedMessage {
     std::string topic, payload;
 };
-// One discovery config per published quantity for the instrument publishing under prefix.
-std::vector<RetainedMessage> discoveryConfigs(std::string_view prefix,
+// One discovery config per published quantity for the instrument publishing under prefix;
+// Home Assistant shows a reading as unavailable when no newer one came within
+// expireAfterSeconds.
+std::vector<RetainedMessage> discoveryConfigs(std::string_view prefix, int expireAfterSeconds,
                                               std::string_view discoveryPrefix = kDiscoveryPrefix);
+// Where the config of the quantity with this state key goes.
+std::string discoveryConfigTopic(std::string_view discoveryPrefix, std::string_view prefix,
+                                 std::string_view key);
 
 } // namespace pa::live
