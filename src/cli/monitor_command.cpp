@@ -8,8 +8,9 @@
 // A header line names each column with its unit; then each line holds the clock text, W,
 // PF, V, A, phase angle, VA, VAR, Hz and KWH as the main window shows them, separated by
 // tabs (or commas with --format csv); while the instrument is silent, the clock text and the
-// window's warning ("NO COM"). With --mqtt each sample is also published to the broker (see
-// mqtt_publisher.h); the summary of what was sent ends the run.
+// window's warning ("NO COM"). With --mqtt each sample is also published to the broker, and
+// the availability there is "offline" while the instrument is silent (see mqtt_publisher.h);
+// the summary of what was sent ends the run.
 #include "cli/commands.h"
 #include "cli/live_session.h"
 #include "cli/mqtt_publisher.h"
@@ -46,9 +47,11 @@ int monitor(const MonitorOptions& o) {
     LiveSession session;
     if (const std::string error = session.prepare(o.port, o.simulate); !error.empty())
         return fail(error);
+    if (!o.interval.empty())
+        session.cycle.applySamplingTime(o.interval);
     std::unique_ptr<MqttPublisher> publisher;
     if (!o.mqtt.host.empty()) {
-        publisher = std::make_unique<MqttPublisher>(o.mqtt);
+        publisher = std::make_unique<MqttPublisher>(o.mqtt, session.cycle.samplingTime());
         if (const std::string error = publisher->start(); !error.empty())
             return fail(error);
     }
@@ -79,14 +82,14 @@ int monitor(const MonitorOptions& o) {
     std::string lastSilent;
     const auto afterTick = [&] {
         const auto& r = session.cycle.readouts();
+        if (publisher)
+            publisher->setInstrumentAnswering(!r.warningVisible);
         if (!r.warningVisible || r.clockText.empty() || r.clockText == lastSilent)
             return;
         lastSilent = r.clockText;
         print(field(r.clockText, o.separator) + o.separator + field(r.warning, o.separator));
     };
 
-    if (!o.interval.empty())
-        session.cycle.applySamplingTime(o.interval);
     if (!session.open())
         return 1; // the console seam has said why
     if (o.baudIndex >= 0)
