@@ -115,10 +115,7 @@ void MqttPublisher::connection(int& retrySeconds) {
     if (const int rc = mosquitto_connect_async(client_, options_.host.c_str(), options_.port,
                                                kKeepAliveSeconds);
         rc != MOSQ_ERR_SUCCESS) {
-        trouble("broker not reachable",
-                "cannot reach " + where() + " (" + reason(rc, errno) +
-                    "); samples are not sent until it answers",
-                retrySeconds);
+        failed(rc, errno, retrySeconds);
         return;
     }
     const auto began = Clock::now();
@@ -154,8 +151,13 @@ void MqttPublisher::connection(int& retrySeconds) {
                     " s: something takes the connection but does not answer as an MQTT broker "
                     "(a wrong port, or one that expects TLS?)",
                 retrySeconds);
-    } else if (!tlsError_.empty() || rc == MOSQ_ERR_TLS ||
-               (rc == MOSQ_ERR_ERRNO && error == EPROTO)) {
+    } else if (!answered_) {
+        failed(rc, error, retrySeconds);
+    } // else refused, which connected() has said
+}
+
+void MqttPublisher::failed(int rc, int error, int retrySeconds) {
+    if (!tlsError_.empty() || rc == MOSQ_ERR_TLS || (rc == MOSQ_ERR_ERRNO && error == EPROTO)) {
         if (tlsError_.find("certificate verify failed") != std::string::npos)
             trouble("TLS verification failed",
                     "TLS verification failed: the certificate of " + where() +
@@ -167,12 +169,12 @@ void MqttPublisher::connection(int& retrySeconds) {
                         (tlsError_.empty() ? reason(rc, error) : tlsError_) +
                         "); is it a TLS port?",
                     retrySeconds);
-    } else if (!answered_) {
+    } else {
         trouble("broker not reachable",
                 "cannot reach " + where() + " (" + reason(rc, error) +
                     "); samples are not sent until it answers",
                 retrySeconds);
-    } // else refused, which connected() has said
+    }
 }
 
 void MqttPublisher::trouble(const std::string& kind, const std::string& text, int retrySeconds) {

@@ -61,6 +61,8 @@ class MqttPublisher {
     // One connection from connecting to its end, and what went wrong said; the pause before
     // the next try starts again from the shortest after a connection that was up.
     void connection(int& retrySeconds);
+    // Says why a connection could not be made: TLS, or the broker not reachable.
+    void failed(int rc, int error, int retrySeconds);
     void connected(int rc);
     void published(int mid);
     // Says text on standard error unless the same kind of trouble was said last.
