@@ -53,6 +53,13 @@ class MqttPublisher {
     // Publishes "offline", disconnects and returns the summary line.
     std::string finish();
 
+    bool connected() const { return connected_; }
+    long samples() const { return samples_; }
+    long sent() {
+        std::lock_guard lock(mutex_);
+        return sent_;
+    }
+
   private:
     static void onConnect(mosquitto*, void* self, int rc);
     static void onPublish(mosquitto*, void* self, int mid);
