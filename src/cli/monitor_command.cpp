@@ -3,7 +3,8 @@
 //   poweranalyzer-cli monitor (--port PATH | --simulate) [--interval SECONDS] [--count N]
 //                             [--baud 9600|4800|2400|1200] [--format tsv|csv]
 //                             [--mqtt HOST[:PORT] [--topic PREFIX] [--client-id ID]
-//                              [--username U --password-file F] [--tls-ca FILE]]
+//                              [--username U --password-file F] [--tls-ca FILE]
+//                              [--discovery-prefix PREFIX]]
 //
 // A header line names each column with its unit; then each line holds the clock text, W,
 // PF, V, A, phase angle, VA, VAR, Hz and KWH as the main window shows them, separated by
@@ -17,6 +18,8 @@
 #include "cmdline/command_options.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
+#include <QSerialPortInfo>
 #include <QSysInfo>
 #include <cstdio>
 #include <memory>
@@ -28,6 +31,19 @@ namespace pa::cli {
 using namespace pa::cmdline;
 
 namespace {
+
+// The USB serial number of the adapter at port (a device path, a by-id link or a name), or
+// "" when it has none or is not a USB adapter.
+std::string adapterSerial(const std::string& port) {
+    if (port.empty())
+        return "";
+    const QString wanted = QFileInfo(QString::fromStdString(port)).canonicalFilePath();
+    for (const QSerialPortInfo& info : QSerialPortInfo::availablePorts())
+        if (info.portName() == QString::fromStdString(port) ||
+            QFileInfo(info.systemLocation()).canonicalFilePath() == wanted)
+            return info.serialNumber().toStdString();
+    return "";
+}
 
 // The columns of a monitor line, named with their units.
 constexpr const char* kColumns[] = {"time",      "W",  "PF",  "V",  "A",
@@ -51,7 +67,11 @@ int monitor(const MonitorOptions& o) {
         session.cycle.applySamplingTime(o.interval);
     std::unique_ptr<MqttPublisher> publisher;
     if (!o.mqtt.host.empty()) {
-        publisher = std::make_unique<MqttPublisher>(o.mqtt, session.cycle.samplingTime());
+        MqttOptions mqtt = o.mqtt;
+        // Home Assistant keeps the device by the adapter's serial number when there is one.
+        if (const std::string serial = adapterSerial(o.port); !serial.empty())
+            mqtt.deviceId = "serial-" + serial;
+        publisher = std::make_unique<MqttPublisher>(mqtt, session.cycle.samplingTime(), PA_VERSION);
         if (const std::string error = publisher->start(); !error.empty())
             return fail(error);
     }

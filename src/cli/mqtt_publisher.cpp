@@ -34,11 +34,17 @@ std::string shortened(const std::string& text) {
 
 } // namespace
 
-MqttPublisher::MqttPublisher(cmdline::MqttOptions options, double samplingSeconds)
-    : options_(std::move(options)), expireAfter_(live::expireAfterSeconds(samplingSeconds)) {
+MqttPublisher::MqttPublisher(cmdline::MqttOptions options, double samplingSeconds,
+                             std::string swVersion)
+    : options_(std::move(options)) {
+    if (options_.discoveryPrefix.empty())
+        options_.discoveryPrefix = live::kDiscoveryPrefix;
+    discovery_ = {options_.deviceId, std::move(swVersion),
+                  live::expireAfterSeconds(samplingSeconds), options_.discoveryPrefix};
     const live::Topics topics = live::topicsFor(options_.topic);
     stateTopic_ = topics.state;
     availabilityTopic_ = topics.availability;
+    statusTopic_ = options_.discoveryPrefix + "/status";
 }
 
 MqttPublisher::~MqttPublisher() {
@@ -85,6 +91,7 @@ std::string MqttPublisher::start() {
     mosquitto_connect_callback_set(client_, onConnect);
     mosquitto_publish_callback_set(client_, onPublish);
     mosquitto_log_callback_set(client_, onLog);
+    mosquitto_message_callback_set(client_, onMessage);
     thread_ = std::thread([this] {
         run();
         threadEnded_ = true;
@@ -308,13 +315,28 @@ void MqttPublisher::connected(int rc) {
         std::lock_guard lock(mutex_);
         lastTrouble_.clear();
     }
-    // QoS 0 throughout: the client reports a QoS 0 message as sent once it is written.
-    publishAvailability();
-    for (const auto& c : live::discoveryConfigs(options_.topic, expireAfter_))
-        mosquitto_publish(client_, nullptr, c.topic.c_str(), static_cast<int>(c.payload.size()),
-                          c.payload.data(), 0, true);
+    publishConfigs();
+    mosquitto_subscribe(client_, nullptr, statusTopic_.c_str(), 0);
     connected_ = true;
     say("connected to " + where() + ", publishing on " + stateTopic_);
+}
+
+void MqttPublisher::publishConfigs() {
+    // QoS 0 throughout: the client reports a QoS 0 message as sent once it is written.
+    publishAvailability();
+    for (const auto& c : live::discoveryConfigs(options_.topic, discovery_))
+        mosquitto_publish(client_, nullptr, c.topic.c_str(), static_cast<int>(c.payload.size()),
+                          c.payload.data(), 0, true);
+}
+
+void MqttPublisher::onMessage(mosquitto*, void* self, const mosquitto_message* message) {
+    // Home Assistant has (re)started: it wants the configs again.
+    auto* publisher = static_cast<MqttPublisher*>(self);
+    if (message->topic && publisher->statusTopic_ == message->topic &&
+        std::string_view(static_cast<const char*>(message->payload),
+                         static_cast<std::size_t>(message->payloadlen)) == live::kOnline &&
+        !publisher->finished_)
+        publisher->publishConfigs();
 }
 
 void MqttPublisher::published(int mid) {

@@ -15,9 +15,11 @@
 // does not keep up), the sample is dropped at once and counted. Availability is "offline"
 // while the instrument is silent (NO COM), and the broker publishes the retained "offline"
 // (the last will) when the program dies; finish() publishes it on a normal end and returns
-// the summary of what was sent and what was lost.
+// the summary of what was sent and what was lost. When Home Assistant announces itself
+// ("online" on DISCOVERY_PREFIX/status) the configs and the availability are sent again.
 #include "cmdline/command_options.h"
 #include "live/live_cycle.h"
+#include "live/mqtt_messages.h"
 
 #include <atomic>
 #include <mutex>
@@ -26,6 +28,7 @@
 #include <thread>
 
 struct mosquitto;
+struct mosquitto_message;
 
 namespace pa::cli {
 
@@ -38,7 +41,9 @@ class MqttPublisher {
     static constexpr int kFinishWaitMs = 3000; // for the last samples and "offline" to go out
     static constexpr int kStopWaitMs = 1000;   // for the network thread to end after that
 
-    MqttPublisher(cmdline::MqttOptions options, double samplingSeconds);
+    // swVersion goes into the discovery configs; options.deviceId, when set, is the device's
+    // stable identity there (the serial adapter's serial number, or the client id).
+    MqttPublisher(cmdline::MqttOptions options, double samplingSeconds, std::string swVersion = "");
     ~MqttPublisher();
     MqttPublisher(const MqttPublisher&) = delete;
     MqttPublisher& operator=(const MqttPublisher&) = delete;
@@ -64,7 +69,9 @@ class MqttPublisher {
     static void onConnect(mosquitto*, void* self, int rc);
     static void onPublish(mosquitto*, void* self, int mid);
     static void onLog(mosquitto*, void* self, int level, const char* text);
-    void run(); // the network thread
+    static void onMessage(mosquitto*, void* self, const mosquitto_message* message);
+    void publishConfigs(); // availability and discovery configs
+    void run();            // the network thread
     // One connection from connecting to its end, and what went wrong said; the pause before
     // the next try starts again from the shortest after a connection that was up.
     void connection(int& retrySeconds);
@@ -78,11 +85,11 @@ class MqttPublisher {
     std::string where() const;
 
     cmdline::MqttOptions options_;
-    int expireAfter_;
-    std::string stateTopic_, availabilityTopic_;
+    live::DiscoverySettings discovery_;
+    std::string stateTopic_, availabilityTopic_, statusTopic_;
     mosquitto* client_ = nullptr;
     std::thread thread_;
-    bool finished_ = false;
+    std::atomic<bool> finished_{false};
     bool threadLeft_ = false; // still running when the program ended
     long samples_ = 0;        // samples handed to publish()
 

@@ -67,6 +67,15 @@ std::string lowered(std::string_view text) {
     return out;
 }
 
+// An entity id's part after "sensor.": lower-case letters, digits and '_'.
+std::string entitySlug(std::string_view id) {
+    std::string slug = lowered(id);
+    for (char& c : slug)
+        if (c == '-')
+            c = '_';
+    return slug;
+}
+
 } // namespace
 
 const std::vector<PublishedQuantity>& publishedQuantities() {
@@ -151,15 +160,21 @@ std::string discoveryConfigTopic(std::string_view discoveryPrefix, std::string_v
            "/config";
 }
 
-std::vector<RetainedMessage> discoveryConfigs(std::string_view prefix, int expireAfterSeconds,
-                                              std::string_view discoveryPrefix) {
+std::vector<RetainedMessage> discoveryConfigs(std::string_view prefix,
+                                              const DiscoverySettings& settings) {
     const std::string node = nodeId(prefix);
     const Topics topics = topicsFor(prefix);
     std::string device = ",\"device\":{\"identifiers\":[";
-    appendJsonString(device, node);
+    appendJsonString(device, settings.deviceId.empty() ? node : settings.deviceId);
     device += "],\"name\":";
     appendJsonString(device, "Power Analyzer " + std::string(prefix));
-    device += ",\"model\":\"single-phase power analyzer\"}";
+    device += ",\"manufacturer\":";
+    appendJsonString(device, kManufacturer);
+    device += ",\"model\":\"single-phase power analyzer\",\"sw_version\":";
+    appendJsonString(device, settings.swVersion);
+    device += "},\"origin\":{\"name\":\"poweranalyzer-cli\",\"sw_version\":";
+    appendJsonString(device, settings.swVersion);
+    device += "}";
 
     std::vector<RetainedMessage> configs;
     for (const PublishedQuantity& q : publishedQuantities()) {
@@ -168,8 +183,9 @@ std::vector<RetainedMessage> discoveryConfigs(std::string_view prefix, int expir
         appendJsonString(p, q.name);
         p += ",\"unique_id\":";
         appendJsonString(p, id);
-        p += ",\"object_id\":";
-        appendJsonString(p, id);
+        // The entity id Home Assistant gives it at first: "sensor." and a lower-case slug.
+        p += ",\"default_entity_id\":";
+        appendJsonString(p, "sensor." + entitySlug(id));
         p += ",\"state_topic\":";
         appendJsonString(p, topics.state);
         // A null renders as "None", which Home Assistant shows as unknown.
@@ -187,9 +203,11 @@ std::vector<RetainedMessage> discoveryConfigs(std::string_view prefix, int expir
         }
         p += ",\"state_class\":";
         appendJsonString(p, q.stateClass);
-        p += ",\"expire_after\":" + std::to_string(expireAfterSeconds);
+        if (settings.expireAfterSeconds > 0)
+            p += ",\"expire_after\":" + std::to_string(settings.expireAfterSeconds);
         p += device + "}";
-        configs.push_back({discoveryConfigTopic(discoveryPrefix, prefix, q.key), std::move(p)});
+        configs.push_back(
+            {discoveryConfigTopic(settings.discoveryPrefix, prefix, q.key), std::move(p)});
     }
     return configs;
 }

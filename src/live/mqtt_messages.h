@@ -52,11 +52,17 @@ std::string stateJson(const Readouts& readouts, std::string_view timestamp);
 struct RetainedMessage {
     std::string topic, payload;
 };
-// One discovery config per published quantity for the instrument publishing under prefix;
-// Home Assistant shows a reading as unavailable when no newer one came within
-// expireAfterSeconds.
-std::vector<RetainedMessage> discoveryConfigs(std::string_view prefix, int expireAfterSeconds,
-                                              std::string_view discoveryPrefix = kDiscoveryPrefix);
+inline constexpr const char* kManufacturer = "Power Analyzer project";
+
+struct DiscoverySettings {
+    std::string deviceId;       // the device's stable identity; "" for the prefix's
+    std::string swVersion;      // the program's, in the device and origin blocks
+    int expireAfterSeconds = 0; // a reading older than this is unavailable; 0 for never
+    std::string discoveryPrefix = kDiscoveryPrefix;
+};
+// One discovery config per published quantity for the instrument publishing under prefix.
+std::vector<RetainedMessage> discoveryConfigs(std::string_view prefix,
+                                              const DiscoverySettings& settings);
 // Where the config of the quantity with this state key goes.
 std::string discoveryConfigTopic(std::string_view discoveryPrefix, std::string_view prefix,
                                  std::string_view key);

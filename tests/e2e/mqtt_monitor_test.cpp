@@ -7,6 +7,7 @@
 #include "gui/gui_support.h"
 #include "pty_host.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
@@ -130,7 +131,7 @@ TEST(MqttMonitor, PublishesDiscoveryStatesAndRetainedAvailability) {
     ASSERT_TRUE(sub.subscribed());
 
     QProcess cli;
-    cli.start(PA_CLI_PROGRAM, monitorArgs(broker, {"--count", "5"}));
+    cli.start(PA_CLI_PROGRAM, monitorArgs(broker, {"--count", "5", "--client-id", "pa-e2e"}));
     ASSERT_TRUE(cli.waitForFinished(60000));
     const std::string err = cli.readAllStandardError().toStdString();
     ASSERT_EQ(cli.exitCode(), 0) << err;
@@ -180,6 +181,16 @@ TEST(MqttMonitor, PublishesDiscoveryStatesAndRetainedAvailability) {
     EXPECT_EQ(energy["state_class"].toString(), "total_increasing");
     EXPECT_EQ(energy["state_topic"].toString(), kPrefix + "/state");
     EXPECT_EQ(energy["availability_topic"].toString(), kPrefix + "/availability");
+    EXPECT_EQ(energy["default_entity_id"].toString(), "sensor.test_pa_kwh");
+    EXPECT_FALSE(energy.contains("object_id")) << "deprecated";
+    const QJsonObject device = energy["device"].toObject(), origin = energy["origin"].toObject();
+    EXPECT_EQ(device["identifiers"].toArray().first().toString(), "pa-e2e") << "--client-id";
+    EXPECT_EQ(device["name"].toString(), "Power Analyzer " + kPrefix);
+    EXPECT_EQ(device["manufacturer"].toString(), "Power Analyzer project");
+    EXPECT_EQ(device["model"].toString(), "single-phase power analyzer");
+    EXPECT_EQ(origin["name"].toString(), "poweranalyzer-cli");
+    EXPECT_FALSE(origin["sw_version"].toString().isEmpty());
+    EXPECT_EQ(device["sw_version"], origin["sw_version"]);
     const QJsonObject power = json(sub.on(config.arg("w")).value(0));
     EXPECT_EQ(power["device_class"].toString(), "power");
     EXPECT_EQ(power["state_class"].toString(), "measurement");
@@ -249,8 +260,13 @@ TEST(MqttMonitor, BrokerStartedAfterTheMonitorIsReached) {
     ASSERT_TRUE(sub.subscribed());
     ASSERT_TRUE(waitFor([&] { return sub.on(kPrefix + "/state").size() >= 2; }, 40000))
         << monitor.err().toStdString();
-    EXPECT_EQ(sub.topicsUnder("homeassistant/").size(), 9);
+    EXPECT_EQ(sub.topicsUnder("homeassistant/sensor/").size(), 9);
     EXPECT_EQ(sub.on(kPrefix + "/availability").value(0), "online");
+    // Home Assistant (re)starting announces itself: the configs are sent again.
+    QProcess::execute("mosquitto_pub", {"-p", QString::number(broker.port()), "-t",
+                                        "homeassistant/status", "-m", "online"});
+    EXPECT_TRUE(
+        waitFor([&] { return sub.topicsUnder("homeassistant/sensor/").size() == 18; }, 20000));
     EXPECT_GE(monitor.terminate(), 0);
     EXPECT_TRUE(monitor.err().contains("mqtt: connected to " + broker.address()));
     EXPECT_TRUE(monitor.err().contains("could not be sent")) << "the samples before it came";
