@@ -34,7 +34,7 @@ void BM_PublishSample(benchmark::State& state) {
         return;
     }
     pa::cmdline::MqttOptions options{"127.0.0.1", broker.port(), "bench/pa", "bench", "", "", ""};
-    pa::cli::MqttPublisher publisher(options);
+    pa::cli::MqttPublisher publisher(options, 0.5);
     if (!publisher.start().empty()) {
         state.SkipWithError("the MQTT client could not start");
         return;

@@ -37,7 +37,8 @@ const Command kCommands[] = {
      "monitor (--port PATH | --simulate) [--interval SECONDS] [--count N]\n"
      "          [--baud 9600|4800|2400|1200] [--format tsv|csv]\n"
      "          [--mqtt HOST[:PORT] [--topic PREFIX] [--client-id ID]\n"
-     "           [--username U --password-file F] [--tls-ca FILE]]",
+     "           [--username U --password-file F] [--tls-ca FILE]\n"
+     "           [--discovery-prefix PREFIX]]",
      "Prints the live readings, one line per sample, after a header line naming each\n"
      "column with its unit.\n"
      "  --port PATH       the instrument's serial port (/dev/ttyUSB0, COM3)\n"
@@ -52,7 +53,9 @@ const Command kCommands[] = {
      "                    (default poweranalyzer/HOSTNAME)\n"
      "  --client-id ID    the MQTT client id (default poweranalyzer-HOSTNAME-PID)\n"
      "  --username U --password-file F   log in to the broker\n"
-     "  --tls-ca FILE     connect with TLS, trusting this CA certificate\n"},
+     "  --tls-ca FILE     connect with TLS, trusting this CA certificate\n"
+     "  --discovery-prefix PREFIX   Home Assistant's discovery prefix (default\n"
+     "                    homeassistant)\n"},
     {"pf", pfCommand,
      "pf --w W --pf PF --v V --a A --angle DEG --va VA --var VAR --hz HZ\n"
      "          --target pf|a|va|var|angle|c VALUE",

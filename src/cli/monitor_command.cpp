@@ -3,19 +3,23 @@
 //   poweranalyzer-cli monitor (--port PATH | --simulate) [--interval SECONDS] [--count N]
 //                             [--baud 9600|4800|2400|1200] [--format tsv|csv]
 //                             [--mqtt HOST[:PORT] [--topic PREFIX] [--client-id ID]
-//                              [--username U --password-file F] [--tls-ca FILE]]
+//                              [--username U --password-file F] [--tls-ca FILE]
+//                              [--discovery-prefix PREFIX]]
 //
 // A header line names each column with its unit; then each line holds the clock text, W,
 // PF, V, A, phase angle, VA, VAR, Hz and KWH as the main window shows them, separated by
 // tabs (or commas with --format csv); while the instrument is silent, the clock text and the
-// window's warning ("NO COM"). With --mqtt each sample is also published to the broker (see
-// mqtt_publisher.h); the summary of what was sent ends the run.
+// window's warning ("NO COM"). With --mqtt each sample is also published to the broker, and
+// the availability there is "offline" while the instrument is silent (see mqtt_publisher.h);
+// the summary of what was sent ends the run.
 #include "cli/commands.h"
 #include "cli/live_session.h"
 #include "cli/mqtt_publisher.h"
 #include "cmdline/command_options.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
+#include <QSerialPortInfo>
 #include <QSysInfo>
 #include <cstdio>
 #include <memory>
@@ -27,6 +31,19 @@ namespace pa::cli {
 using namespace pa::cmdline;
 
 namespace {
+
+// The USB serial number of the adapter at port (a device path, a by-id link or a name), or
+// "" when it has none or is not a USB adapter.
+std::string adapterSerial(const std::string& port) {
+    if (port.empty())
+        return "";
+    const QString wanted = QFileInfo(QString::fromStdString(port)).canonicalFilePath();
+    for (const QSerialPortInfo& info : QSerialPortInfo::availablePorts())
+        if (info.portName() == QString::fromStdString(port) ||
+            QFileInfo(info.systemLocation()).canonicalFilePath() == wanted)
+            return info.serialNumber().toStdString();
+    return "";
+}
 
 // The columns of a monitor line, named with their units.
 constexpr const char* kColumns[] = {"time",      "W",  "PF",  "V",  "A",
@@ -46,9 +63,15 @@ int monitor(const MonitorOptions& o) {
     LiveSession session;
     if (const std::string error = session.prepare(o.port, o.simulate); !error.empty())
         return fail(error);
+    if (!o.interval.empty())
+        session.cycle.applySamplingTime(o.interval);
     std::unique_ptr<MqttPublisher> publisher;
     if (!o.mqtt.host.empty()) {
-        publisher = std::make_unique<MqttPublisher>(o.mqtt);
+        MqttOptions mqtt = o.mqtt;
+        // Home Assistant keeps the device by the adapter's serial number when there is one.
+        if (const std::string serial = adapterSerial(o.port); !serial.empty())
+            mqtt.deviceId = "serial-" + serial;
+        publisher = std::make_unique<MqttPublisher>(mqtt, session.cycle.samplingTime(), PA_VERSION);
         if (const std::string error = publisher->start(); !error.empty())
             return fail(error);
     }
@@ -79,14 +102,14 @@ int monitor(const MonitorOptions& o) {
     std::string lastSilent;
     const auto afterTick = [&] {
         const auto& r = session.cycle.readouts();
+        if (publisher)
+            publisher->setInstrumentAnswering(!r.warningVisible);
         if (!r.warningVisible || r.clockText.empty() || r.clockText == lastSilent)
             return;
         lastSilent = r.clockText;
         print(field(r.clockText, o.separator) + o.separator + field(r.warning, o.separator));
     };
 
-    if (!o.interval.empty())
-        session.cycle.applySamplingTime(o.interval);
     if (!session.open())
         return 1; // the console seam has said why
     if (o.baudIndex >= 0)

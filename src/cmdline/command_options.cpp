@@ -1,6 +1,6 @@
 #include "cmdline/command_options.h"
 
-#include "live/mqtt_messages.h"
+#include "live/mqtt_rules.h"
 #include "text/leading_number.h"
 #include "text/number_text.h"
 
@@ -99,12 +99,13 @@ std::string recordingOption(const Args& args, std::size_t& i, std::string& file,
 
 bool takeMqttOption(const Args& args, std::size_t& i, MqttOptions& o, std::string& error) {
     const std::string& a = args[i];
-    std::string* target = a == "--topic"           ? &o.topic
-                          : a == "--client-id"     ? &o.clientId
-                          : a == "--username"      ? &o.username
-                          : a == "--password-file" ? &o.passwordFile
-                          : a == "--tls-ca"        ? &o.tlsCa
-                                                   : nullptr;
+    std::string* target = a == "--topic"              ? &o.topic
+                          : a == "--client-id"        ? &o.clientId
+                          : a == "--username"         ? &o.username
+                          : a == "--password-file"    ? &o.passwordFile
+                          : a == "--tls-ca"           ? &o.tlsCa
+                          : a == "--discovery-prefix" ? &o.discoveryPrefix
+                                                      : nullptr;
     if (a != "--mqtt" && !target)
         return false;
     if (i + 1 >= args.size() || args[i + 1].empty()) {
@@ -123,7 +124,7 @@ bool takeMqttOption(const Args& args, std::size_t& i, MqttOptions& o, std::strin
 std::string completeMqttOptions(MqttOptions& o, const std::string& hostName, long pid) {
     if (o.host.empty()) {
         if (!o.topic.empty() || !o.clientId.empty() || !o.username.empty() ||
-            !o.passwordFile.empty() || !o.tlsCa.empty())
+            !o.passwordFile.empty() || !o.tlsCa.empty() || !o.discoveryPrefix.empty())
             return "the MQTT options need --mqtt HOST[:PORT]";
         return "";
     }
@@ -132,10 +133,20 @@ std::string completeMqttOptions(MqttOptions& o, const std::string& hostName, lon
     const std::string host = plainName(hostName);
     if (o.topic.empty())
         o.topic = "poweranalyzer/" + host;
-    if (const std::string bad = live::checkTopicPrefix(o.topic); !bad.empty())
+    if (o.discoveryPrefix.empty())
+        o.discoveryPrefix = live::kDiscoveryPrefix;
+    if (const std::string bad = live::checkDiscoveryPrefix(o.discoveryPrefix); !bad.empty())
+        return "--discovery-prefix: " + bad;
+    if (const std::string bad = live::checkTopicPrefix(o.topic, o.discoveryPrefix); !bad.empty())
         return "--topic: " + bad;
+    // A client id of the user's choice is stable from run to run; the default one is not.
+    o.deviceId = o.clientId;
     if (o.clientId.empty())
         o.clientId = "poweranalyzer-" + host + "-" + std::to_string(pid);
+    if (const std::string bad = live::checkClientId(o.clientId); !bad.empty())
+        return "--client-id: " + bad;
+    if (const std::string bad = live::checkUserName(o.username); !bad.empty())
+        return "--username: " + bad;
     if (o.port == 0)
         o.port = o.tlsCa.empty() ? 1883 : 8883;
     return "";

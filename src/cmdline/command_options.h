@@ -20,6 +20,8 @@ struct MqttOptions {
     std::string host; // empty: no publishing
     int port = 0;     // 0: 1883, or 8883 with TLS
     std::string topic, clientId, username, passwordFile, tlsCa;
+    std::string discoveryPrefix; // "": homeassistant
+    std::string deviceId; // the identity Home Assistant keeps the device by: --client-id, if given
 };
 
 // Takes one MQTT option at args[i] (and its value, advancing i). False when args[i] is not

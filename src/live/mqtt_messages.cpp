@@ -67,6 +67,15 @@ std::string lowered(std::string_view text) {
     return out;
 }
 
+// An entity id's part after "sensor.": lower-case letters, digits and '_'.
+std::string entitySlug(std::string_view id) {
+    std::string slug = lowered(id);
+    for (char& c : slug)
+        if (c == '-')
+            c = '_';
+    return slug;
+}
+
 } // namespace
 
 const std::vector<PublishedQuantity>& publishedQuantities() {
@@ -89,19 +98,6 @@ const std::vector<PublishedQuantity>& publishedQuantities() {
 Topics topicsFor(std::string_view prefix) {
     const std::string p(prefix);
     return {p + "/state", p + "/availability"};
-}
-
-std::string checkTopicPrefix(std::string_view prefix) {
-    if (prefix.empty())
-        return "the topic prefix is empty";
-    if (prefix.find_first_of("+#") != std::string_view::npos)
-        return "the topic prefix " + std::string(prefix) +
-               " holds a wildcard (+ or #), which cannot be published to";
-    if (prefix.front() == '/' || prefix.back() == '/')
-        return "the topic prefix " + std::string(prefix) + " begins or ends with /";
-    if (prefix.find('\0') != std::string_view::npos)
-        return "the topic prefix holds a NUL character";
-    return "";
 }
 
 std::optional<double> panelNumber(std::string_view text) {
@@ -158,15 +154,27 @@ std::string stateJson(const Readouts& readouts, std::string_view timestamp) {
     return out;
 }
 
+std::string discoveryConfigTopic(std::string_view discoveryPrefix, std::string_view prefix,
+                                 std::string_view key) {
+    return std::string(discoveryPrefix) + "/sensor/" + nodeId(prefix) + "/" + lowered(key) +
+           "/config";
+}
+
 std::vector<RetainedMessage> discoveryConfigs(std::string_view prefix,
-                                              std::string_view discoveryPrefix) {
+                                              const DiscoverySettings& settings) {
     const std::string node = nodeId(prefix);
     const Topics topics = topicsFor(prefix);
     std::string device = ",\"device\":{\"identifiers\":[";
-    appendJsonString(device, node);
+    appendJsonString(device, settings.deviceId.empty() ? node : settings.deviceId);
     device += "],\"name\":";
     appendJsonString(device, "Power Analyzer " + std::string(prefix));
-    device += ",\"model\":\"single-phase power analyzer\"}";
+    device += ",\"manufacturer\":";
+    appendJsonString(device, kManufacturer);
+    device += ",\"model\":\"single-phase power analyzer\",\"sw_version\":";
+    appendJsonString(device, settings.swVersion);
+    device += "},\"origin\":{\"name\":\"poweranalyzer-cli\",\"sw_version\":";
+    appendJsonString(device, settings.swVersion);
+    device += "}";
 
     std::vector<RetainedMessage> configs;
     for (const PublishedQuantity& q : publishedQuantities()) {
@@ -175,8 +183,9 @@ std::vector<RetainedMessage> discoveryConfigs(std::string_view prefix,
         appendJsonString(p, q.name);
         p += ",\"unique_id\":";
         appendJsonString(p, id);
-        p += ",\"object_id\":";
-        appendJsonString(p, id);
+        // The entity id Home Assistant gives it at first: "sensor." and a lower-case slug.
+        p += ",\"default_entity_id\":";
+        appendJsonString(p, "sensor." + entitySlug(id));
         p += ",\"state_topic\":";
         appendJsonString(p, topics.state);
         // A null renders as "None", which Home Assistant shows as unknown.
@@ -194,10 +203,11 @@ std::vector<RetainedMessage> discoveryConfigs(std::string_view prefix,
         }
         p += ",\"state_class\":";
         appendJsonString(p, q.stateClass);
+        if (settings.expireAfterSeconds > 0)
+            p += ",\"expire_after\":" + std::to_string(settings.expireAfterSeconds);
         p += device + "}";
         configs.push_back(
-            {std::string(discoveryPrefix) + "/sensor/" + node + "/" + lowered(q.key) + "/config",
-             std::move(p)});
+            {discoveryConfigTopic(settings.discoveryPrefix, prefix, q.key), std::move(p)});
     }
     return configs;
 }

@@ -38,9 +38,6 @@ struct Topics {
 };
 // The topics under a prefix ("site/meter1" -> "site/meter1/state", ...).
 Topics topicsFor(std::string_view prefix);
-// "" when the prefix can be published under, otherwise why not (empty, wildcards, a
-// leading or trailing '/', a NUL).
-std::string checkTopicPrefix(std::string_view prefix);
 
 // The number a panel shows ("230.1", " -12.5", "50Hz", "1.2E-03"), or nothing when it
 // shows none (overload, start-up, "?", empty, any other text).
@@ -55,8 +52,19 @@ std::string stateJson(const Readouts& readouts, std::string_view timestamp);
 struct RetainedMessage {
     std::string topic, payload;
 };
+inline constexpr const char* kManufacturer = "Power Analyzer project";
+
+struct DiscoverySettings {
+    std::string deviceId;       // the device's stable identity; "" for the prefix's
+    std::string swVersion;      // the program's, in the device and origin blocks
+    int expireAfterSeconds = 0; // a reading older than this is unavailable; 0 for never
+    std::string discoveryPrefix = kDiscoveryPrefix;
+};
 // One discovery config per published quantity for the instrument publishing under prefix.
 std::vector<RetainedMessage> discoveryConfigs(std::string_view prefix,
-                                              std::string_view discoveryPrefix = kDiscoveryPrefix);
+                                              const DiscoverySettings& settings);
+// Where the config of the quantity with this state key goes.
+std::string discoveryConfigTopic(std::string_view discoveryPrefix, std::string_view prefix,
+                                 std::string_view key);
 
 } // namespace pa::live

@@ -23,6 +23,10 @@ TEST(CommandOptions, RefusalsNameTheOptionAndWhatItTakes) {
         {"monitor", {"--simulate", "--interval"}, "--interval needs a value"},
         {"monitor", {"--simulate", "--mqtt", "host:"}, "--mqtt takes HOST or HOST:PORT"},
         {"monitor", {"--simulate", "--mqtt", "h", "--topic", "a/+/b"}, "--topic: "},
+        {"monitor",
+         {"--simulate", "--mqtt", "h", "--discovery-prefix", "ha/#"},
+         "--discovery-prefix: the discovery prefix ha/# holds a wildcard"},
+        {"monitor", {"--simulate", "--discovery-prefix", "ha"}, "the MQTT options need --mqtt"},
         {"record", {"--simulate"}, "give the file to record into with --out FILE"},
         {"record",
          {"--simulate", "--out", "a", "--hours", "5\r\nFAKE, 1, 2, 3"},
@@ -95,6 +99,8 @@ TEST(CommandOptions, MqttDefaultsComeFromTheMachineAndTheProcess) {
     EXPECT_EQ(o.mqtt.port, 8883); // TLS
     EXPECT_EQ(o.mqtt.topic, "poweranalyzer/Lab_PC_local");
     EXPECT_EQ(o.mqtt.clientId, "poweranalyzer-Lab_PC_local-4321");
+    EXPECT_EQ(o.mqtt.discoveryPrefix, "homeassistant");
+    EXPECT_EQ(o.mqtt.deviceId, "") << "the default client id changes from run to run";
 
     MonitorOptions plain;
     ASSERT_EQ(parseMonitor({"--port", "COM3", "--mqtt", "broker:1884", "--format", "csv", "--count",
@@ -106,6 +112,14 @@ TEST(CommandOptions, MqttDefaultsComeFromTheMachineAndTheProcess) {
     EXPECT_EQ(plain.separator, ',');
     EXPECT_EQ(plain.count, 3);
     EXPECT_EQ(plain.baudIndex, 2);
+
+    MonitorOptions named;
+    ASSERT_EQ(parseMonitor(
+                  {"--simulate", "--mqtt", "b", "--client-id", "pump1", "--discovery-prefix", "ha"},
+                  named, "", 1),
+              "");
+    EXPECT_EQ(named.mqtt.deviceId, "pump1");
+    EXPECT_EQ(named.mqtt.discoveryPrefix, "ha");
 }
 
 TEST(CommandOptions, AcceptedLinesGiveTheirValues) {

@@ -1,7 +1,8 @@
 #pragma once
 // A private MQTT broker for a test: Debian's mosquitto on 127.0.0.1 and a free port, with a
-// configuration file written here (anonymous, no persistence, loopback only). It can be
-// stopped and started again on the same port, as a broker restarted under a client.
+// configuration file written here (anonymous, no persistence, loopback only, and the extra
+// lines given). It can be stopped and started again on the same port, as a broker restarted
+// under a client.
 #include <QDir>
 #include <QElapsedTimer>
 #include <QProcess>
@@ -17,14 +18,18 @@ namespace pa::testing {
 
 class MosquittoBroker {
   public:
-    MosquittoBroker() {
+    explicit MosquittoBroker(const QString& extra = {}) {
+        // Readable by the user the broker drops to when started as root (its key files too).
+        QFile::setPermissions(dir_.path(),
+                              QFile::permissions(dir_.path()) | QFile::ReadOther | QFile::ExeOther);
         port_ = freePort();
         config_ = dir_.filePath("mosquitto.conf");
         QFile file(config_);
         if (file.open(QIODevice::WriteOnly))
             file.write(QStringLiteral("listener %1 127.0.0.1\nallow_anonymous true\n"
-                                      "persistence false\nlog_dest stderr\n")
+                                      "persistence false\nlog_dest stderr\n%2")
                            .arg(port_)
+                           .arg(extra)
                            .toUtf8());
     }
     ~MosquittoBroker() { stop(); }
@@ -63,6 +68,7 @@ class MosquittoBroker {
     }
 
     int port() const { return port_; }
+    QString filePath(const QString& name) const { return dir_.filePath(name); }
     QString address() const { return QStringLiteral("127.0.0.1:%1").arg(port_); }
     QString log() { return QString::fromUtf8(process_.readAll()); }
 

@@ -104,30 +104,14 @@ TEST(IsoTimestamp, UtcWithMilliseconds) {
         EXPECT_EQ(isoTimestamp(c.time), c.text);
 }
 
-TEST(Topics, UnderThePrefixAndCheckedBeforeUse) {
+TEST(Topics, UnderThePrefix) {
     const Topics t = topicsFor("site/meter1");
     EXPECT_EQ(t.state, "site/meter1/state");
     EXPECT_EQ(t.availability, "site/meter1/availability");
-
-    const struct {
-        std::string prefix;
-        bool good;
-    } cases[] = {
-        {"poweranalyzer", true},
-        {"site/meter 1", true},
-        {"", false},
-        {"site/+/meter", false},
-        {"site/#", false},
-        {"/site", false},
-        {"site/", false},
-        {std::string("a\0b", 3), false},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(checkTopicPrefix(c.prefix).empty(), c.good) << c.prefix;
 }
 
 TEST(Discovery, OneRetainedSensorConfigPerQuantity) {
-    const auto configs = discoveryConfigs("site/meter-1");
+    const auto configs = discoveryConfigs("site/meter-1", {"", "1.2.3", 45});
     const struct {
         const char* object;
         const char* fields;
@@ -154,13 +138,26 @@ TEST(Discovery, OneRetainedSensorConfigPerQuantity) {
             << c.payload;
         EXPECT_NE(c.payload.find(R"("state_topic":"site/meter-1/state")"), std::string::npos);
         EXPECT_NE(c.payload.find(R"("value_template":"{{ value_json.)"), std::string::npos);
-        EXPECT_NE(c.payload.find(R"("device":{"identifiers":["site_meter-1"])"), std::string::npos);
+        EXPECT_NE(c.payload.find(R"("expire_after":45)"), std::string::npos) << c.payload;
+        EXPECT_NE(c.payload.find(R"("default_entity_id":"sensor.site_meter_1_)" + object + '"'),
+                  std::string::npos);
+        EXPECT_EQ(c.payload.find("object_id"), std::string::npos) << "deprecated";
+        EXPECT_NE(c.payload.find(R"("device":{"identifiers":["site_meter-1"],)"
+                                 R"("name":"Power Analyzer site/meter-1",)"
+                                 R"("manufacturer":"Power Analyzer project",)"
+                                 R"("model":"single-phase power analyzer","sw_version":"1.2.3"},)"
+                                 R"("origin":{"name":"poweranalyzer-cli","sw_version":"1.2.3"}})"),
+                  std::string::npos)
+            << c.payload;
         topics.insert(c.topic);
     }
     EXPECT_EQ(topics.size(), configs.size()) << "each quantity has its own entity";
     EXPECT_EQ(configs[1].payload.find("unit_of_measurement"), std::string::npos)
         << "a power factor is a plain number";
-    EXPECT_EQ(discoveryConfigs("m", "ha")[0].topic, "ha/sensor/m/w/config");
+    const auto other = discoveryConfigs("m", {"serial-A1", "", 0, "ha"})[0];
+    EXPECT_EQ(other.topic, "ha/sensor/m/w/config");
+    EXPECT_NE(other.payload.find(R"("identifiers":["serial-A1"])"), std::string::npos);
+    EXPECT_EQ(other.payload.find("expire_after"), std::string::npos);
 }
 
 } // namespace
