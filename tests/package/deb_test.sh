@@ -46,6 +46,11 @@ if [ "$lintian_status" -ne 0 ] || grep -q 'hardening-' "$out/lintian.txt"; then
 $(cat "$out/lintian.txt")"
 fi
 
+# Every override says why: a comment right above it.
+overrides=$(dpkg-deb --fsys-tarfile "$deb" | tar -xO ./usr/share/lintian/overrides/poweranalyzer)
+unexplained=$(awk '!/^#/ && NF && prev !~ /^#/ {print} {prev = $0}' <<<"$overrides")
+[ -z "$unexplained" ] || fail "lintian overrides without a reason: $unexplained"
+
 dpkg-deb -e "$deb" "$out/control"
 for script in postinst prerm postrm; do
     [ -x "$out/control/$script" ] || fail "no $script"

@@ -66,6 +66,7 @@ wanted="./bin/poweranalyzer
 ./share/doc/poweranalyzer/copyright
 $(for size in 128 16 22 24 256 32 48 64; do echo "./share/icons/hicolor/${size}x$size/apps/poweranalyzer.png"; done)
 ./share/icons/hicolor/scalable/apps/poweranalyzer.svg
+./share/lintian/overrides/poweranalyzer
 ./share/man/man1/poweranalyzer-cli.1.gz
 ./share/man/man1/poweranalyzer-sim.1.gz
 ./share/man/man1/poweranalyzer.1.gz
