@@ -41,7 +41,7 @@ elseif(APPLE)
     install(TARGETS poweranalyzer poweranalyzer-cli poweranalyzer-sim
             RUNTIME DESTINATION "${app}/Contents/MacOS")
     install(FILES ${PA_MANUAL_PDFS} DESTINATION "${app}/Contents/MacOS/help")
-    file(CONFIGURE OUTPUT Info.plist @ONLY CONTENT [[<?xml version="1.0" encoding="UTF-8"?>
+    file(CONFIGURE OUTPUT Info.plist CONTENT [[<?xml version="1.0" encoding="UTF-8"?>
 <!DOCTYPE plist PUBLIC "-//Apple//DTD PLIST 1.0//EN" "http://www.apple.com/DTDs/PropertyList-1.0.dtd">
 <plist version="1.0">
 <dict>
@@ -54,7 +54,7 @@ elseif(APPLE)
   <key>NSHighResolutionCapable</key><true/>
 </dict>
 </plist>
-]])
+]] @ONLY)
     install(FILES ${CMAKE_CURRENT_BINARY_DIR}/Info.plist DESTINATION "${app}/Contents")
     find_program(MACDEPLOYQT macdeployqt HINTS ${qt_bin} REQUIRED)
     install(CODE "execute_process(
@@ -62,6 +62,8 @@ elseif(APPLE)
                 \"-executable=\${CMAKE_INSTALL_PREFIX}/${app}/Contents/MacOS/poweranalyzer-cli\"
                 \"-executable=\${CMAKE_INSTALL_PREFIX}/${app}/Contents/MacOS/poweranalyzer-sim\"
         COMMAND_ERROR_IS_FATAL ANY)")
+    # The disk image shows the application beside a link to Applications, to drag it onto.
+    install(CODE "file(CREATE_LINK /Applications \"\${CMAKE_INSTALL_PREFIX}/Applications\" SYMBOLIC)")
     set(CPACK_GENERATOR DragNDrop)
     set(CPACK_DMG_VOLUME_NAME "Power Analyzer ${PROJECT_VERSION}")
     # The licence is in the About box and the repository; no agreement to click through.

@@ -61,7 +61,9 @@ done
 root=$out/root
 mkdir -p "$root/var/lib/dpkg/info" "$root/var/lib/dpkg/updates"
 touch "$root/var/lib/dpkg/status"
-dpkgr() { dpkg --root="$root" --log=/dev/null --force-script-chrootless --force-depends "$@"; }
+dpkgr() {
+    dpkg --root="$root" --log=/dev/null --force-script-chrootless --force-depends --force-not-root "$@"
+}
 dpkgr -i "$deb" >"$out/dpkg.txt" 2>&1 || fail "dpkg -i: $(cat "$out/dpkg.txt")"
 [ "$(dpkg-query --root="$root" -W -f '${Status}' poweranalyzer)" = "install ok installed" ] ||
     fail "not installed: $(cat "$out/dpkg.txt")"
