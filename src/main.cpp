@@ -14,6 +14,8 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QDirIterator>
+#include <QIcon>
 #include <cstdio>
 #include <memory>
 
@@ -50,6 +52,11 @@ int main(int argc, char** argv) {
 
     QApplication app(argc, argv);
     parser.process(app);
+    // Every window's icon, at each size built in (PNGs where they were made, else the SVG).
+    QIcon icon;
+    for (QDirIterator it(":/icons"); it.hasNext();)
+        icon.addFile(it.next());
+    QApplication::setWindowIcon(icon);
     pa::app::ProgramState state;
     pa::qt::QtPort serial;
     pa::sim::PortRouter port(serial); // the system's ports, and a simulated one if asked for

@@ -1,5 +1,10 @@
 #include "ui/help_about.h"
 
+#include "datafile/data_folder.h"
+
+#include <filesystem>
+#include <system_error>
+
 namespace pa::ui {
 namespace {
 
@@ -28,7 +33,13 @@ std::string centred(const std::string& line, const std::string& notice) {
 
 } // namespace
 
-std::string manualPath(const std::string& programFolder, int item) {
+bool isFile(const std::string& path) {
+    std::error_code error;
+    return std::filesystem::is_regular_file(datafile::pathFromUtf8(path), error);
+}
+
+std::string manualPath(const std::string& programFolder, int item,
+                       const std::function<bool(const std::string&)>& exists) {
     const char* name = nullptr;
     if (item == 0)
         name = "KV2260-SW-HELP-EN_V6.7.pdf";
@@ -44,7 +55,18 @@ std::string manualPath(const std::string& programFolder, int item) {
     for (char& c : folder)
         if (c == '/' || c == '\\')
             c = kSeparator;
-    return folder + kSeparator + "help" + kSeparator + name;
+    const std::string beside = folder + kSeparator + "help" + kSeparator + name;
+    if (exists(beside))
+        return beside;
+#ifndef _WIN32
+    const std::filesystem::path installed =
+        std::filesystem::path(folder) / ".." / ".." / "share/doc/poweranalyzer" / name;
+    for (const std::string& path : {installed.lexically_normal().string(),
+                                    std::string("/usr/share/doc/poweranalyzer/") + name})
+        if (exists(path))
+            return path;
+#endif
+    return beside;
 }
 
 std::string aboutText() {

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # cmake --install into a temporary prefix, then the installed programs as a user runs them:
-# the manuals resolve beside the program in lib/poweranalyzer, the terminal monitor reads the
+# the manuals resolve in the prefix's share/doc/poweranalyzer, the terminal monitor reads the
 # simulated instrument, the menu entry and icon are there, and nothing else is installed.
 #   install_test.sh BUILD_DIR
 set -euo pipefail
@@ -15,7 +15,7 @@ fail() {
 
 cmake --install "$build" --prefix "$prefix" >/dev/null
 
-help=$prefix/lib/poweranalyzer/help
+help=$prefix/share/doc/poweranalyzer
 expected="English: $help/KV2260-SW-HELP-EN_V6.7.pdf
 French:
 German:
@@ -51,19 +51,26 @@ done
 grep -q "<svg" "$prefix/share/icons/hicolor/scalable/apps/poweranalyzer.svg" || fail "no icon"
 
 # Exactly these files: no tests, benchmarks or the manual tool.
-installed=$(cd "$prefix" && find . ! -type d | sort)
+installed=$(cd "$prefix" && find . ! -type d | LC_ALL=C sort)
 wanted="./bin/poweranalyzer
 ./bin/poweranalyzer-cli
 ./bin/poweranalyzer-sim
-./lib/poweranalyzer/help/KV2260-SW-AYUDA-ES_V6.7.pdf
-./lib/poweranalyzer/help/KV2260-SW-HELP-EN_V6.7.pdf
 ./lib/poweranalyzer/poweranalyzer
 ./lib/poweranalyzer/poweranalyzer-cli
 ./lib/poweranalyzer/poweranalyzer-sim
 ./lib/systemd/system/poweranalyzer-record@.service
-./lib/udev/rules.d/60-poweranalyzer.rules
 ./share/applications/poweranalyzer.desktop
-./share/icons/hicolor/scalable/apps/poweranalyzer.svg"
+./share/doc/poweranalyzer/KV2260-SW-AYUDA-ES_V6.7.pdf
+./share/doc/poweranalyzer/KV2260-SW-HELP-EN_V6.7.pdf
+./share/doc/poweranalyzer/changelog.gz
+./share/doc/poweranalyzer/copyright
+$(for size in 128 16 22 24 256 32 48 64; do echo "./share/icons/hicolor/${size}x$size/apps/poweranalyzer.png"; done)
+./share/icons/hicolor/scalable/apps/poweranalyzer.svg
+./share/lintian/overrides/poweranalyzer
+./share/man/man1/poweranalyzer-cli.1.gz
+./share/man/man1/poweranalyzer-sim.1.gz
+./share/man/man1/poweranalyzer.1.gz
+./share/metainfo/org.poweranalyzer.PowerAnalyzer.metainfo.xml"
 [ "$installed" = "$wanted" ] || fail "installed files differ:
 $(diff <(echo "$wanted") <(echo "$installed") || true)"
 

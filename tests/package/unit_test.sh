@@ -1,23 +1,30 @@
 #!/usr/bin/env bash
-# The recorder's systemd unit: systemd-analyze verify finds nothing to say about it, and its
+# The recorder's systemd unit: systemd-analyze verify finds nothing to say about it (its
+# manual page included), systemd-analyze security rates its sandbox 2.0 or better, and its
 # command line, run by hand against a simulated instrument, records into a daily file.
-# Skipped (77) without systemd-analyze.
-#   unit_test.sh SOURCE_DIR CLI SIM
+#   unit_test.sh SOURCE_DIR CLI SIM MAN_DIR
 set -euo pipefail
-source=$1 cli=$2 sim=$3
+source=$1 cli=$2 sim=$3 mandir=$4
 unit=$source/packaging/poweranalyzer-record@.service
-command -v systemd-analyze >/dev/null || { echo "SKIP: systemd-analyze not found"; exit 77; }
+. "$(dirname "$0")/need_tools.sh"
+need_tools systemd-analyze man
 out=$(mktemp -d)
 simpid=
 trap '[ -n "$simpid" ] && kill "$simpid" 2>/dev/null; rm -rf "$out"' EXIT
 
 # The program is not installed here: verify the unit with the built one in its place.
 sed "s#^ExecStart=poweranalyzer-cli #ExecStart=$cli #" "$unit" >"$out/poweranalyzer-record@.service"
-report=$(systemd-analyze verify "$out/poweranalyzer-record@.service" 2>&1) || {
+report=$(MANPATH=$mandir systemd-analyze verify "$out/poweranalyzer-record@.service" 2>&1) || {
     echo "FAIL: systemd-analyze verify: $report"
     exit 1
 }
 [ -z "$report" ] || { echo "FAIL: systemd-analyze verify says: $report"; exit 1; }
+rating=$(systemd-analyze security --offline=yes --threshold=20 "$out/poweranalyzer-record@.service" 2>&1) || {
+    echo "FAIL: systemd-analyze security rates it above 2.0:"
+    grep -v '^✓' <<<"$rating"
+    exit 1
+}
+exposure=$(grep -o 'Overall exposure level.*' <<<"$rating")
 
 # The command line of instance pts/N, with the state folder in the temporary folder.
 "$sim" >"$out/sim.txt" &
@@ -43,4 +50,4 @@ file=$(ls "$out"/state/readings-*.txt)
     exit 1
 }
 [ "$(wc -l <"$file")" -eq 3 ] || { echo "FAIL: $file holds:"; cat "$file"; exit 1; }
-echo "unit: verified, and its command recorded into $(basename "$file")"
+echo "unit: verified, ${exposure#Overall exposure level for }, and its command recorded into $(basename "$file")"

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <vector>
+
 namespace {
 
 using pa::ui::aboutText;
@@ -20,13 +23,38 @@ TEST(HelpMenu, OnlyEnglishAndSpanishNameAManualBesideTheProgram) {
     const std::pair<int, std::string> cases[] = {
         {0, english}, {1, ""}, {2, ""}, {3, spanish}, {4, ""}, {5, ""}, {6, ""}, {-1, ""},
     };
+    const auto nowhere = [](const std::string&) { return false; };
     for (const auto& [item, expected] : cases)
-        EXPECT_EQ(manualPath(folder, item), expected) << item;
-    EXPECT_EQ(manualPath(folder + "/", 0), english) << "a trailing separator is not doubled";
+        EXPECT_EQ(manualPath(folder, item, nowhere), expected) << item;
+    EXPECT_EQ(manualPath(folder + "/", 0, nowhere), english)
+        << "a trailing separator is not doubled";
 #ifdef _WIN32
-    EXPECT_EQ(manualPath("C:\\Program Files/pa\\", 0), english) << "one separator style";
+    EXPECT_EQ(manualPath("C:\\Program Files/pa\\", 0, nowhere), english) << "one separator style";
 #endif
 }
+
+#ifndef _WIN32
+TEST(HelpMenu, ManualFoundInTheFirstPlaceThatHoldsIt) {
+    const std::string name = "KV2260-SW-HELP-EN_V6.7.pdf", beside = "/opt/pa/lib/pa/help/" + name,
+                      prefixDoc = "/opt/pa/share/doc/poweranalyzer/" + name,
+                      systemDoc = "/usr/share/doc/poweranalyzer/" + name;
+    const struct {
+        std::vector<std::string> present;
+        std::string expected;
+    } cases[] = {
+        {{beside, prefixDoc, systemDoc}, beside},
+        {{prefixDoc, systemDoc}, prefixDoc},
+        {{systemDoc}, systemDoc},
+        {{}, beside},
+    };
+    for (const auto& c : cases) {
+        const auto exists = [&](const std::string& path) {
+            return std::find(c.present.begin(), c.present.end(), path) != c.present.end();
+        };
+        EXPECT_EQ(manualPath("/opt/pa/lib/pa/", 0, exists), c.expected);
+    }
+}
+#endif
 
 TEST(AboutBox, ThreeLinesCentredByLeadingBlanksOnTheNotice) {
     // The notice has 38 characters: the model (6) gets 32 blanks, the version (12) 26.
