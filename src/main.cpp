@@ -42,7 +42,10 @@ int main(int argc, char** argv) {
     // exists, below.
     parser.parse(arguments);
     if (parser.isSet(help)) {
-        std::fputs(qPrintable(parser.helpText()), stdout);
+        // Without an application object Qt cannot know the program's name and writes a
+        // placeholder in its place.
+        std::fputs(qPrintable(parser.helpText().replace("<executable_name>", "poweranalyzer")),
+                   stdout);
         return 0;
     }
     if (parser.isSet(version)) {

@@ -66,6 +66,7 @@ TEST(Cli, HelpAndVersionEverywhere) {
     r = run(gui, {"--help"});
     EXPECT_EQ(r.status, 0) << r.err.toStdString();
     EXPECT_TRUE(r.out.contains("--simulate")) << r.out.toStdString();
+    EXPECT_TRUE(r.out.startsWith("Usage: poweranalyzer [options]")) << r.out.toStdString();
     EXPECT_EQ(r.err, "");
     r = run(gui, {"--version"});
     EXPECT_EQ(r.status, 0);
