@@ -4,12 +4,14 @@
 //                             [--baud 9600|4800|2400|1200] [--format tsv|csv]
 //                             [--mqtt HOST[:PORT] [--topic PREFIX] [--client-id ID]
 //                              [--username U --password-file F] [--tls-ca FILE]]
+//                             [--alarms FILE [--alarm-log FILE]]
 //
 // A header line names each column with its unit; then each line holds the clock text, W,
 // PF, V, A, phase angle, VA, VAR, Hz and KWH as the main window shows them, separated by
 // tabs (or commas with --format csv); while the instrument is silent, the clock text and the
 // window's warning ("NO COM"). With --mqtt each sample is also published to the broker (see
 // mqtt_publisher.h); the summary of what was sent ends the run.
+#include "cli/alarm_session.h"
 #include "cli/commands.h"
 #include "cli/live_session.h"
 #include "cli/mqtt_publisher.h"
@@ -52,6 +54,10 @@ int monitor(const MonitorOptions& o) {
         if (const std::string error = publisher->start(); !error.empty())
             return fail(error);
     }
+    AlarmSession alarms;
+    if (const std::string error = alarms.load(o.alarms, o.alarms.file); !error.empty())
+        return fail(error);
+    alarms.setPublisher(publisher.get(), o.mqtt.topic);
     long printed = 0;
     std::string header;
     for (const char* column : kColumns)
@@ -78,6 +84,7 @@ int monitor(const MonitorOptions& o) {
     // the window's warning does, and counts towards --count.
     std::string lastSilent;
     const auto afterTick = [&] {
+        alarms.afterTick(session.cycle);
         const auto& r = session.cycle.readouts();
         if (!r.warningVisible || r.clockText.empty() || r.clockText == lastSilent)
             return;

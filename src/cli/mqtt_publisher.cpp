@@ -93,6 +93,20 @@ void MqttPublisher::publish(const live::Readouts& readouts) {
         ++queued_;
 }
 
+void MqttPublisher::sendRetained(const std::string& topic, const std::string& payload) {
+    ++controlPending_;
+    if (mosquitto_publish(client_, nullptr, topic.c_str(), static_cast<int>(payload.size()),
+                          payload.data(), 0, true) != MOSQ_ERR_SUCCESS)
+        --controlPending_;
+}
+
+void MqttPublisher::publishRetained(const std::string& topic, const std::string& payload) {
+    std::lock_guard lock(retainedLock_);
+    retained_[topic] = payload;
+    if (client_ && !finished_ && connected_)
+        sendRetained(topic, payload);
+}
+
 std::string MqttPublisher::finish() {
     if (finished_ || !client_)
         return "";
@@ -150,7 +164,12 @@ void MqttPublisher::connected(int rc) {
     for (const auto& c : configs)
         mosquitto_publish(client_, nullptr, c.topic.c_str(), static_cast<int>(c.payload.size()),
                           c.payload.data(), 0, true);
-    connected_ = true;
+    {
+        std::lock_guard lock(retainedLock_);
+        for (const auto& [topic, payload] : retained_)
+            sendRetained(topic, payload);
+        connected_ = true; // under the lock, so that publishRetained never misses both ways
+    }
     warnedDown_ = false;
     say("connected to " + where() + ", publishing on " + stateTopic_);
 }

@@ -13,6 +13,8 @@
 #include "live/live_cycle.h"
 
 #include <atomic>
+#include <map>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -37,6 +39,9 @@ class MqttPublisher {
     std::string start();
     // One sample; never waits for the network.
     void publish(const live::Readouts& readouts);
+    // A retained message beyond the samples' (an alarm's config or state): published now when
+    // connected, and again at every connection; the latest payload per topic is kept.
+    void publishRetained(const std::string& topic, const std::string& payload);
     // Publishes "offline", disconnects and returns the summary line.
     std::string finish();
 
@@ -52,6 +57,7 @@ class MqttPublisher {
     void disconnected(int rc);
     void published();
     std::string where() const;
+    void sendRetained(const std::string& topic, const std::string& payload);
 
     cmdline::MqttOptions options_;
     std::string stateTopic_, availabilityTopic_;
@@ -64,6 +70,8 @@ class MqttPublisher {
     std::atomic<int> controlPending_{0}; // availability and configs not yet written
     std::atomic<bool> connected_{false}, finishing_{false}, offlineSent_{false};
     std::atomic<bool> warnedDown_{false};
+    std::mutex retainedLock_;
+    std::map<std::string, std::string> retained_; // topic -> latest payload
 };
 
 } // namespace pa::cli
