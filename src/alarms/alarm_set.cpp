@@ -161,6 +161,9 @@ class Parser {
         seen_.push_back(key);
         if (value.empty())
             return error(n, "\"" + key + "\" has no value");
+        // "key =#x" could not be written back: "key = #x" is a key with a comment.
+        if (value.front() == '#')
+            return error(n, "a value cannot begin with # (put it in double quotes)");
         keyValue(key, value, n);
     }
 
