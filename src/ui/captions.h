@@ -99,6 +99,23 @@ enum class Caption {
     PauseQuestion, // %1: the window about to open
     PauseTitle,
     PausedLabel, // %1: the open window
+    // Alarms: the Option menu's item (also the editor's title), the banner, the status line
+    // and the editor.
+    MenuAlarms,
+    AlarmAcknowledge,
+    AlarmRaised,
+    AlarmCleared,
+    AlarmSetInUse, // %1: the alarm file's name, %2: how many alarms
+    AlarmEditorHint,
+    AlarmLoad,
+    AlarmSaveAs,
+    AlarmCheck,
+    AlarmSaveAndUse,
+    AlarmStop,
+    AlarmCancel,
+    AlarmFilter,
+    AlarmCheckedOk, // %1: how many alarms
+    AlarmLogFailed,
     Count
 };
 
