@@ -27,7 +27,8 @@ namespace {
 using pa::testing::shown;
 using pa::testing::waitFor;
 
-TEST(AlarmWindow, EditorBannerAcknowledgeLogAndMark) {
+// Named for `./dev.sh shots`, which re-grabs the banner picture with the other manual pictures.
+TEST(ManualScreenshotsAlarm, EditorBannerAcknowledgeLogAndMark) {
     pa::sim::Load load;
     load.noise = 0; // 116.4 W
     pa::sim::PtyHost sim(load);
