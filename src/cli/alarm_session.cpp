@@ -22,7 +22,8 @@ std::string now() {
 
 AlarmSession::AlarmSession() : programs_(say) {}
 
-std::string AlarmSession::load(const cmdline::AlarmOptions& options, const std::string& beside) {
+std::string AlarmSession::read(const cmdline::AlarmOptions& options) {
+    options_ = options;
     if (options.file.empty())
         return "";
     alarms::ParseResult parsed = alarms::readAlarmFile(options.file);
@@ -30,11 +31,23 @@ std::string AlarmSession::load(const cmdline::AlarmOptions& options, const std::
         return parsed.error;
     evaluator_ = std::make_unique<alarms::Evaluator>(std::move(parsed.set));
     actions_ = std::make_unique<alarms::AlarmActions>(evaluator_->set(), *this);
-    const std::string log = options.log.empty() ? alarms::logPathBeside(beside) : options.log;
+    return "";
+}
+
+std::string AlarmSession::start(const std::string& beside) {
+    if (!active())
+        return "";
+    const std::string log = options_.log.empty() ? alarms::logPathBeside(beside) : options_.log;
     if (const std::string error = actions_->log().open(log); !error.empty())
         return error;
-    say("alarms: " + std::to_string(evaluator_->set().alarms.size()) + " from " + options.file +
+    say("alarms: " + std::to_string(evaluator_->set().alarms.size()) + " from " + options_.file +
         ", logged to " + log);
+    if (!start_ && !stop_)
+        for (const alarms::Alarm& a : evaluator_->set().alarms)
+            if (a.actions & (alarms::kRecordStart | alarms::kRecordStop))
+                say("alarms: [" + a.name +
+                    "]: record_start and record_stop act only in record and in the desktop "
+                    "program");
     steady_.start();
     return "";
 }

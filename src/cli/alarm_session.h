@@ -19,13 +19,16 @@ namespace pa::cli {
 class AlarmSession : public alarms::ActionSink {
   public:
     AlarmSession();
-    // Reads the set and opens its log (the --alarm-log file, or beside `beside`); "" or the
-    // error (the file's first mistake as FILE:LINE: cause).
-    std::string load(const cmdline::AlarmOptions& options, const std::string& beside);
+    // Reads the set; "" or the error (the file's first mistake as FILE:LINE: cause). Done
+    // before anything is opened or created, so that a bad file leaves everything alone.
+    std::string read(const cmdline::AlarmOptions& options);
+    // Opens the log (the --alarm-log file, or beside `beside`) and starts evaluating.
+    std::string start(const std::string& beside);
     bool active() const { return evaluator_ != nullptr; }
     // Alarms with the mqtt action become binary sensors on this publisher.
     void setPublisher(MqttPublisher* publisher, const std::string& prefix);
-    // What record_start and record_stop do; without them the actions are ignored.
+    // What record_start and record_stop do (before start); without them start says that
+    // these actions are ignored.
     void setRecordControl(std::function<void()> start, std::function<void()> stop);
     // After each poll of the cycle.
     void afterTick(live::LiveCycle& cycle);
@@ -40,6 +43,7 @@ class AlarmSession : public alarms::ActionSink {
     void recordStart() override;
     void recordStop() override;
 
+    cmdline::AlarmOptions options_;
     std::unique_ptr<alarms::Evaluator> evaluator_;
     std::unique_ptr<alarms::AlarmActions> actions_;
     qt::AlarmPrograms programs_;

@@ -55,7 +55,9 @@ int monitor(const MonitorOptions& o) {
             return fail(error);
     }
     AlarmSession alarms;
-    if (const std::string error = alarms.load(o.alarms, o.alarms.file); !error.empty())
+    if (const std::string error = alarms.read(o.alarms); !error.empty())
+        return fail(error);
+    if (const std::string error = alarms.start(o.alarms.file); !error.empty())
         return fail(error);
     alarms.setPublisher(publisher.get(), o.mqtt.topic);
     long printed = 0;

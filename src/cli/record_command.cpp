@@ -40,7 +40,14 @@ int record(const RecordOptions& o) {
     if (!o.interval.empty())
         session.cycle.applySamplingTime(o.interval);
 
-    // The port first: a port that cannot be opened must leave an existing --out file alone.
+    // The alarm file and the port first: a mistake in the one or a port that cannot be opened
+    // must leave an existing --out file alone. The alarm log goes beside the recording;
+    // record_stop ends the recording, record_start has nothing to do while it runs.
+    AlarmSession alarms;
+    bool stoppedByAlarm = false;
+    alarms.setRecordControl([] {}, [&] { stoppedByAlarm = true; });
+    if (const std::string error = alarms.read(o.alarms); !error.empty())
+        return fail(error);
     if (!session.open())
         return 1; // the console seam has said why
     datafile::Recorder recorder(session.cycle, session.clock, session.ui, session.state);
@@ -52,15 +59,10 @@ int record(const RecordOptions& o) {
     recorder.recordNumberTyped(o.start);
     recorder.NowAuto();
     std::string file = recorder.path();
-    // The alarm log goes beside the recording; record_stop ends the recording, record_start
-    // has nothing to do while it runs.
-    AlarmSession alarms;
-    if (const std::string error = alarms.load(o.alarms, file); !error.empty()) {
+    if (const std::string error = alarms.start(file); !error.empty()) {
         recorder.EndRecording();
         return fail(error);
     }
-    bool stoppedByAlarm = false;
-    alarms.setRecordControl({}, [&] { stoppedByAlarm = true; });
     std::fprintf(stderr, "recording into %s (Ctrl-C ends)\n", file.c_str());
 
     long long echoed = 0;
