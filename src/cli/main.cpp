@@ -38,7 +38,8 @@ const Command kCommands[] = {
      "          [--baud 9600|4800|2400|1200] [--format tsv|csv]\n"
      "          [--mqtt HOST[:PORT] [--topic PREFIX] [--client-id ID]\n"
      "           [--username U --password-file F] [--tls-ca FILE]\n"
-     "           [--discovery-prefix PREFIX]]",
+     "           [--discovery-prefix PREFIX]]\n"
+     "          [--alarms FILE [--alarm-log FILE]]",
      "Prints the live readings, one line per sample, after a header line naming each\n"
      "column with its unit.\n"
      "  --port PATH       the instrument's serial port (/dev/ttyUSB0, COM3)\n"
@@ -55,7 +56,11 @@ const Command kCommands[] = {
      "  --username U --password-file F   log in to the broker\n"
      "  --tls-ca FILE     connect with TLS, trusting this CA certificate\n"
      "  --discovery-prefix PREFIX   Home Assistant's discovery prefix (default\n"
-     "                    homeassistant)\n"},
+     "                    homeassistant)\n"
+     "  --alarms FILE     watch the limits of this alarm file: each alarm raised or\n"
+     "                    cleared is a line on standard error and in the alarm log, and\n"
+     "                    with --mqtt a Home Assistant binary sensor\n"
+     "  --alarm-log FILE  the alarm log (default: beside the alarm file, NAME-alarms.csv)\n"},
     {"pf", pfCommand,
      "pf --w W --pf PF --v V --a A --angle DEG --va VA --var VAR --hz HZ\n"
      "          --target pf|a|va|var|angle|c VALUE",
@@ -75,12 +80,15 @@ const Command kCommands[] = {
     {"record", recordCommand,
      "record (--port PATH | --simulate) --out FILE [--interval SECONDS] [--count N]\n"
      "          [--period month|day|year] [--price P] [--hours H] [--start NUMBER]\n"
-     "          [--rotate daily]",
+     "          [--rotate daily] [--alarms FILE [--alarm-log FILE]]",
      "Records into FILE (created, or replaced) as File > Create Data File and Start\n"
      "Recording > Now(Auto) do, echoing each line; ends after N records, on Ctrl-C or\n"
      "on SIGTERM.\n"
      "  --rotate daily    a new file each day: FILE with the date before its extension\n"
-     "                    (run.txt gives run-2026-11-23.txt), each with its header\n"},
+     "                    (run.txt gives run-2026-11-23.txt), each with its header\n"
+     "  --alarms FILE     watch the limits of this alarm file (see monitor); an alarm with\n"
+     "                    record_stop ends the recording\n"
+     "  --alarm-log FILE  the alarm log (default: beside the recording, NAME-alarms.csv)\n"},
     {"logger", loggerCommand,
      "logger (status | download --out FILE | read ADDRESS | write ADDRESS VALUE |\n"
      "          set id|clock|sampling|output VALUE | mode normal|max|min | selftest start|read)\n"

@@ -5,6 +5,7 @@
 //                             [--mqtt HOST[:PORT] [--topic PREFIX] [--client-id ID]
 //                              [--username U --password-file F] [--tls-ca FILE]
 //                              [--discovery-prefix PREFIX]]
+//                             [--alarms FILE [--alarm-log FILE]]
 //
 // A header line names each column with its unit; then each line holds the clock text, W,
 // PF, V, A, phase angle, VA, VAR, Hz and KWH as the main window shows them, separated by
@@ -12,6 +13,7 @@
 // window's warning ("NO COM"). With --mqtt each sample is also published to the broker, and
 // the availability there is "offline" while the instrument is silent (see mqtt_publisher.h);
 // the summary of what was sent ends the run.
+#include "cli/alarm_session.h"
 #include "cli/commands.h"
 #include "cli/live_session.h"
 #include "cli/mqtt_publisher.h"
@@ -75,6 +77,12 @@ int monitor(const MonitorOptions& o) {
         if (const std::string error = publisher->start(); !error.empty())
             return fail(error);
     }
+    AlarmSession alarms;
+    if (const std::string error = alarms.read(o.alarms); !error.empty())
+        return fail(error);
+    if (const std::string error = alarms.start(o.alarms.file); !error.empty())
+        return fail(error);
+    alarms.setPublisher(publisher.get(), o.mqtt.topic);
     long printed = 0;
     std::string header;
     for (const char* column : kColumns)
@@ -101,6 +109,7 @@ int monitor(const MonitorOptions& o) {
     // the window's warning does, and counts towards --count.
     std::string lastSilent;
     const auto afterTick = [&] {
+        alarms.afterTick(session.cycle);
         const auto& r = session.cycle.readouts();
         if (publisher)
             publisher->setInstrumentAnswering(!r.warningVisible);

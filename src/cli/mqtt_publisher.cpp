@@ -224,6 +224,18 @@ void MqttPublisher::publishAvailability() {
                       static_cast<int>(std::char_traits<char>::length(text)), text, 0, true);
 }
 
+void MqttPublisher::sendRetained(const std::string& topic, const std::string& payload) {
+    mosquitto_publish(client_, nullptr, topic.c_str(), static_cast<int>(payload.size()),
+                      payload.data(), 0, true);
+}
+
+void MqttPublisher::publishRetained(const std::string& topic, const std::string& payload) {
+    std::lock_guard lock(retainedLock_);
+    retained_[topic] = payload;
+    if (client_ && !finished_ && connected_)
+        sendRetained(topic, payload);
+}
+
 std::string MqttPublisher::finish() {
     if (finished_ || !client_)
         return "";
@@ -317,7 +329,12 @@ void MqttPublisher::connected(int rc) {
     }
     publishConfigs();
     mosquitto_subscribe(client_, nullptr, statusTopic_.c_str(), 0);
-    connected_ = true;
+    {
+        std::lock_guard lock(retainedLock_);
+        for (const auto& [topic, payload] : retained_)
+            sendRetained(topic, payload);
+        connected_ = true; // under the lock, so that publishRetained never misses both ways
+    }
     say("connected to " + where() + ", publishing on " + stateTopic_);
 }
 
@@ -329,14 +346,22 @@ void MqttPublisher::publishConfigs() {
                           c.payload.data(), 0, true);
 }
 
+void MqttPublisher::publishAllRetained() {
+    std::lock_guard lock(retainedLock_);
+    for (const auto& [topic, payload] : retained_)
+        sendRetained(topic, payload);
+}
+
 void MqttPublisher::onMessage(mosquitto*, void* self, const mosquitto_message* message) {
     // Home Assistant has (re)started: it wants the configs again.
     auto* publisher = static_cast<MqttPublisher*>(self);
     if (message->topic && publisher->statusTopic_ == message->topic &&
         std::string_view(static_cast<const char*>(message->payload),
                          static_cast<std::size_t>(message->payloadlen)) == live::kOnline &&
-        !publisher->finished_)
+        !publisher->finished_) {
         publisher->publishConfigs();
+        publisher->publishAllRetained(); // the alarms' configs and states too
+    }
 }
 
 void MqttPublisher::published(int mid) {

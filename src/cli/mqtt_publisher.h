@@ -22,6 +22,7 @@
 #include "live/mqtt_messages.h"
 
 #include <atomic>
+#include <map>
 #include <mutex>
 #include <set>
 #include <string>
@@ -55,6 +56,9 @@ class MqttPublisher {
     void publish(const live::Readouts& readouts);
     // The instrument answers again, or has gone silent: availability "online" or "offline".
     void setInstrumentAnswering(bool answering);
+    // A retained message beyond the samples' (an alarm's config or state): published now when
+    // connected, and again at every connection; the latest payload per topic is kept.
+    void publishRetained(const std::string& topic, const std::string& payload);
     // Publishes "offline", disconnects and returns the summary line.
     std::string finish();
 
@@ -83,6 +87,8 @@ class MqttPublisher {
     void trouble(const std::string& kind, const std::string& text, int retrySeconds);
     void publishAvailability();
     std::string where() const;
+    void sendRetained(const std::string& topic, const std::string& payload);
+    void publishAllRetained(); // again when Home Assistant announces itself
 
     cmdline::MqttOptions options_;
     live::DiscoverySettings discovery_;
@@ -103,6 +109,8 @@ class MqttPublisher {
     std::atomic<bool> connected_{false}, answered_{false}, stop_{false}, threadEnded_{false};
     std::atomic<bool> answering_{true};
     std::string tlsError_; // the network thread's: the TLS library's last complaint
+    std::mutex retainedLock_;                      // guards what follows
+    std::map<std::string, std::string> retained_; // topic -> latest payload (alarms)
 };
 
 } // namespace pa::cli

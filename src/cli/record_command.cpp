@@ -4,13 +4,14 @@
 //
 //   poweranalyzer-cli record (--port PATH | --simulate) --out FILE [--interval SECONDS]
 //       [--count N] [--period month|day|year] [--price P] [--hours H] [--start NUMBER]
-//       [--rotate daily]
+//       [--rotate daily] [--alarms FILE [--alarm-log FILE]]
 //
 // Each line written is echoed on standard output. While the instrument is silent a
 // lost-communication line is written at each new clock text. Recording ends after N records
 // or on Ctrl-C or SIGTERM (a service being stopped); every line is on the disk as soon as it
 // is echoed. With --rotate daily each day has a file of its own, with the date in its name
 // ("run.txt" -> "run-2026-11-23.txt") and the header on top.
+#include "cli/alarm_session.h"
 #include "cli/commands.h"
 #include "cli/live_session.h"
 #include "cmdline/command_options.h"
@@ -39,7 +40,14 @@ int record(const RecordOptions& o) {
     if (!o.interval.empty())
         session.cycle.applySamplingTime(o.interval);
 
-    // The port first: a port that cannot be opened must leave an existing --out file alone.
+    // The alarm file and the port first: a mistake in the one or a port that cannot be opened
+    // must leave an existing --out file alone. The alarm log goes beside the recording;
+    // record_stop ends the recording, record_start has nothing to do while it runs.
+    AlarmSession alarms;
+    bool stoppedByAlarm = false;
+    alarms.setRecordControl([] {}, [&] { stoppedByAlarm = true; });
+    if (const std::string error = alarms.read(o.alarms); !error.empty())
+        return fail(error);
     if (!session.open())
         return 1; // the console seam has said why
     datafile::Recorder recorder(session.cycle, session.clock, session.ui, session.state);
@@ -51,12 +59,23 @@ int record(const RecordOptions& o) {
     recorder.recordNumberTyped(o.start);
     recorder.NowAuto();
     std::string file = recorder.path();
+    if (const std::string error = alarms.start(file); !error.empty()) {
+        recorder.EndRecording();
+        return fail(error);
+    }
     std::fprintf(stderr, "recording into %s (Ctrl-C ends)\n", file.c_str());
 
     long long echoed = 0;
     bool echoing = true;
     int status = 0;
     const auto afterTick = [&] {
+        alarms.afterTick(session.cycle);
+        if (stoppedByAlarm) {
+            recorder.EndRecording();
+            std::fprintf(stderr, "recording ended by an alarm\n");
+            QCoreApplication::quit();
+            return;
+        }
         if (recorder.path() != file) { // a new day's file
             file = recorder.path();
             std::fprintf(stderr, "recording into %s\n", file.c_str());

@@ -121,6 +121,17 @@ bool takeMqttOption(const Args& args, std::size_t& i, MqttOptions& o, std::strin
     return true;
 }
 
+bool takeAlarmOption(const Args& args, std::size_t& i, AlarmOptions& o, std::string& error) {
+    const std::string& a = args[i];
+    if (a != "--alarms" && a != "--alarm-log")
+        return false;
+    if (i + 1 >= args.size() || args[i + 1].empty())
+        error = a + " needs a file";
+    else
+        (a == "--alarms" ? o.file : o.log) = args[++i];
+    return true;
+}
+
 std::string completeMqttOptions(MqttOptions& o, const std::string& hostName, long pid) {
     if (o.host.empty()) {
         if (!o.topic.empty() || !o.clientId.empty() || !o.username.empty() ||
@@ -157,7 +168,8 @@ std::string parseMonitor(const Args& args, MonitorOptions& o, const std::string&
     for (std::size_t i = 0; i < args.size(); ++i) {
         const std::string& a = args[i];
         std::string mqttError;
-        if (takeMqttOption(args, i, o.mqtt, mqttError)) {
+        if (takeMqttOption(args, i, o.mqtt, mqttError) ||
+            takeAlarmOption(args, i, o.alarms, mqttError)) {
             if (!mqttError.empty())
                 return mqttError;
             continue;
@@ -194,6 +206,8 @@ std::string parseMonitor(const Args& args, MonitorOptions& o, const std::string&
     }
     if (o.simulate == !o.port.empty())
         return "give either --port PATH or --simulate";
+    if (o.alarms.file.empty() && !o.alarms.log.empty())
+        return "--alarm-log needs --alarms FILE";
     return completeMqttOptions(o.mqtt, hostName, pid);
 }
 
@@ -202,6 +216,11 @@ std::string parseRecord(const Args& args, RecordOptions& o) {
         const std::string& a = args[i];
         if (a == "--simulate") {
             o.simulate = true;
+            continue;
+        }
+        if (std::string error; takeAlarmOption(args, i, o.alarms, error)) {
+            if (!error.empty())
+                return error;
             continue;
         }
         if (i + 1 >= args.size())
@@ -249,6 +268,8 @@ std::string parseRecord(const Args& args, RecordOptions& o) {
         return "give either --port PATH or --simulate";
     if (o.out.empty())
         return "give the file to record into with --out FILE";
+    if (o.alarms.file.empty() && !o.alarms.log.empty())
+        return "--alarm-log needs --alarms FILE";
     return "";
 }
 

@@ -31,6 +31,13 @@ bool takeMqttOption(const Args& args, std::size_t& i, MqttOptions& options, std:
 // machine's name and the process id); "" or the error.
 std::string completeMqttOptions(MqttOptions& options, const std::string& hostName, long pid);
 
+struct AlarmOptions {
+    std::string file; // empty: no alarms
+    std::string log;  // empty: beside the recording, or beside the alarm file
+};
+// Takes --alarms FILE or --alarm-log FILE at args[i], as takeMqttOption does.
+bool takeAlarmOption(const Args& args, std::size_t& i, AlarmOptions& options, std::string& error);
+
 struct MonitorOptions {
     std::string port;
     bool simulate = false;
@@ -39,6 +46,7 @@ struct MonitorOptions {
     int baudIndex = -1;
     MqttOptions mqtt;
     char separator = '\t';
+    AlarmOptions alarms;
 };
 std::string parseMonitor(const Args& args, MonitorOptions& o, const std::string& hostName,
                          long pid);
@@ -55,6 +63,7 @@ struct RecordOptions {
     int period = 0;
     std::string price, hours = "0", start = "0";
     bool daily = false;
+    AlarmOptions alarms;
 };
 std::string parseRecord(const Args& args, RecordOptions& o);
 

@@ -208,6 +208,17 @@ void TrendCanvas::paintEvent(QPaintEvent*) {
         if (gaps.empty())
             gaps = columns;
     }
+    // Alarm marks: a dashed line at the time, the alarm's name at its top.
+    for (const TrendChart::Mark& m : chart_.marks_) {
+        if (m.time < from || m.time > to)
+            continue;
+        const double x = plot.left() + (m.time - from) / (to - from) * plot.width();
+        const QColor colour = m.raised ? QColor(0xc6, 0x28, 0x28) : QColor(0x2e, 0x7d, 0x32);
+        p.setPen(QPen(colour, 1, Qt::DashLine));
+        p.drawLine(QPointF(x, plot.top() + 1), QPointF(x, plot.bottom() - 1));
+        p.setPen(colour);
+        p.drawText(QPointF(x + 3, plot.top() + 12), m.label);
+    }
     // Where readings are missing (NO COM, overload, HOLD), a red band along the time axis.
     p.setPen(Qt::NoPen);
     p.setBrush(kGapColour);
@@ -370,6 +381,10 @@ void TrendChart::applyCaptions(int language) {
 
 Added TrendChart::afterPoll(const PollState& poll) {
     const Added added = feed_.afterPoll(poll);
+    // Marks made before the first sample go at the first one.
+    for (Mark& m : marks_)
+        if (std::isnan(m.time) && !store_.empty())
+            m.time = store_.newestTime();
     // A hidden or paused chart keeps collecting without drawing.
     if (added != Added::Nothing && isVisible() && !paused_)
         showSpan();
@@ -459,6 +474,15 @@ QString TrendChart::statsLine(int quantity, const QString& colour) const {
     return line;
 }
 
+void TrendChart::addMark(const QString& label, bool raised) {
+    if (marks_.size() >= kMaxMarks)
+        marks_.erase(marks_.begin());
+    // Before the first sample there is no time yet: the mark waits for it.
+    marks_.push_back({store_.empty() ? std::nan("") : store_.newestTime(), label, raised});
+    if (canvas_)
+        canvas_->update();
+}
+
 void TrendChart::resetTrend() {
     if (store_.empty())
         return;
@@ -467,6 +491,7 @@ void TrendChart::resetTrend() {
                     app::Buttons::YesNo) != app::Answer::Yes)
         return;
     store_.clear();
+    marks_.clear();
     goLive();
 }
 

@@ -14,6 +14,7 @@
 #include <array>
 #include <string>
 #include <utility>
+#include <vector>
 
 class QComboBox;
 class QLabel;
@@ -45,6 +46,17 @@ class TrendChart : public QWidget {
     void pauseAt(double end);
     void goLive();
 
+    // A mark at the newest sample (or the first one to come): an alarm raised (red) or cleared (green), labelled with
+    // its name. The oldest marks go beyond kMaxMarks.
+    void addMark(const QString& label, bool raised);
+    struct Mark {
+        double time;
+        QString label;
+        bool raised;
+    };
+    static constexpr std::size_t kMaxMarks = 1000;
+    const std::vector<Mark>& marks() const { return marks_; }
+
     // Write the shown span; on failure the user is told why and false comes back.
     bool savePng(const std::string& path);
     bool saveCsv(const std::string& path);
@@ -65,6 +77,7 @@ class TrendChart : public QWidget {
 
     app::Ui& ui_;
     TrendStore store_;
+    std::vector<Mark> marks_;
     TrendFeed feed_{store_};
     int language_ = 1;
     bool paused_ = false;

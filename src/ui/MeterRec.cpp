@@ -3,6 +3,8 @@
 #include "qt/live_timers.h"
 #include "qt/qt_translations.h"
 
+#include "alarms/AlarmBanner.h"
+#include "alarms/AlarmEditor.h"
 #include "datafile/data_folder.h"
 #include "logger/Logger.h"
 #include "pfimprove/ImprovePF.h"
@@ -17,6 +19,7 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QFileInfo>
 #include <QFontDatabase>
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -99,6 +102,7 @@ MeterRec::MeterRec(app::ProgramState& state, app::Port& port, app::Clock& clock,
     buildBody();
     connectRecording();
     addTrend();
+    addAlarms();
     applyCaptions(state_.language);
     refresh();
 }
@@ -180,6 +184,9 @@ void MeterRec::buildMenus() {
         state_.language = 2;
         applyCaptions(2);
     });
+    alarms_ = optionMenu_->addAction(QString());
+    alarms_->setObjectName("Alarms");
+    connect(alarms_, &QAction::triggered, this, &MeterRec::editAlarms);
 
     helpMenu_ = bar->addMenu(kStartupHelpCaption);
     manualMenu_ = helpMenu_->addMenu(QString());
@@ -298,6 +305,8 @@ QWidget* MeterRec::buildStatus() {
     // Elided when the window is narrow, whole in its tooltip.
     portState_ = new ElidedLabel(status);
     portState_->setObjectName("PortState");
+    alarmSet_ = makeLabel("AlarmSet");
+    alarmSet_->setVisible(false);
     paused_ = makeLabel("Paused");
     paused_->setVisible(false);
     for (QLabel* l : {sampleCaption_, sampleValue_})
@@ -320,6 +329,7 @@ QWidget* MeterRec::buildStatus() {
     row->addWidget(warning_);
     row->addWidget(hold_);
     row->addWidget(paused_);
+    row->addWidget(alarmSet_);
     portState_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     row->addWidget(portState_, 1);
     return status;
@@ -467,6 +477,9 @@ void MeterRec::applyCaptions(int language) {
         improvePF_->applyCaptions(language);
     trendButton_->setText(captionText(Caption::Trend, language));
     trend_->applyCaptions(language);
+    alarms_->setText(captionText(Caption::MenuAlarms, language));
+    alarmBanner_->applyCaptions(language);
+    showAlarmSet();
     refresh();
 }
 
@@ -772,6 +785,59 @@ void MeterRec::addTrend() {
         trend_->raise();
         trend_->activateWindow();
     });
+}
+
+void MeterRec::addAlarms() {
+    alarmBanner_ = new alarms::AlarmBanner(ui_, this);
+    static_cast<QVBoxLayout*>(centralWidget()->layout())->insertWidget(0, alarmBanner_);
+    alarmBanner_->onBeep = [this] { ui_.beep(); };
+    alarmBanner_->onMark = [this](const QString& label, bool raised) {
+        trend_->addMark(label, raised);
+    };
+    alarmBanner_->onRecordStart = [this] {
+        if (!recorder_.fileCreated() || recorder_.recordingRunning())
+            return; // there is no file to record into, or it is recorded into already
+        recorder_.StartRecording();
+        recorder_.NowAuto();
+        showRecording();
+    };
+    alarmBanner_->onRecordStop = [this] {
+        if (!recorder_.recordingRunning())
+            return;
+        recorder_.EndRecording();
+        showRecording();
+    };
+    connect(&timer2_, &QTimer::timeout, this, [this] {
+        alarmBanner_->afterPoll(cycle_.readouts(), cycle_.energy(), cycle_.noDataTicks() == 0);
+    });
+}
+
+void MeterRec::editAlarms() {
+    alarms::AlarmEditor editor(ui_, state_.language, alarmBanner_->file(), this);
+    if (editor.exec() != QDialog::Accepted)
+        return;
+    if (editor.stopRequested()) {
+        alarmBanner_->stop();
+    } else if (editor.chosen()) {
+        // The log goes beside the recording while one is written, else beside the set.
+        const std::string log =
+            alarms::logPathBeside(recorder_.recordingRunning() ? recorder_.path() : editor.file());
+        const std::string error = alarmBanner_->use(editor.chosen()->set, editor.file(), log);
+        if (!error.empty())
+            ui_.message(error, "", app::Icon::Exclamation);
+    }
+    showAlarmSet();
+}
+
+void MeterRec::showAlarmSet() {
+    alarmSet_->setVisible(alarmBanner_->inUse());
+    if (!alarmBanner_->inUse())
+        return;
+    const QString path = QString::fromStdString(alarmBanner_->file());
+    alarmSet_->setText(captionText(Caption::AlarmSetInUse, state_.language)
+                           .arg(QFileInfo(path).fileName())
+                           .arg(alarmBanner_->alarmCount()));
+    alarmSet_->setToolTip(path);
 }
 
 bool MeterRec::eventFilter(QObject* watched, QEvent* event) {

@@ -41,6 +41,10 @@ namespace pa::trend {
 class TrendChart;
 }
 
+namespace pa::alarms {
+class AlarmBanner;
+}
+
 namespace pa::ui {
 
 class MeterRec : public QMainWindow {
@@ -79,6 +83,9 @@ class MeterRec : public QMainWindow {
     logger::Logger* openLogger();
     // The trend chart: always collecting, shown by the Trend button.
     trend::TrendChart* trendChart() const { return trend_; }
+    // Option > Alarms...: the editor, then the set it gives in use (or none).
+    void editAlarms();
+    alarms::AlarmBanner* alarmBanner() const { return alarmBanner_; }
 
   protected:
     void closeEvent(QCloseEvent* event) override;
@@ -187,6 +194,12 @@ class MeterRec : public QMainWindow {
     void addTrend();
     trend::TrendChart* trend_ = nullptr;
     QPushButton* trendButton_ = nullptr;
+
+    void addAlarms();
+    void showAlarmSet();
+    alarms::AlarmBanner* alarmBanner_ = nullptr;
+    QAction* alarms_ = nullptr;
+    QLabel* alarmSet_ = nullptr; // the set in use, in the status line
 
     pfimprove::ImprovePF* improvePF_ = nullptr; // created on first use
     QPointer<logger::Logger> logger_;

@@ -176,6 +176,26 @@ const std::array<Pair, static_cast<std::size_t>(Caption::Count)> kTable{{
     {"The report was not written", "報告未寫入"},
     {"%1 unreadable lines were left out; the first: %2", "%1 行無法讀取而略過；第一行：%2"},
     {"Open a data file first.", "請先開啟資料檔。"},
+    {"&Alarms...", "警報設定(&A)..."},
+    {"&Acknowledge", "確認(&A)"},
+    {"ALARM", "警報"},
+    {"cleared", "已解除"},
+    {"Alarms: %1 (%2)", "警報: %1 (%2)"},
+    {"One section per alarm: [name], then quantity, a condition (above, below, outside, "
+     "inside, overload, silent_for), for, hysteresis, actions and run. Lines starting with # "
+     "are comments.",
+     "每個警報一段: [名稱]，接著 quantity、條件 (above、below、outside、inside、overload、"
+     "silent_for)、for、hysteresis、actions 及 run。以 # 開頭的行是註解。"},
+    {"&Load...", "載入(&L)..."},
+    {"Save &As...", "另存新檔(&A)..."},
+    {"&Check", "檢查(&C)"},
+    {"Save and &Use", "儲存並使用(&U)"},
+    {"&Stop Alarms", "停用警報(&S)"},
+    {"Cancel", "取消"},
+    {"Alarm files (*.alarms *.txt)", "警報檔 (*.alarms *.txt)"},
+    {"The alarm set is correct: %1 alarms.", "警報設定正確: %1 個警報。"},
+    {"The alarm log cannot be written; alarms are no longer logged:",
+     "無法寫入警報記錄檔，警報不再記錄:"},
 }};
 
 } // namespace

@@ -160,6 +160,23 @@ enum class Caption {
     ReportFailed,
     ReportBadLines,
     ReportNoFile,
+    // Alarms: the Option menu's item (also the editor's title), the banner, the status line
+    // and the editor.
+    MenuAlarms,
+    AlarmAcknowledge,
+    AlarmRaised,
+    AlarmCleared,
+    AlarmSetInUse, // %1: the alarm file's name, %2: how many alarms
+    AlarmEditorHint,
+    AlarmLoad,
+    AlarmSaveAs,
+    AlarmCheck,
+    AlarmSaveAndUse,
+    AlarmStop,
+    AlarmCancel,
+    AlarmFilter,
+    AlarmCheckedOk, // %1: how many alarms
+    AlarmLogFailed,
     Count
 };
 

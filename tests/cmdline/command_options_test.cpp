@@ -27,7 +27,10 @@ TEST(CommandOptions, RefusalsNameTheOptionAndWhatItTakes) {
          {"--simulate", "--mqtt", "h", "--discovery-prefix", "ha/#"},
          "--discovery-prefix: the discovery prefix ha/# holds a wildcard"},
         {"monitor", {"--simulate", "--discovery-prefix", "ha"}, "the MQTT options need --mqtt"},
+        {"monitor", {"--simulate", "--alarm-log", "a.csv"}, "--alarm-log needs --alarms FILE"},
+        {"monitor", {"--simulate", "--alarms"}, "--alarms needs a file"},
         {"record", {"--simulate"}, "give the file to record into with --out FILE"},
+        {"record", {"--simulate", "--out", "a", "--alarms", ""}, "--alarms needs a file"},
         {"record",
          {"--simulate", "--out", "a", "--hours", "5\r\nFAKE, 1, 2, 3"},
          "--hours takes a number of hours a day from 0 to 24"},
@@ -124,15 +127,17 @@ TEST(CommandOptions, MqttDefaultsComeFromTheMachineAndTheProcess) {
 
 TEST(CommandOptions, AcceptedLinesGiveTheirValues) {
     RecordOptions r;
-    ASSERT_EQ(
-        parseRecord({"--port", "/dev/ttyUSB0", "--out", "run.txt", "--period", "year", "--price",
-                     "0.25", "--hours", "8", "--start", "100", "--rotate", "daily"},
-                    r),
-        "");
+    ASSERT_EQ(parseRecord({"--port", "/dev/ttyUSB0", "--out", "run.txt", "--period", "year",
+                           "--price", "0.25", "--hours", "8", "--start", "100", "--rotate", "daily",
+                           "--alarms", "a.alarms", "--alarm-log", "log.csv"},
+                          r),
+              "");
     EXPECT_EQ(r.period, 2);
     EXPECT_EQ(r.price, "0.25");
     EXPECT_EQ(r.start, "100");
     EXPECT_TRUE(r.daily);
+    EXPECT_EQ(r.alarms.file, "a.alarms");
+    EXPECT_EQ(r.alarms.log, "log.csv");
 
     PlotOptions p;
     ASSERT_EQ(parsePlot({"run.txt", "--png", "o.png", "--size", "800x600", "--zoom", "10", "3609x",

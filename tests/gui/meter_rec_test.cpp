@@ -154,21 +154,23 @@ QStringList shownTree(MeterRec& window) {
 
 TEST_F(MeterRecTest, MenuTreeInBothLanguages) {
     window.startup();
-    EXPECT_EQ(shownTree(window),
-              expectedTree({"> &Create Data File", "> &Start Recording (off)", "> > Now(Auto)",
-                            "> > Manually", "> &End Recording (off)", "> -", "> &View File",
-                            "> &Plot Data from File", "> -", "> Printer &Setup", "> -", "> E&xit"},
-                           {"&File", "&Improve PF", "&Datalogger", "&Option", "Help"},
-                           {"> &Sample Rate", "> Language", "> > English", "> > Chinese"},
-                           {"> User Manual", "> About"}));
+    EXPECT_EQ(
+        shownTree(window),
+        expectedTree({"> &Create Data File", "> &Start Recording (off)", "> > Now(Auto)",
+                      "> > Manually", "> &End Recording (off)", "> -", "> &View File",
+                      "> &Plot Data from File", "> -", "> Printer &Setup", "> -", "> E&xit"},
+                     {"&File", "&Improve PF", "&Datalogger", "&Option", "Help"},
+                     {"> &Sample Rate", "> Language", "> > English", "> > Chinese", "> &Alarms..."},
+                     {"> User Manual", "> About"}));
     menuItem(&window, "Chinese")->trigger();
-    EXPECT_EQ(shownTree(window),
-              expectedTree({"> 建立檔案名稱", "> 開始記錄(&S) (off)", "> > 自動", "> > 手動",
-                            "> 停止記錄(&E) (off)", "> -", "> 瀏覽檔案(&V)", "> 從檔案作圖(&D)",
-                            "> -", "> 設定印表機", "> -", "> 結束(&X)"},
-                           {"檔案", "功因改善篇", "記錄器", "選擇", "幫助"},
-                           {"> 取樣時間(&S)", "> 語言", "> > 英文", "> > 中文"},
-                           {"> 使用者手冊", "> 關於"}))
+    EXPECT_EQ(
+        shownTree(window),
+        expectedTree({"> 建立檔案名稱", "> 開始記錄(&S) (off)", "> > 自動", "> > 手動",
+                      "> 停止記錄(&E) (off)", "> -", "> 瀏覽檔案(&V)", "> 從檔案作圖(&D)", "> -",
+                      "> 設定印表機", "> -", "> 結束(&X)"},
+                     {"檔案", "功因改善篇", "記錄器", "選擇", "幫助"},
+                     {"> 取樣時間(&S)", "> 語言", "> > 英文", "> > 中文", "> 警報設定(&A)..."},
+                     {"> 使用者手冊", "> 關於"}))
         << "port, baud and manual items stay in English";
     EXPECT_FALSE(window.findChild<QWidget*>("Record")->isVisibleTo(&window));
 }

@@ -119,6 +119,27 @@ const Pair kPairs[] = {
      "\n\n關閉視窗後會繼續記錄。現在開啟 %1 嗎?"},
     {Caption::PauseTitle, "Recording", "記錄"},
     {Caption::PausedLabel, "PAUSED while %1 is open", "%1 開啟中，讀值暫停"},
+    {Caption::MenuAlarms, "&Alarms...", "警報設定(&A)..."},
+    {Caption::AlarmAcknowledge, "&Acknowledge", "確認(&A)"},
+    {Caption::AlarmRaised, "ALARM", "警報"},
+    {Caption::AlarmCleared, "cleared", "已解除"},
+    {Caption::AlarmSetInUse, "Alarms: %1 (%2)", "警報: %1 (%2)"},
+    {Caption::AlarmEditorHint,
+     "One section per alarm: [name], then quantity, a condition (above, below, outside, "
+     "inside, overload, silent_for), for, hysteresis, actions and run. Lines starting with # "
+     "are comments.",
+     "每個警報一段: [名稱]，接著 quantity、條件 (above、below、outside、inside、overload、"
+     "silent_for)、for、hysteresis、actions 及 run。以 # 開頭的行是註解。"},
+    {Caption::AlarmLoad, "&Load...", "載入(&L)..."},
+    {Caption::AlarmSaveAs, "Save &As...", "另存新檔(&A)..."},
+    {Caption::AlarmCheck, "&Check", "檢查(&C)"},
+    {Caption::AlarmSaveAndUse, "Save and &Use", "儲存並使用(&U)"},
+    {Caption::AlarmStop, "&Stop Alarms", "停用警報(&S)"},
+    {Caption::AlarmCancel, "Cancel", "取消"},
+    {Caption::AlarmFilter, "Alarm files (*.alarms *.txt)", "警報檔 (*.alarms *.txt)"},
+    {Caption::AlarmCheckedOk, "The alarm set is correct: %1 alarms.", "警報設定正確: %1 個警報。"},
+    {Caption::AlarmLogFailed, "The alarm log cannot be written; alarms are no longer logged:",
+     "無法寫入警報記錄檔，警報不再記錄:"},
 };
 
 TEST(Captions, EveryPairInBothLanguages) {

@@ -1,0 +1,102 @@
+#include "alarms/alarm_mqtt.h"
+
+#include "live/mqtt_messages.h"
+#include "text/number_text.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace pa::alarms {
+namespace {
+
+// Letters, digits, '_' and '-' pass; anything else becomes '_' (Home Assistant's object ids).
+std::string plain(std::string_view text, bool lower) {
+    std::string out;
+    for (char c : text) {
+        if (lower && c >= 'A' && c <= 'Z')
+            c = static_cast<char>(c - 'A' + 'a');
+        const bool keep = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+                          (c >= '0' && c <= '9') || c == '-' || c == '_';
+        out += keep ? c : '_';
+    }
+    return out;
+}
+
+void appendString(std::string& out, std::string_view text) {
+    static constexpr char kHex[] = "0123456789abcdef";
+    out += '"';
+    for (const char c : text) {
+        const auto u = static_cast<unsigned char>(c);
+        if (c == '"' || c == '\\') {
+            out += '\\';
+            out += c;
+        } else if (u < 0x20) {
+            out += "\\u00";
+            out += kHex[u >> 4];
+            out += kHex[u & 15];
+        } else {
+            out += c;
+        }
+    }
+    out += '"';
+}
+
+} // namespace
+
+std::vector<AlarmTopics> alarmTopics(const AlarmSet& set, std::string_view prefix,
+                                     std::string_view discoveryPrefix) {
+    const std::string node = plain(prefix, false);
+    std::vector<AlarmTopics> topics(set.alarms.size());
+    std::vector<std::string> used;
+    for (std::size_t i = 0; i < set.alarms.size(); ++i) {
+        if (!(set.alarms[i].actions & kMqtt))
+            continue;
+        const std::string base = "alarm_" + plain(set.alarms[i].name, true);
+        std::string slug = base;
+        for (int n = 2; std::find(used.begin(), used.end(), slug) != used.end(); ++n)
+            slug = base + "_" + std::to_string(n);
+        used.push_back(slug);
+        const std::string own = std::string(prefix) + "/" + slug;
+        topics[i] = {
+            slug, std::string(discoveryPrefix) + "/binary_sensor/" + node + "/" + slug + "/config",
+            own + "/state", own + "/attributes"};
+    }
+    return topics;
+}
+
+std::string binarySensorConfig(const Alarm& alarm, const AlarmTopics& topics,
+                               std::string_view prefix) {
+    const std::string node = plain(prefix, false);
+    const std::string id = node + "_" + topics.slug;
+    std::string p = "{\"name\":";
+    appendString(p, "Alarm " + alarm.name);
+    p += ",\"unique_id\":";
+    appendString(p, id);
+    p += ",\"default_entity_id\":";
+    appendString(p, "binary_sensor." + id);
+    p += ",\"device_class\":\"problem\",\"payload_on\":\"ON\",\"payload_off\":\"OFF\"";
+    p += ",\"state_topic\":";
+    appendString(p, topics.state);
+    p += ",\"json_attributes_topic\":";
+    appendString(p, topics.attributes);
+    p += ",\"availability_topic\":";
+    appendString(p, live::topicsFor(prefix).availability);
+    p += ",\"device\":{\"identifiers\":[";
+    appendString(p, node);
+    p += "],\"name\":";
+    appendString(p, "Power Analyzer " + std::string(prefix));
+    p += ",\"model\":\"single-phase power analyzer\"}}";
+    return p;
+}
+
+std::string attributesJson(double value, std::string_view unit, std::string_view time) {
+    std::string p = "{\"value\":";
+    p += std::isfinite(value) ? text::shortestGeneral(value, 10) : std::string("null");
+    p += ",\"unit\":";
+    appendString(p, unit);
+    p += ",\"time\":";
+    appendString(p, time);
+    return p + "}";
+}
+
+} // namespace pa::alarms

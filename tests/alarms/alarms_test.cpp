@@ -1,0 +1,250 @@
+// Alarms as tables: alarm files in, sets or FILE:LINE errors out; readings in, events out;
+// events in, actions and log lines out.
+#include "alarms/alarm_actions.h"
+#include "support/test_files.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <optional>
+
+namespace {
+
+using namespace pa::alarms;
+
+AlarmSet parsed(const std::string& text) {
+    const ParseResult r = parseAlarms(text, "a.alarms");
+    EXPECT_EQ(r.error, "") << text;
+    return r.set;
+}
+
+TEST(AlarmFile, ReadsSectionsCommentsAndNumbersWithAPoint) {
+    const AlarmSet set = parsed("\xEF\xBB\xBF# comment\r\n"
+                                "[motor overload]\r\n"
+                                "quantity = W          # the motor\n"
+                                "above = 1.5e3\n"
+                                "for = 5\n"
+                                "hysteresis = 50\n"
+                                "actions = banner, beep, run\n"
+                                "run = /bin/notify \"%n now\" %v\n"
+                                "\n[mains]\nquantity=V\noutside=207..253\n"
+                                "[line]\nquantity = reading\nsilent_for = 10\n");
+    ASSERT_EQ(set.alarms.size(), 3u);
+    const Alarm& a = set.alarms[0];
+    EXPECT_EQ(a.name, "motor overload");
+    EXPECT_EQ(a.condition, Condition::Above);
+    EXPECT_EQ(a.low, 1500);
+    EXPECT_EQ(a.forSeconds, 5);
+    EXPECT_EQ(a.hysteresis, 50);
+    EXPECT_EQ(a.actions, kBanner | kBeep | kRun);
+    EXPECT_EQ(a.line, 2);
+    EXPECT_EQ(set.alarms[1].actions, kBanner | kLog); // the default
+    EXPECT_EQ(set.alarms[1].high, 253);
+    // Written out and read again, the set is the same.
+    const AlarmSet again = parsed(formatAlarms(set));
+    EXPECT_EQ(formatAlarms(again), formatAlarms(set));
+    EXPECT_EQ(again.alarms[0].run, a.run);
+}
+
+TEST(AlarmFile, RefusesTheWholeFileNamingLineAndCause) {
+    const struct {
+        const char* text;
+        const char* error;
+    } cases[] = {
+        {"quantity = W\n", "a.alarms:1: \"quantity\" comes before"},
+        {"[a]\nquantity = W\nabove = 1,5\n", "a.alarms:3: above takes a number"},
+        {"[a]\nquantity = W\nabove = inf\n", "a.alarms:3: above takes a number"},
+        {"[a]\nquantity = W\nabove = nan\n", "a.alarms:3: above takes a number"},
+        {"[a]\nquantity = Watts\n", "a.alarms:2: unknown quantity"},
+        {"[a]\nquantity = W\nabove = 1\nbelow = 0\n", "a.alarms:4: [a] has more than one"},
+        {"[a]\nquantity = W\nabove = 1\nabove = 2\n", "a.alarms:4: \"above\" is given twice"},
+        {"[a]\nquantity = W\n\n[b]\n", "a.alarms:1: [a] has no condition"},
+        {"[a]\nabove = 1\n", "a.alarms:1: [a] has no quantity"},
+        {"[a]\nquantity = V\noutside = 250..210\n", "a.alarms:3: outside: LOW must be less"},
+        {"[a]\nquantity = V\noutside = 210..220\nhysteresis = 5\n", "a.alarms:1: [a]: the hyst"},
+        {"[a]\nquantity = W\nsilent_for = 5\n", "a.alarms:1: [a]: silent_for goes with"},
+        {"[a]\nquantity = W\nabove = 1\nactions = log, shout\n", "a.alarms:4: unknown action"},
+        {"[a]\nquantity = W\nabove = 1\nactions = run\n", "a.alarms:1: [a]: the run action"},
+        {"[a]\nquantity = W\nabove = 1\nfor = -1\n", "a.alarms:4: for cannot be negative"},
+        {"[a]\nquantity = W\nabove = 1\n[a]\n", "a.alarms:4: a second alarm named \"a\""},
+        {"[a]\nquantity = W\nabove = 1\ncolour = red\n", "a.alarms:4: unknown key"},
+        {"[a\n", "a.alarms:1: a section name must end with ]"},
+        {"[a]\nquantity = W\nabove\n", "a.alarms:3: expected key = value"},
+        {"[a]\nquantity = W\nabove = 1\x01\n", "a.alarms:3: the line holds a control"},
+    };
+    for (const auto& c : cases) {
+        const ParseResult r = parseAlarms(c.text, "a.alarms");
+        EXPECT_TRUE(r.error.starts_with(c.error)) << c.text << " -> " << r.error;
+        EXPECT_TRUE(r.set.alarms.empty());
+    }
+    EXPECT_NE(parseAlarms(std::string(kMaxFileBytes + 1, '#'), "a.alarms").error, "");
+}
+
+// One alarm fed a series of (time, value) samples; the events as "R5 C9" (raised at t=5,
+// cleared at t=9). A missing value is NAN; a silent poll is -INFINITY; an overload +INFINITY.
+std::string run(const std::string& file, const std::vector<std::pair<double, double>>& series,
+                std::vector<double> acknowledgeAt = {}) {
+    Evaluator evaluator(parsed(file));
+    const int q = static_cast<int>(evaluator.set().alarms.at(0).quantity);
+    std::string out;
+    std::vector<Event> events;
+    const auto add = [&] {
+        for (const Event& e : events)
+            out +=
+                (out.empty() ? "" : " ") + std::string(1, "RCA"[int(e.kind)]) + valueText(e.time);
+    };
+    for (const auto& [t, v] : series) {
+        Sample s;
+        s.time = t;
+        s.answered = v != -INFINITY;
+        if (s.answered && !std::isnan(v) && !std::isinf(v))
+            s.value[q] = v;
+        s.overload[q] = v == INFINITY;
+        evaluator.step(s, events);
+        add();
+        if (!acknowledgeAt.empty() && acknowledgeAt.front() == t) {
+            acknowledgeAt.erase(acknowledgeAt.begin());
+            evaluator.acknowledgeAll(t, events);
+            add();
+        }
+    }
+    return out;
+}
+
+std::vector<std::pair<double, double>> series(std::initializer_list<double> values) {
+    std::vector<std::pair<double, double>> out;
+    for (double v : values)
+        out.push_back({double(out.size()), v});
+    return out;
+}
+
+TEST(AlarmEvaluator, ReadingsInEventsOut) {
+    const double na = NAN, silent = -INFINITY, ol = INFINITY;
+    const std::string above = "[a]\nquantity = W\nabove = 100\n";
+    // A value that crosses 100 on every sample, a hundred times, inside a band of 10.
+    std::vector<std::pair<double, double>> noisy;
+    for (int i = 0; i < 200; ++i)
+        noisy.push_back({double(i), i % 2 ? 104.0 : 97.0});
+    noisy.push_back({200, 89});
+    const struct {
+        const char* what;
+        std::string file;
+        std::vector<std::pair<double, double>> series;
+        std::vector<double> acknowledgeAt;
+        const char* events;
+    } cases[] = {
+        {"raised at once", above, series({50, 100, 101, 150, 99}), {}, "R2 C4"},
+        {"held for 3 s", above + "for = 3\n", series({101, 101, 101, 101, 90}), {}, "R3 C4"},
+        {"a break restarts the delay",
+         above + "for = 3\n",
+         series({101, 101, 101, 99, 101, 101, 101, 101}),
+         {},
+         "R7"},
+        {"noise in the band: one alarm", above + "hysteresis = 10\n", noisy, {}, "R1 C200"},
+        {"clears and re-arms",
+         above + "hysteresis = 10\n",
+         series({120, 95, 90, 120, 80}),
+         {},
+         "R0 C2 R3 C4"},
+        {"a missing value neither fires, clears nor breaks the delay",
+         above + "for = 2\n",
+         series({101, na, 101, na, 50, na}),
+         {},
+         "R2 C4"},
+        {"below",
+         "[a]\nquantity = PF\nbelow = 0.9\nhysteresis = 0.02\n",
+         series({0.95, 0.89, 0.91, 0.92}),
+         {},
+         "R1 C3"},
+        {"outside",
+         "[a]\nquantity = V\noutside = 210..250\nhysteresis = 2\n",
+         series({230, 209, 211, 212, 251, 248}),
+         {},
+         "R1 C3 R4 C5"},
+        {"inside",
+         "[a]\nquantity = A\ninside = 1..2\n",
+         series({0.5, 1.5, 2.5, 1}),
+         {},
+         "R1 C2 R3"},
+        {"overload",
+         "[a]\nquantity = A\noverload = yes\n",
+         series({1, ol, ol, na, 2}),
+         {},
+         "R1 C4"},
+        {"an overload text is not a value", above, series({ol, 150, ol, 50}), {}, "R1 C3"},
+        {"no reading for 3 s",
+         "[a]\nquantity = reading\nsilent_for = 3\n",
+         {{0, 1}, {1, silent}, {2, silent}, {3.5, silent}, {4, silent}, {5, 7}, {6, silent}},
+         {},
+         "R3.5 C5"},
+        {"acknowledged while raised, then cleared",
+         above,
+         series({150, 150, 50, 150, 50}),
+         {1},
+         "R0 A1 C2 R3 C4"},
+        {"acknowledged after clearing", above, series({150, 50, 50}), {2, 2}, "R0 C1 A2"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(run(c.file, c.series, c.acknowledgeAt), c.events) << c.what;
+}
+
+TEST(AlarmEvaluator, SamplesTakeOnlyNumbersFromThePanels) {
+    pa::live::Readouts r;
+    r.Panel3D2 = {"OL", ".920", "230", "1.5", "23.1", "0.00", "0.00", "", "0.0100"};
+    pa::live::EnergyCost energy;
+    energy.priceEntered("0.5");
+    const Sample s = sampleFrom(r, energy, 7, true);
+    const auto at = [&](Quantity q) { return s.value[static_cast<int>(q)]; };
+    EXPECT_FALSE(at(Quantity::W));
+    EXPECT_TRUE(s.overload[static_cast<int>(Quantity::W)]);
+    EXPECT_EQ(at(Quantity::VA), 0.0);
+    EXPECT_FALSE(at(Quantity::VAR)); // derived from an overloaded W
+    EXPECT_FALSE(at(Quantity::Hz));  // not measured yet
+    EXPECT_EQ(at(Quantity::KWh), 0.01);
+    r.Panel3D2[pa::live::kW] = "1000";
+    EXPECT_EQ(sampleFrom(r, energy, 7, true).value[static_cast<int>(Quantity::CostPerDay)], 12.0);
+}
+
+struct Recorder : ActionSink {
+    std::string got;
+    void bannerChanged() override { got += "banner "; }
+    void beep() override { got += "beep "; }
+    void mark(const Alarm&, const Event&) override { got += "mark "; }
+    void recordStart() override { got += "start "; }
+    void recordStop() override { got += "stop "; }
+    void run(const Alarm&, std::vector<std::string> args) override {
+        got += "run";
+        for (const auto& a : args)
+            got += "[" + a + "]";
+        got += " ";
+    }
+    void mqtt(int, const Alarm&, const Event&, std::string_view) override { got += "mqtt "; }
+    void announce(const std::string& line) override { got += "<" + line + "> "; }
+};
+
+TEST(AlarmActions, EachActionOncePerEventAndOneLogLineEach) {
+    const AlarmSet set = parsed("[motor, 1]\nquantity = W\nabove = 100\nactions = banner, beep, "
+                                "mark, log, record_start, record_stop, run, mqtt\n"
+                                "run = notify \"%n: %v%%\" %u %t %x\n");
+    pa::testing::TempFolder folder;
+    const std::string path = pa::datafile::utf8FromPath(folder.path() / "run-alarms.csv");
+    EXPECT_EQ(logPathBeside(pa::datafile::utf8FromPath(folder.path() / "run.txt")), path);
+    Recorder sink;
+    AlarmActions actions(set, sink);
+    ASSERT_EQ(actions.log().open(path), "");
+    const std::vector<Event> raised{{0, EventKind::Raised, 150.5, 1}};
+    actions.carryOut(raised, "T1");
+    EXPECT_EQ(sink.got, "<alarm raised: motor, 1 150.5 W T1> banner mark mqtt beep start stop "
+                        "run[notify][motor, 1: 150.5%][W][T1][%x] ");
+    sink.got.clear();
+    actions.carryOut({{0, EventKind::Cleared, 80, 2}, {0, EventKind::Acknowledged, 80, 3}}, "T2");
+    EXPECT_EQ(sink.got, "<alarm cleared: motor, 1 80 W T2> banner mark mqtt banner ");
+    // Reopened, the log keeps its lines and gets no second header.
+    ASSERT_EQ(actions.log().open(path), "");
+    EXPECT_EQ(pa::testing::readFile(path), "time,alarm,event,value,unit\n"
+                                           "T1,\"motor, 1\",raised,150.5,W\n"
+                                           "T2,\"motor, 1\",cleared,80,W\n"
+                                           "T2,\"motor, 1\",acknowledged,80,W\n");
+}
+
+} // namespace
