@@ -4,7 +4,6 @@
 #include "plot/line_reader.h"
 
 #include <algorithm>
-#include <bit>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -42,7 +41,10 @@ std::size_t commaCount(const char* p, std::size_t n) {
         const std::uint64_t x = word ^ kCommas; // a comma's byte becomes 0
         // The top bit of each byte that is not 0, exactly (no borrow between bytes).
         const std::uint64_t nonzero = ((x & kLow7) + kLow7) | x;
-        count += static_cast<std::size_t>(std::popcount(~nonzero & ~kLow7));
+        // One bit per comma, at the bottom of its byte; the multiplication adds the bytes up
+        // in the top one (a library call for popcount on processors without the instruction).
+        const std::uint64_t ones = (~nonzero & ~kLow7) >> 7;
+        count += static_cast<std::size_t>((ones * 0x0101010101010101ULL) >> 56);
     }
     for (; i < n; ++i)
         count += p[i] == ',';
@@ -397,24 +399,39 @@ std::string durationText(std::int64_t ms) {
 
 Entry RecordingReader::read(std::string_view line) {
     Entry e;
+    readInto(line, e);
+    return e;
+}
+
+void RecordingReader::readInto(std::string_view line, Entry& e) {
+    // Set back field by field: a whole new entry is cleared with a slow string instruction.
+    e.kind = EntryKind::Blank;
+    e.timeMs = 0;
+    e.record = {};
+    for (FieldValue& v : e.values)
+        v = {};
+    e.period = {};
+    e.hoursPerDay = e.cost = {};
+    e.overload = false;
+    e.problem.clear();
     e.lineNumber = ++lineNumber_;
     if (!line.empty() && line.back() == '\r')
         line.remove_suffix(1);
     const std::string_view text = trim(line);
     if (text.empty())
-        return e;
+        return;
     if (text.starts_with("No.s,")) {
         e.kind = EntryKind::Header;
-        return e;
+        return;
     }
     if (text.starts_with("No.,Date,Time")) {
         e.kind = EntryKind::Header;
         sawDownload_ = true;
         lastDownloadTimeMs_ = INT64_MIN;
         downloadDayOffset_ = 0;
-        return e;
+        return;
     }
-    std::string_view fields[kDataFields];
+    std::string_view* const fields = fields_; // not cleared for each line
     int n = kDataFields;
     if (!splitFixed(line, fields)) {
         n = splitFields(line, fields, kDataFields);
@@ -427,21 +444,20 @@ Entry RecordingReader::read(std::string_view line) {
     if (n == kDataFields && trim(fields[2]) == kLostNotice.substr(0, 6) &&
         trim(fields[3]).starts_with(kLostNotice.substr(8))) {
         readLost(fields, e);
-        return e;
+        return;
     }
     if (n == kDataFields) {
         readDataRecord(fields, e);
-        return e;
+        return;
     }
     if (n == kDownloadFields) {
         readDownloadRecord(fields, e);
-        return e;
+        return;
     }
     e.kind = EntryKind::Malformed;
     e.problem = "not a record, header or lost-communication line (" + std::to_string(n) +
                 " comma-separated fields; a record has " + std::to_string(kDataFields) +
                 ", a download record " + std::to_string(kDownloadFields) + ")";
-    return e;
 }
 
 namespace {
@@ -554,8 +570,9 @@ std::string readLines(plot::LineReader& lines, RecordingReader& reader,
                       const std::function<bool(const Entry&, std::uint64_t)>& each) {
     std::string_view head;
     std::uint64_t size = 0;
+    Entry e;
     while (lines.next(head, size)) {
-        Entry e = reader.read(head);
+        reader.readInto(head, e);
         if (size > head.size()) {
             e.kind = EntryKind::Malformed;
             e.problem = "a line of " + std::to_string(size) + " bytes, longer than any record";

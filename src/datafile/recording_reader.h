@@ -84,6 +84,8 @@ class RecordingReader {
 
     // Reads one line (without its line end). The entry's views point into the line.
     Entry read(std::string_view line);
+    // The same into an entry used again for each line (one of a long file).
+    void readInto(std::string_view line, Entry& e);
 
     // Lines read so far; skipLines counts lines that another reader read (a piece of the file
     // read on another thread), so that the numbers of the next ones stay right.
@@ -101,6 +103,7 @@ class RecordingReader {
     unsigned wanted_;
     std::uint64_t lineNumber_ = 0;
     bool sawDownload_ = false;
+    std::string_view fields_[12]; // the most fields a line is split into
     // A download's date never advances: a clock that goes back means the next day.
     std::int64_t downloadDayOffset_ = 0, lastDownloadTimeMs_ = INT64_MIN;
     // The last date text of a data file's record read, and its day.
