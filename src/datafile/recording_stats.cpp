@@ -168,7 +168,11 @@ void RecordingStats::add(const Entry& e) {
         whole_.energyKWh += kwh;
         groupAt(previousMs_).energyKWh += kwh;
     }
-    for (StatsGroup* g : {&whole_, &groupAt(e.timeMs)}) {
+    // Without groups the spare one would only take the same work again.
+    StatsGroup* const group = per_ == StatsPer::Whole ? nullptr : &groupAt(e.timeMs);
+    for (StatsGroup* g : {&whole_, group}) {
+        if (!g)
+            continue;
         touch(*g, e.timeMs);
         ++g->records;
         g->overloads += e.overload;
