@@ -417,23 +417,28 @@ void RecordingReader::readInto(std::string_view line, Entry& e) {
     e.lineNumber = ++lineNumber_;
     if (!line.empty() && line.back() == '\r')
         line.remove_suffix(1);
-    const std::string_view text = trim(line);
-    if (text.empty())
-        return;
-    if (text.starts_with("No.s,")) {
-        e.kind = EntryKind::Header;
-        return;
-    }
-    if (text.starts_with("No.,Date,Time")) {
-        e.kind = EntryKind::Header;
-        sawDownload_ = true;
-        lastDownloadTimeMs_ = INT64_MIN;
-        downloadDayOffset_ = 0;
-        return;
-    }
     std::string_view* const fields = fields_; // not cleared for each line
     int n = kDataFields;
-    if (!splitFixed(line, fields)) {
+    // A line of the recorder's layout is neither blank nor a download's header, and its first
+    // field tells whether it is the recording's header: the whole line need not be trimmed.
+    const bool fixed = splitFixed(line, fields);
+    if (!fixed || fields[0].ends_with("No.s")) {
+        const std::string_view text = trim(line);
+        if (text.empty())
+            return;
+        if (text.starts_with("No.s,")) {
+            e.kind = EntryKind::Header;
+            return;
+        }
+        if (text.starts_with("No.,Date,Time")) {
+            e.kind = EntryKind::Header;
+            sawDownload_ = true;
+            lastDownloadTimeMs_ = INT64_MIN;
+            downloadDayOffset_ = 0;
+            return;
+        }
+    }
+    if (!fixed) {
         n = splitFields(line, fields, kDataFields);
         // A record glued onto a line cut short (a power cut in the middle of a write) has more
         // fields than any line: it is reported, not read with its values in the wrong columns.
@@ -441,7 +446,10 @@ void RecordingReader::readInto(std::string_view line, Entry& e) {
             n += static_cast<int>(std::count(fields[n - 1].begin(), fields[n - 1].end(), ','));
     }
     // " mm-dd-yyyy,hh:mm:ss.s, NO COM, DATA LOST, !, ..."
-    if (n == kDataFields && trim(fields[2]) == kLostNotice.substr(0, 6) &&
+    // (A clock field ends in a digit: only a field that ends otherwise can hold the notice.)
+    const char last = n == kDataFields && !fields[2].empty() ? fields[2].back() : '\0';
+    const bool maybeLost = !fixed || last == 'M' || last == ' ' || last == '\t' || last == '\r';
+    if (n == kDataFields && maybeLost && trim(fields[2]) == kLostNotice.substr(0, 6) &&
         trim(fields[3]).starts_with(kLostNotice.substr(8))) {
         readLost(fields, e);
         return;
