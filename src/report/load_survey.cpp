@@ -6,6 +6,7 @@
 #include <bit>
 #include <cmath>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <numbers>
 
