@@ -57,6 +57,12 @@ std::string jsonNumber(const std::optional<double>& v) {
 }
 
 // Members of an object, one per line.
+// A JSON time stamp: milliseconds and the UTC offset of its date, as the CSV export writes.
+std::string jsonTime(std::int64_t ms) {
+    datafile::UtcOffsets offsets;
+    return jsonString(datafile::timestamp(ms, offsets));
+}
+
 class Object {
   public:
     explicit Object(std::string indent) : indent_(std::move(indent)) {}
@@ -70,7 +76,7 @@ class Object {
     Object& count(std::string_view name, std::uint64_t v) { return raw(name, std::to_string(v)); }
     Object& text(std::string_view name, const std::string& v) { return raw(name, jsonString(v)); }
     Object& time(std::string_view name, const std::optional<std::int64_t>& t) {
-        return raw(name, t ? jsonString(isoTime(*t)) : "null");
+        return raw(name, t ? jsonTime(*t) : "null");
     }
     std::string str() const { return "{" + body_ + "\n" + indent_ + "}"; }
 
@@ -90,14 +96,14 @@ std::string list(const std::vector<std::string>& items, const std::string& inden
 std::string timedJson(const std::optional<TimedValue>& t, const char* unit) {
     if (!t)
         return "null";
-    return "{\"start\": " + jsonString(isoTime(t->timeMs)) + ", \"" + unit +
+    return "{\"start\": " + jsonTime(t->timeMs) + ", \"" + unit +
            "\": " + jsonNumber(t->value) + "}";
 }
 
 std::string runsJson(const std::vector<VoltageRun>& runs, const std::string& indent) {
     std::vector<std::string> items;
     for (const VoltageRun& r : runs)
-        items.push_back("{\"start\": " + jsonString(isoTime(r.startMs)) + ", \"seconds\": " +
+        items.push_back("{\"start\": " + jsonTime(r.startMs) + ", \"seconds\": " +
                         jsonNumber(r.seconds) + ", \"extreme\": " + jsonNumber(r.extreme) + "}");
     return list(items, indent);
 }
