@@ -35,7 +35,7 @@ TEST(ReportCli, JsonAndPdfInBothLanguages) {
     QProcess python;
     python.start("python3", {"-c", "import json,sys; d=json.load(sys.stdin); "
                                    "print(d['demand']['intervals'], d['period']['records'], "
-                                   "d['period']['first'][-13:])"});
+                                   "d['period']['first'][-18:])"});
     python.write(p->readAllStandardOutput());
     python.closeWriteChannel();
     python.waitForFinished();
