@@ -7,6 +7,7 @@
 #include "datafile/recording_stats.h"
 #include "report/load_survey.h"
 #include "report/survey_format.h"
+#include "text/escaped_text.h"
 
 #include "scratch_file.h"
 
@@ -39,7 +40,8 @@ bool validUtf8(const std::string& s) {
             ++i;
             continue;
         }
-        const std::size_t n = pa::report::utf8Length(std::string_view(s).substr(i));
+        char32_t cp = 0;
+        const std::size_t n = pa::text::utf8Sequence(std::string_view(s).substr(i), cp);
         if (n == 0)
             return false;
         i += n;

@@ -1,5 +1,7 @@
 #include "alarms/AlarmEditor.h"
 
+#include "datafile/output_file.h"
+
 #include "datafile/data_folder.h"
 #include "ui/CaptionText.h"
 
@@ -109,11 +111,10 @@ bool AlarmEditor::load(const std::string& path) {
 
 bool AlarmEditor::saveTo(const std::string& path) {
     const QByteArray bytes = text_->toPlainText().toUtf8();
-    std::ofstream out(datafile::pathFromUtf8(path), std::ios::binary | std::ios::trunc);
-    out.write(bytes.constData(), bytes.size());
-    out.close();
-    if (!out) {
-        ui_.message(captionText(Caption::TrendCannotSave, language_).toStdString() + ": " + path,
+    // Whole or not at all: a failed save leaves the old set as it was.
+    if (const std::string error = datafile::writeWholeFile(path, bytes.toStdString());
+        !error.empty()) {
+        ui_.message(captionText(Caption::TrendCannotSave, language_).toStdString() + ": " + error,
                     "", app::Icon::Exclamation);
         return false;
     }

@@ -3,6 +3,7 @@
 #include "datafile/data_folder.h"
 #include "text/number_text.h"
 
+#include <cerrno>
 #include <filesystem>
 
 #ifdef _WIN32
@@ -46,9 +47,17 @@ void AlarmLog::close() {
 std::string AlarmLog::open(const std::string& path) {
     close();
     path_ = path;
+    // A pipe would hold the live cycle in open() until a reader came; a folder or socket
+    // takes no lines. Devices do (/dev/null).
+    std::error_code ec;
+    const auto kind = std::filesystem::status(datafile::pathFromUtf8(path), ec).type();
+    if (kind != std::filesystem::file_type::not_found &&
+        kind != std::filesystem::file_type::regular &&
+        kind != std::filesystem::file_type::character)
+        return "cannot write the alarm log " + path + ": it is not a regular file";
     file_ = openForAppend(path);
     if (!file_)
-        return "cannot write the alarm log " + path;
+        return "cannot write the alarm log " + path + ": " + datafile::systemReason(errno);
     std::fseek(file_, 0, SEEK_END);
     if (std::ftell(file_) == 0) {
         static constexpr char kHeader[] = "time,alarm,event,value,unit\n";

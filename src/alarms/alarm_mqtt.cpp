@@ -1,5 +1,7 @@
 #include "alarms/alarm_mqtt.h"
 
+#include "text/escaped_text.h"
+
 #include "live/mqtt_messages.h"
 #include "text/number_text.h"
 
@@ -20,25 +22,6 @@ std::string plain(std::string_view text, bool lower) {
         out += keep ? c : '_';
     }
     return out;
-}
-
-void appendString(std::string& out, std::string_view text) {
-    static constexpr char kHex[] = "0123456789abcdef";
-    out += '"';
-    for (const char c : text) {
-        const auto u = static_cast<unsigned char>(c);
-        if (c == '"' || c == '\\') {
-            out += '\\';
-            out += c;
-        } else if (u < 0x20) {
-            out += "\\u00";
-            out += kHex[u >> 4];
-            out += kHex[u & 15];
-        } else {
-            out += c;
-        }
-    }
-    out += '"';
 }
 
 } // namespace
@@ -69,22 +52,22 @@ std::string binarySensorConfig(const Alarm& alarm, const AlarmTopics& topics,
     const std::string node = plain(prefix, false);
     const std::string id = node + "_" + topics.slug;
     std::string p = "{\"name\":";
-    appendString(p, "Alarm " + alarm.name);
+    text::appendJsonString(p, "Alarm " + alarm.name);
     p += ",\"unique_id\":";
-    appendString(p, id);
+    text::appendJsonString(p, id);
     p += ",\"default_entity_id\":";
-    appendString(p, "binary_sensor." + id);
+    text::appendJsonString(p, "binary_sensor." + id);
     p += ",\"device_class\":\"problem\",\"payload_on\":\"ON\",\"payload_off\":\"OFF\"";
     p += ",\"state_topic\":";
-    appendString(p, topics.state);
+    text::appendJsonString(p, topics.state);
     p += ",\"json_attributes_topic\":";
-    appendString(p, topics.attributes);
+    text::appendJsonString(p, topics.attributes);
     p += ",\"availability_topic\":";
-    appendString(p, live::topicsFor(prefix).availability);
+    text::appendJsonString(p, live::topicsFor(prefix).availability);
     p += ",\"device\":{\"identifiers\":[";
-    appendString(p, node);
+    text::appendJsonString(p, node);
     p += "],\"name\":";
-    appendString(p, "Power Analyzer " + std::string(prefix));
+    text::appendJsonString(p, "Power Analyzer " + std::string(prefix));
     p += ",\"model\":\"single-phase power analyzer\"}}";
     return p;
 }
@@ -93,9 +76,9 @@ std::string attributesJson(double value, std::string_view unit, std::string_view
     std::string p = "{\"value\":";
     p += std::isfinite(value) ? text::shortestGeneral(value, 10) : std::string("null");
     p += ",\"unit\":";
-    appendString(p, unit);
+    text::appendJsonString(p, unit);
     p += ",\"time\":";
-    appendString(p, time);
+    text::appendJsonString(p, time);
     return p + "}";
 }
 

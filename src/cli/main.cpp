@@ -3,7 +3,7 @@
 #include "app/file_size_signal.h"
 #include "cli/commands.h"
 #include "datafile/data_folder.h"
-#include "text/printable_text.h"
+#include "text/escaped_text.h"
 
 #include <QApplication>
 #include <QCoreApplication>

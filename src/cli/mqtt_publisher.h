@@ -108,8 +108,8 @@ class MqttPublisher {
 
     std::atomic<bool> connected_{false}, answered_{false}, stop_{false}, threadEnded_{false};
     std::atomic<bool> answering_{true};
-    std::string tlsError_; // the network thread's: the TLS library's last complaint
-    std::mutex retainedLock_;                      // guards what follows
+    std::string tlsError_;    // the network thread's: the TLS library's last complaint
+    std::mutex retainedLock_; // guards what follows
     std::map<std::string, std::string> retained_; // topic -> latest payload (alarms)
 };
 

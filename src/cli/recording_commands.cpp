@@ -13,7 +13,7 @@
 #include "cmdline/command_options.h"
 #include "datafile/csv_export.h"
 #include "datafile/recording_stats.h"
-#include "text/printable_text.h"
+#include "text/escaped_text.h"
 #include "report/SurveyPdf.h"
 #include "report/load_survey.h"
 

@@ -268,6 +268,10 @@ std::string parseRecord(const Args& args, RecordOptions& o) {
         return "give either --port PATH or --simulate";
     if (o.out.empty())
         return "give the file to record into with --out FILE";
+    // The recording is a file opened and closed around each line; its lines are echoed on
+    // standard output anyway.
+    if (o.out == "-")
+        return "--out - : record writes a file (its lines are echoed on standard output)";
     if (o.alarms.file.empty() && !o.alarms.log.empty())
         return "--alarm-log needs --alarms FILE";
     return "";

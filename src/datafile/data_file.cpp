@@ -2,7 +2,7 @@
 
 #include "datafile/data_folder.h"
 #include "text/mask_format.h"
-#include "text/printable_text.h"
+#include "text/escaped_text.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,5 +1,7 @@
 #include "datafile/recording_stats.h"
 
+#include "text/escaped_text.h"
+
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -40,44 +42,28 @@ std::string seconds(std::int64_t ms) {
     return num(static_cast<double>(ms) / 1000);
 }
 
-std::string jsonText(std::string_view s) {
-    std::string out = "\"";
-    for (char c : s) {
-        if (c == '"' || c == '\\')
-            out += '\\';
-        if (static_cast<unsigned char>(c) < 0x20) {
-            char buffer[8];
-            std::snprintf(buffer, sizeof buffer, "\\u%04x", c);
-            out += buffer;
-            continue;
-        }
-        out += c;
-    }
-    return out + "\"";
-}
-
 std::string jsonGroup(const StatsGroup& g, std::optional<double> price, const std::string& indent,
                       UtcOffsets& offsets) {
     auto isoTime = [&](std::int64_t ms) { return timestamp(ms, offsets); };
     const bool any = g.records + g.lostLines > 0;
     std::string out = "{\n";
     auto field = [&](const std::string& name, const std::string& value, bool last = false) {
-        out += indent + "  " + jsonText(name) + ": " + value + (last ? "\n" : ",\n");
+        out += indent + "  " + text::jsonString(name) + ": " + value + (last ? "\n" : ",\n");
     };
     field("records", std::to_string(g.records));
     field("overloads", std::to_string(g.overloads));
     field("lost_lines", std::to_string(g.lostLines));
     field("lost_seconds", seconds(g.lostMs));
-    field("first", any ? jsonText(isoTime(g.firstMs)) : "null");
-    field("last", any ? jsonText(isoTime(g.lastMs)) : "null");
+    field("first", any ? text::jsonString(isoTime(g.firstMs)) : "null");
+    field("last", any ? text::jsonString(isoTime(g.lastMs)) : "null");
     for (int i = 0; i < 4; ++i) {
         const QuantityStats& q = g.quantities[i];
         std::string v = "{\"count\": " + std::to_string(q.count);
         if (q.count > 0)
             v += ", \"min\": " + num(q.minimum) +
-                 ", \"min_time\": " + jsonText(isoTime(q.minimumTimeMs)) +
+                 ", \"min_time\": " + text::jsonString(isoTime(q.minimumTimeMs)) +
                  ", \"max\": " + num(q.maximum) +
-                 ", \"max_time\": " + jsonText(isoTime(q.maximumTimeMs)) +
+                 ", \"max_time\": " + text::jsonString(isoTime(q.maximumTimeMs)) +
                  ", \"mean\": " + num(q.mean) + ", \"sd\": " + num(q.standardDeviation());
         field(kStatsNames[i], v + "}");
     }
@@ -393,7 +379,7 @@ std::string statsCsv(const RecordingStats& s, std::optional<double> price) {
 std::string statsJson(const std::string& file, const RecordingStats& s,
                       std::optional<double> price) {
     UtcOffsets offsets;
-    std::string out = "{\n  \"file\": " + jsonText(file) +
+    std::string out = "{\n  \"file\": " + text::jsonString(file) +
                       ",\n  \"malformed_lines\": " + std::to_string(s.malformedLines()) + ",\n";
     if (price)
         out += "  \"price_per_kWh\": " + num(*price) + ",\n";
@@ -405,8 +391,8 @@ std::string statsJson(const std::string& file, const RecordingStats& s,
             out += first ? "\n    " : ",\n    ";
             first = false;
             std::string group = jsonGroup(g, price, "    ", offsets);
-            out +=
-                "{\"scope\": " + jsonText(groupName(s.per(), key)) + ", \"stats\": " + group + "}";
+            out += "{\"scope\": " + text::jsonString(groupName(s.per(), key)) +
+                   ", \"stats\": " + group + "}";
         }
         out += "\n  ]";
     }

@@ -1,5 +1,7 @@
 #include "live/mqtt_messages.h"
 
+#include "text/escaped_text.h"
+
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -8,31 +10,14 @@
 namespace pa::live {
 namespace {
 
+using text::appendJsonString;
+
 std::string_view trimmed(std::string_view text) {
     while (!text.empty() && text.front() == ' ')
         text.remove_prefix(1);
     while (!text.empty() && text.back() == ' ')
         text.remove_suffix(1);
     return text;
-}
-
-void appendJsonString(std::string& out, std::string_view text) {
-    static constexpr char kHex[] = "0123456789abcdef";
-    out += '"';
-    for (const char c : text) {
-        const auto u = static_cast<unsigned char>(c);
-        if (c == '"' || c == '\\') {
-            out += '\\';
-            out += c;
-        } else if (u < 0x20) {
-            out += "\\u00";
-            out += kHex[u >> 4];
-            out += kHex[u & 15];
-        } else {
-            out += c; // UTF-8 passes unchanged
-        }
-    }
-    out += '"';
 }
 
 void appendJsonNumber(std::string& out, std::optional<double> value) {

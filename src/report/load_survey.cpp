@@ -6,6 +6,7 @@
 #include <bit>
 #include <cmath>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <numbers>
 
@@ -541,10 +542,10 @@ std::string gatherSurvey(const std::vector<std::string>& files, const SurveyOpti
                    " begins at " + datafile::isoTime(*span.firstMs) +
                    ", before the other ends at " + datafile::isoTime(*lastMs) + ")";
         using namespace datafile;
-        // A download's records always have their four values; a data file's current is not
-        // needed (its VA is there).
+        // A download's records always have their four values; a data file's VAR is there (a
+        // record whose VAR is an overload has no VA to take it from either).
         RecordingReader reader(options.downloadYear,
-                               1u << kQW | 1u << kQPF | 1u << kQV | 1u << kQVA | 1u << kQVAR);
+                               1u << kQW | 1u << kQPF | 1u << kQV | 1u << kQVAR);
         std::uint64_t lines = 0;
         const std::string error =
             datafile::readRecording(span.path, reader, [&](const Entry& e, std::uint64_t position) {

@@ -17,20 +17,4 @@ std::string fixed(double value, int decimals) {
     return text;
 }
 
-std::size_t utf8Length(std::string_view s) {
-    const auto c = static_cast<unsigned char>(s[0]);
-    const std::size_t n = c >= 0xF0 && c < 0xF5 ? 4 : c >= 0xE0 ? 3 : c >= 0xC2 && c < 0xE0 ? 2 : 0;
-    if (n == 0 || s.size() < n || c >= 0xF5)
-        return 0;
-    for (std::size_t i = 1; i < n; ++i)
-        if ((static_cast<unsigned char>(s[i]) & 0xC0) != 0x80)
-            return 0;
-    // No overlong forms, surrogates or code points past U+10FFFF.
-    const auto c1 = static_cast<unsigned char>(s[1]);
-    if ((c == 0xE0 && c1 < 0xA0) || (c == 0xED && c1 >= 0xA0) || (c == 0xF0 && c1 < 0x90) ||
-        (c == 0xF4 && c1 >= 0x90))
-        return 0;
-    return n;
-}
-
 } // namespace pa::report

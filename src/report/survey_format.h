@@ -8,8 +8,6 @@ namespace pa::report {
 
 // The value with `decimals` digits after the point, whatever the locale ("-0.0" never).
 std::string fixed(double value, int decimals);
-// The length of the UTF-8 sequence s begins with, or 0 when it begins with none.
-std::size_t utf8Length(std::string_view s);
 
 inline constexpr std::string_view kVoltageNote =
     "indicative: the instrument's readings are not IEC 61000-4-30 class A or S";

@@ -1,12 +1,15 @@
 // The load survey as plain text and as JSON.
 #include "report/load_survey.h"
 #include "report/survey_format.h"
+#include "text/escaped_text.h"
 
 #include <charconv>
 #include <cmath>
 
 namespace pa::report {
 namespace {
+
+using text::jsonString;
 
 using datafile::isoDay;
 using datafile::isoTime;
@@ -16,34 +19,6 @@ constexpr const char* kNotEnough = "not enough data";
 // ---- JSON ----
 
 // A JSON string: control characters escaped, bytes that are not UTF-8 replaced by U+FFFD.
-std::string jsonString(std::string_view s) {
-    std::string out = "\"";
-    for (std::size_t i = 0; i < s.size();) {
-        const auto c = static_cast<unsigned char>(s[i]);
-        if (c < 0x80) {
-            if (c == '"' || c == '\\')
-                out += '\\', out += static_cast<char>(c);
-            else if (c < 0x20) {
-                static constexpr char hex[] = "0123456789abcdef";
-                out += "\\u00";
-                out += hex[c >> 4], out += hex[c & 15];
-            } else
-                out += static_cast<char>(c);
-            ++i;
-            continue;
-        }
-        const std::size_t n = utf8Length(s.substr(i));
-        if (n == 0) {
-            out += "\xEF\xBF\xBD";
-            ++i;
-            continue;
-        }
-        out.append(s.substr(i, n));
-        i += n;
-    }
-    return out + "\"";
-}
-
 std::string jsonNumber(double v) {
     if (!std::isfinite(v))
         return "null";
@@ -57,6 +32,12 @@ std::string jsonNumber(const std::optional<double>& v) {
 }
 
 // Members of an object, one per line.
+// A JSON time stamp: milliseconds and the UTC offset of its date, as the CSV export writes.
+std::string jsonTime(std::int64_t ms) {
+    datafile::UtcOffsets offsets;
+    return jsonString(datafile::timestamp(ms, offsets));
+}
+
 class Object {
   public:
     explicit Object(std::string indent) : indent_(std::move(indent)) {}
@@ -70,7 +51,7 @@ class Object {
     Object& count(std::string_view name, std::uint64_t v) { return raw(name, std::to_string(v)); }
     Object& text(std::string_view name, const std::string& v) { return raw(name, jsonString(v)); }
     Object& time(std::string_view name, const std::optional<std::int64_t>& t) {
-        return raw(name, t ? jsonString(isoTime(*t)) : "null");
+        return raw(name, t ? jsonTime(*t) : "null");
     }
     std::string str() const { return "{" + body_ + "\n" + indent_ + "}"; }
 
@@ -90,14 +71,14 @@ std::string list(const std::vector<std::string>& items, const std::string& inden
 std::string timedJson(const std::optional<TimedValue>& t, const char* unit) {
     if (!t)
         return "null";
-    return "{\"start\": " + jsonString(isoTime(t->timeMs)) + ", \"" + unit +
-           "\": " + jsonNumber(t->value) + "}";
+    return "{\"start\": " + jsonTime(t->timeMs) + ", \"" + unit + "\": " + jsonNumber(t->value) +
+           "}";
 }
 
 std::string runsJson(const std::vector<VoltageRun>& runs, const std::string& indent) {
     std::vector<std::string> items;
     for (const VoltageRun& r : runs)
-        items.push_back("{\"start\": " + jsonString(isoTime(r.startMs)) + ", \"seconds\": " +
+        items.push_back("{\"start\": " + jsonTime(r.startMs) + ", \"seconds\": " +
                         jsonNumber(r.seconds) + ", \"extreme\": " + jsonNumber(r.extreme) + "}");
     return list(items, indent);
 }

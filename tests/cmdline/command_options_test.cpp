@@ -30,6 +30,7 @@ TEST(CommandOptions, RefusalsNameTheOptionAndWhatItTakes) {
         {"monitor", {"--simulate", "--alarm-log", "a.csv"}, "--alarm-log needs --alarms FILE"},
         {"monitor", {"--simulate", "--alarms"}, "--alarms needs a file"},
         {"record", {"--simulate"}, "give the file to record into with --out FILE"},
+        {"record", {"--simulate", "--out", "-"}, "--out - : record writes a file"},
         {"record", {"--simulate", "--out", "a", "--alarms", ""}, "--alarms needs a file"},
         {"record",
          {"--simulate", "--out", "a", "--hours", "5\r\nFAKE, 1, 2, 3"},

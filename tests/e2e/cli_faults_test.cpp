@@ -210,6 +210,10 @@ TEST(CliFaults, OutputsThatCannotBeWrittenOrReplacedEndWithTheReason) {
         EXPECT_NE(r.err.find(c.error), std::string::npos) << r.err;
     }
     EXPECT_TRUE(fs::is_character_file("/dev/null")) << "a device is written, never replaced";
+    // "-" is standard output, for a chart as for a CSV.
+    const CliRun png = runCli({"plot", q(rec), "--png", "-"});
+    EXPECT_EQ(png.exitCode, 0) << png.err;
+    EXPECT_EQ(png.out.substr(0, 4), "\x89PNG");
     EXPECT_EQ(std::vector<fs::path>(fs::directory_iterator(folder.path()), {}).size(), 1u)
         << "no temporary file left";
 }

@@ -184,6 +184,30 @@ TEST(Cli, ExportReadBackByPythonCsv) {
         << r.out.toStdString();
 }
 
+TEST(Cli, JsonIsValidUtf8ForAFileWithALatin1Name) {
+    if (!havePython())
+        GTEST_SKIP() << "python3 is not installed (./dev.sh test installs it as root)";
+    QTemporaryDir dir;
+    const QString data = writeRecording(dir);
+    // Python hands the name over as the bytes a Latin-1 system writes: "café" with 0xE9.
+    const char* script =
+        "import json, os, shutil, subprocess, sys\n"
+        "cli, data, folder = sys.argv[1:4]\n"
+        "name = os.path.join(os.fsencode(folder), b'caf\\xe9.txt')\n"
+        "shutil.copyfile(data, name)\n"
+        "for args in (['stats', name, '--format', 'json'], ['report', name, '--format', 'json']):\n"
+        "    out = subprocess.run([cli] + args, capture_output=True).stdout\n"
+        "    d = json.loads(out.decode('utf-8'))\n"
+        "    print(args[0], ascii(d.get('file') or d['files'][0]))\n"
+        "os.remove(name)\n"; // Qt cannot name it to remove it with the folder
+    const ProgramRun r = run("python3", {"-c", script, PA_CLI_PROGRAM, data, dir.path()});
+    EXPECT_EQ(r.status, 0) << r.err.toStdString();
+    // The name's stray byte comes back as U+FFFD; before, the JSON did not parse.
+    for (const char* command : {"stats", "report"})
+        EXPECT_TRUE(r.out.contains(QString(command) + " '" + dir.path() + "/caf\\ufffd.txt'"))
+            << r.out.toStdString();
+}
+
 TEST(Cli, ExportOpensAsNumbersInLibreOffice) {
     const QString soffice = QStandardPaths::findExecutable("soffice");
     if (soffice.isEmpty() || !havePython())

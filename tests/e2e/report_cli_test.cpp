@@ -34,11 +34,13 @@ TEST(ReportCli, JsonAndPdfInBothLanguages) {
     ASSERT_EQ(p->exitCode(), 0) << p->readAllStandardError().toStdString();
     QProcess python;
     python.start("python3", {"-c", "import json,sys; d=json.load(sys.stdin); "
-                                   "print(d['demand']['intervals'], d['period']['records'])"});
+                                   "print(d['demand']['intervals'], d['period']['records'], "
+                                   "d['period']['first'][-18:])"});
     python.write(p->readAllStandardOutput());
     python.closeWriteChannel();
     python.waitForFinished();
-    EXPECT_EQ(python.readAllStandardOutput(), "1 1200\n"); // 08:00 to 08:20: one whole interval
+    // 08:00 to 08:20: one whole interval; times with milliseconds and the UTC offset
+    EXPECT_EQ(python.readAllStandardOutput(), "1 1200 08:00:00.000+00:00\n");
 
     for (const QString lang : {"en", "zh"}) {
         const QString pdf = dir.filePath("report-" + lang + ".pdf");

@@ -225,6 +225,11 @@ std::vector<Case> cases() {
         "2,11-15,23:59:30.0,500.0,0.5,200.0,5.0", "3,11-15,00:00:00.0,500.0,0.5,200.0,5.0",
         "4,11-15,00:00:30.0,500.0,0.5,200.0,5.0"};
     const double downloadVar = std::sqrt(1000.0 * 1000 - 500 * 500);
+    // 1000 W held over six years (2192 days) with no line between: one day entry, not 2192.
+    const std::int64_t y2020 = pa::datafile::daysFromCivil(2020, 1, 1) * kDay;
+    std::vector<std::string> gap = {pa::datafile::headerLine("month"),
+                                    dataLine({y2020, 1000, 1, 230, 0}),
+                                    dataLine({y2020 + 2192 * kDay, 1000, 1, 230, 0})};
     return {
         {"one file", {dataFile(ev, 0, ev.size())}, priced, eveningFigures},
         // Daily files given in reverse order: the same recording.
@@ -265,6 +270,10 @@ std::vector<Case> cases() {
           {"uF_max", shortestGeneral(neededUF(500, downloadVar, 200), 4)},
           {"dips", "1"},
           {"dip0", "2026-11-15T23:59:00 90 s 200 V"}}},
+        {"a gap of years",
+         {gap},
+         {},
+         {{"days", "2"}, {"kWh", "5.261e+04"}, {"day0.kWh", "5.261e+04"}}},
     };
 }
 

@@ -1,5 +1,5 @@
+#include "text/escaped_text.h"
 #include "text/number_text.h"
-#include "text/printable_text.h"
 
 #include <gtest/gtest.h>
 
@@ -69,4 +69,19 @@ TEST(Printable, ShowsControlsAndBrokenBytesWithoutSendingThem) {
     };
     for (const auto& c : cases)
         EXPECT_EQ(pa::text::printable(c.in), c.shown) << c.shown;
+}
+
+TEST(JsonString, EveryOutputIsValidUtf8Json) {
+    const struct {
+        std::string_view in, json;
+    } cases[] = {
+        {"230.5 V", R"("230.5 V")"},
+        {"a\"b\\c", R"("a\"b\\c")"},
+        {"line\r\n\x1b", R"("line\u000d\u000a\u001b")"},
+        {std::string_view("\0", 1), R"("\u0000")"},
+        {"caf\xe9.txt", "\"caf\xEF\xBF\xBD.txt\""}, // a Latin-1 name
+        {"月.txt", "\"月.txt\""},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(pa::text::jsonString(c.in), c.json) << c.json;
 }

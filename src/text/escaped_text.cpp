@@ -1,4 +1,4 @@
-#include "text/printable_text.h"
+#include "text/escaped_text.h"
 
 namespace pa::text {
 namespace {
@@ -11,8 +11,9 @@ void appendEscaped(std::string& out, std::string_view bytes) {
     }
 }
 
-// The length of the UTF-8 sequence at the start of s and its code point; 0 when it is not one.
-std::size_t sequence(std::string_view s, char32_t& cp) {
+} // namespace
+
+std::size_t utf8Sequence(std::string_view s, char32_t& cp) {
     const auto b0 = static_cast<unsigned char>(s[0]);
     std::size_t length = b0 < 0x80                 ? 1
                          : b0 >= 0xC2 && b0 < 0xE0 ? 2
@@ -35,14 +36,12 @@ std::size_t sequence(std::string_view s, char32_t& cp) {
     return length;
 }
 
-} // namespace
-
 std::string printable(std::string_view text) {
     std::string out;
     out.reserve(text.size());
     while (!text.empty()) {
         char32_t cp = 0;
-        const std::size_t n = sequence(text, cp);
+        const std::size_t n = utf8Sequence(text, cp);
         const bool control = cp < 0x20 || (cp >= 0x7F && cp < 0xA0);
         if (n == 0)
             appendEscaped(out, text.substr(0, 1));
@@ -52,6 +51,35 @@ std::string printable(std::string_view text) {
             out.append(text.substr(0, n));
         text.remove_prefix(n == 0 ? 1 : n);
     }
+    return out;
+}
+
+void appendJsonString(std::string& out, std::string_view text) {
+    static constexpr char kHex[] = "0123456789abcdef";
+    out += '"';
+    while (!text.empty()) {
+        char32_t cp = 0;
+        const std::size_t n = utf8Sequence(text, cp);
+        if (n == 0) {
+            out += "\xEF\xBF\xBD"; // U+FFFD
+        } else if (cp == '"' || cp == '\\') {
+            out += '\\';
+            out += static_cast<char>(cp);
+        } else if (cp < 0x20) {
+            out += "\\u00";
+            out += kHex[cp >> 4];
+            out += kHex[cp & 15];
+        } else {
+            out.append(text.substr(0, n));
+        }
+        text.remove_prefix(n == 0 ? 1 : n);
+    }
+    out += '"';
+}
+
+std::string jsonString(std::string_view text) {
+    std::string out;
+    appendJsonString(out, text);
     return out;
 }
 
