@@ -77,7 +77,8 @@ TEST(RecordingPieces, ThreadsAndCutsChangeNothing) {
     std::ofstream(files[0], std::ios::binary) << hostile();
 #ifdef PA_MAKE_SEEDS
     const fs::path seeds = dir.path() / "seeds";
-    ASSERT_EQ(std::system((std::string(PA_MAKE_SEEDS) + " " + seeds.string()).c_str()), 0);
+    const std::string command = "\"" PA_MAKE_SEEDS "\" \"" + seeds.string() + "\"";
+    ASSERT_EQ(std::system(command.c_str()), 0);
     std::string all;
     for (const char* target : {"recording_export_fuzz", "report_survey_fuzz", "plot_file_fuzz"})
         for (const auto& seed : fs::directory_iterator(seeds / target)) {
