@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cstring>
 #include <filesystem>
+#include <vector>
 
 namespace pa::datafile {
 namespace {
@@ -15,7 +16,6 @@ constexpr const char* kColumns[] = {"time",          "record", "W",     "PF",  "
                                     "angle_deg",     "VA",     "VAR",   "kWh", "est_kWh", "period",
                                     "hours_per_day", "cost",   "status"};
 constexpr std::size_t kFlushBytes = 1 << 20;
-constexpr std::uint64_t kProgressEveryLines = 1 << 16;
 
 // A number as the recording wrote it when that is already plain decimal notation (a "0" put
 // before a leading point); otherwise (an exponent) in fixed notation with the fewest digits
@@ -115,49 +115,62 @@ std::string csvHeader(char separator) {
 std::string exportCsv(const std::string& inPath, OutputFile& out, const ExportOptions& options,
                       ExportSummary& summary, const ExportCallbacks& callbacks) {
     const std::int64_t length = plot::fileLength(inPath);
-    RecordingReader reader(options.downloadYear);
-    UtcOffsets offsets;
-    std::string buffer = csvHeader(options.separator) + "\r\n";
-    buffer.reserve(kFlushBytes + 4096);
-    auto flush = [&] {
-        const bool ok = out.write(buffer);
-        buffer.clear();
-        return ok;
+    // Each piece's rows are made on a thread of its own and written in the file's order.
+    struct Piece {
+        std::string rows;
+        ExportSummary summary;
+        UtcOffsets offsets;
     };
+    std::vector<Piece> pieces(pieceSlots(options.pieces));
+    auto piece = [&](std::size_t i) -> Piece& { return pieces[i % pieces.size()]; };
     std::string stopped;
+    if (!out.write(csvHeader(options.separator) + "\r\n"))
+        stopped = out.error();
     const std::string error =
-        readRecording(inPath, reader, [&](const Entry& e, std::uint64_t position) {
-            ++summary.lines;
-            switch (e.kind) {
-            case EntryKind::Record:
-                ++summary.records;
-                summary.overloads += e.overload;
-                appendRow(buffer, e, options.separator, offsets);
-                break;
-            case EntryKind::LostCommunication:
-                ++summary.lostLines;
-                appendRow(buffer, e, options.separator, offsets);
-                break;
-            case EntryKind::Malformed:
-                ++summary.malformed;
-                if (callbacks.problem)
-                    callbacks.problem(e);
-                break;
-            default:
-                break;
-            }
-            if (buffer.size() >= kFlushBytes && !flush())
-                stopped = out.error();
-            else if (callbacks.progress && summary.lines % kProgressEveryLines == 0 &&
-                     !callbacks.progress(position, static_cast<std::uint64_t>(length)))
-                stopped = "export cancelled";
-            return stopped.empty();
-        });
+        !stopped.empty()
+            ? ""
+            : readInPieces(
+                  inPath, options.downloadYear, RecordingReader::kAllQuantities, options.pieces,
+                  {[&](std::size_t i) {
+                       Piece& p = piece(i);
+                       p.rows.clear();
+                       p.summary = {};
+                   },
+                   [&](std::size_t i, const Entry& e) {
+                       Piece& p = piece(i);
+                       ++p.summary.lines;
+                       if (e.kind == EntryKind::Record) {
+                           ++p.summary.records;
+                           p.summary.overloads += e.overload;
+                           appendRow(p.rows, e, options.separator, p.offsets);
+                       } else if (e.kind == EntryKind::LostCommunication) {
+                           ++p.summary.lostLines;
+                           appendRow(p.rows, e, options.separator, p.offsets);
+                       } else if (e.kind == EntryKind::Malformed) {
+                           ++p.summary.malformed;
+                       }
+                   },
+                   [&](std::size_t i, std::uint64_t position) {
+                       Piece& p = piece(i);
+                       summary.lines += p.summary.lines;
+                       summary.records += p.summary.records;
+                       summary.overloads += p.summary.overloads;
+                       summary.lostLines += p.summary.lostLines;
+                       summary.malformed += p.summary.malformed;
+                       if (!out.write(p.rows))
+                           stopped = out.error();
+                       else if (callbacks.progress &&
+                                !callbacks.progress(position, static_cast<std::uint64_t>(length)))
+                           stopped = "export cancelled";
+                       if (p.rows.capacity() > 2 * kFlushBytes)
+                           std::string().swap(p.rows); // a piece of long lines
+                       return stopped.empty();
+                   },
+                   callbacks.problem});
     if (!error.empty() || !stopped.empty()) {
         out.abandon(error.empty() ? stopped : error);
         return out.error();
     }
-    flush();
     return out.commit();
 }
 

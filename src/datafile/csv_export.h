@@ -12,6 +12,7 @@
 // With ";" as separator the numbers take a decimal comma: the form that spreadsheets of
 // decimal-comma countries open directly. The file is read line by line; memory stays flat
 // whatever its length.
+#include "datafile/recording_pieces.h"
 #include "datafile/recording_reader.h"
 
 #include <cstdint>
@@ -23,6 +24,8 @@ namespace pa::datafile {
 struct ExportOptions {
     char separator = ','; // ',' or ';' (then with decimal commas)
     int downloadYear = 2026;
+    // A long file is read on all cores, a megabyte at a time; the rows come out in order.
+    PieceOptions pieces{0, 1 << 20};
 };
 
 struct ExportSummary {

@@ -26,6 +26,52 @@ constexpr int kDataFields = 12;
 // A download line: number, date, time, watts, PF, volts, amps.
 constexpr int kDownloadFields = 7;
 
+// Where the recorder puts the eleven commas of a record line (0-based bytes): its fields have
+// fixed widths, so a line of plain ASCII text is split without looking for them.
+constexpr int kFixedCommas[kDataFields - 1] = {10, 22, 33, 42, 51, 60, 69, 81, 93, 107, 121};
+
+// The number of commas in n bytes, eight at a time: a recorder's line is checked for commas
+// inside its fields in a few steps instead of one call per field.
+std::size_t commaCount(const char* p, std::size_t n) {
+    constexpr std::uint64_t kCommas = 0x2c2c2c2c2c2c2c2cULL, kLow7 = 0x7f7f7f7f7f7f7f7fULL;
+    std::size_t count = 0, i = 0;
+    for (; i + 8 <= n; i += 8) {
+        std::uint64_t word;
+        std::memcpy(&word, p + i, 8);
+        const std::uint64_t x = word ^ kCommas; // a comma's byte becomes 0
+        // The top bit of each byte that is not 0, exactly (no borrow between bytes).
+        const std::uint64_t nonzero = ((x & kLow7) + kLow7) | x;
+        // One bit per comma, at the bottom of its byte; the multiplication adds the bytes up
+        // in the top one (a library call for popcount on processors without the instruction).
+        const std::uint64_t ones = (~nonzero & ~kLow7) >> 7;
+        count += static_cast<std::size_t>((ones * 0x0101010101010101ULL) >> 56);
+    }
+    for (; i < n; ++i)
+        count += p[i] == ',';
+    return count;
+}
+
+// Splits a line of the recorder's own layout at its fixed commas; false (nothing touched) for
+// any other line, which then goes the general way.
+bool splitFixed(std::string_view line, std::string_view* out) {
+    constexpr std::size_t kLastStart = kFixedCommas[kDataFields - 2] + 1;
+    if (line.size() < kLastStart)
+        return false;
+    for (const int at : kFixedCommas)
+        if (line[static_cast<std::size_t>(at)] != ',')
+            return false;
+    if (commaCount(line.data(), line.size()) != kDataFields - 1)
+        return false;
+    std::size_t start = 0;
+    for (int i = 0; i < kDataFields - 1; ++i) {
+        const auto at = static_cast<std::size_t>(kFixedCommas[i]);
+        out[i] = line.substr(start, at - start);
+        start = at + 1;
+    }
+    out[kDataFields - 1] = line.substr(start);
+    return true;
+}
+
 // The unit each value field of a data file ends with, in the order of Quantity.
 constexpr std::string_view kDataSuffix[] = {"W", "PF", "V", "A", "", "VA", "VAR", "KWH"};
 
@@ -162,6 +208,19 @@ std::optional<std::int64_t> parseDate(std::string_view s, int yearIfMissing) {
 // "hh:mm:ss", "hh:mm:ss.s": milliseconds since midnight.
 std::optional<std::int64_t> parseClock(std::string_view s) {
     s = trim(s);
+    // The recorder's "hh:mm:ss.s", read by position.
+    if (s.size() == 10 && s[2] == ':' && s[5] == ':' && s[8] == '.') {
+        unsigned d[7];
+        constexpr int at[7] = {0, 1, 3, 4, 6, 7, 9};
+        bool ok = true;
+        for (int i = 0; i < 7; ++i) {
+            d[i] = static_cast<unsigned char>(s[static_cast<std::size_t>(at[i])]) - unsigned{'0'};
+            ok = ok && d[i] < 10;
+        }
+        const unsigned h = d[0] * 10 + d[1], m = d[2] * 10 + d[3], sec = d[4] * 10 + d[5];
+        if (ok && h < 24 && m < 60 && sec < 60)
+            return ((h * 60 + m) * 60 + sec) * std::int64_t{1000} + d[6] * 100;
+    }
     const auto c1 = s.find(':');
     const auto c2 = c1 == std::string_view::npos ? c1 : s.find(':', c1 + 1);
     int h = 0, m = 0;
@@ -340,55 +399,83 @@ std::string durationText(std::int64_t ms) {
 
 Entry RecordingReader::read(std::string_view line) {
     Entry e;
+    readInto(line, e);
+    return e;
+}
+
+void RecordingReader::readInto(std::string_view line, Entry& e) {
+    // Set back field by field: a whole new entry is cleared with a slow string instruction.
+    e.kind = EntryKind::Blank;
+    e.timeMs = 0;
+    e.record = {};
+    for (FieldValue& v : e.values)
+        v = {};
+    e.period = {};
+    e.hoursPerDay = e.cost = {};
+    e.overload = false;
+    e.problem.clear();
     e.lineNumber = ++lineNumber_;
     if (!line.empty() && line.back() == '\r')
         line.remove_suffix(1);
-    const std::string_view text = trim(line);
-    if (text.empty())
-        return e;
-    if (text.starts_with("No.s,")) {
-        e.kind = EntryKind::Header;
-        return e;
+    std::string_view* const fields = fields_; // not cleared for each line
+    int n = kDataFields;
+    // A line of the recorder's layout is neither blank nor a download's header, and its first
+    // field tells whether it is the recording's header: the whole line need not be trimmed.
+    const bool fixed = splitFixed(line, fields);
+    if (!fixed || fields[0].ends_with("No.s")) {
+        const std::string_view text = trim(line);
+        if (text.empty())
+            return;
+        if (text.starts_with("No.s,")) {
+            e.kind = EntryKind::Header;
+            return;
+        }
+        if (text.starts_with("No.,Date,Time")) {
+            e.kind = EntryKind::Header;
+            sawDownload_ = true;
+            lastDownloadTimeMs_ = INT64_MIN;
+            downloadDayOffset_ = 0;
+            return;
+        }
     }
-    if (text.starts_with("No.,Date,Time")) {
-        e.kind = EntryKind::Header;
-        lastDownloadTimeMs_ = INT64_MIN;
-        downloadDayOffset_ = 0;
-        return e;
+    if (!fixed) {
+        n = splitFields(line, fields, kDataFields);
+        // A record glued onto a line cut short (a power cut in the middle of a write) has more
+        // fields than any line: it is reported, not read with its values in the wrong columns.
+        if (n == kDataFields)
+            n += static_cast<int>(std::count(fields[n - 1].begin(), fields[n - 1].end(), ','));
     }
-    std::string_view fields[kDataFields];
-    int n = splitFields(line, fields, kDataFields);
-    // A record glued onto a line cut short (a power cut in the middle of a write) has more
-    // fields than any line: it is reported, not read with its values in the wrong columns.
-    if (n == kDataFields)
-        n += static_cast<int>(std::count(fields[n - 1].begin(), fields[n - 1].end(), ','));
     // " mm-dd-yyyy,hh:mm:ss.s, NO COM, DATA LOST, !, ..."
-    if (n == kDataFields && trim(fields[2]) == kLostNotice.substr(0, 6) &&
+    // (A clock field ends in a digit: only a field that ends otherwise can hold the notice.)
+    const char last = n == kDataFields && !fields[2].empty() ? fields[2].back() : '\0';
+    const bool maybeLost = !fixed || last == 'M' || last == ' ' || last == '\t' || last == '\r';
+    if (n == kDataFields && maybeLost && trim(fields[2]) == kLostNotice.substr(0, 6) &&
         trim(fields[3]).starts_with(kLostNotice.substr(8))) {
         readLost(fields, e);
-        return e;
+        return;
     }
     if (n == kDataFields) {
         readDataRecord(fields, e);
-        return e;
+        return;
     }
     if (n == kDownloadFields) {
         readDownloadRecord(fields, e);
-        return e;
+        return;
     }
     e.kind = EntryKind::Malformed;
     e.problem = "not a record, header or lost-communication line (" + std::to_string(n) +
                 " comma-separated fields; a record has " + std::to_string(kDataFields) +
                 ", a download record " + std::to_string(kDownloadFields) + ")";
-    return e;
 }
 
 namespace {
 
 // Fills the time from a date and a clock field; false (with the problem) when either is
 // not one.
-bool readTime(Entry& e, std::string_view date, std::string_view clock, int yearIfMissing) {
-    const auto day = parseDate(date, yearIfMissing);
+bool readTime(Entry& e, std::string_view date, std::string_view clock, int yearIfMissing,
+              std::optional<std::int64_t> day = std::nullopt) {
+    if (!day)
+        day = parseDate(date, yearIfMissing);
     if (!day) {
         e.problem = "\"" + std::string(trim(date)) + "\" is not a date (mm-dd-yyyy)";
         return false;
@@ -409,7 +496,17 @@ void malformed(Entry& e) {
 } // namespace
 
 void RecordingReader::readDataRecord(const std::string_view* f, Entry& e) {
-    if (!readTime(e, f[1], f[2], 0))
+    // A recording holds thousands of lines of each date: the last one is remembered.
+    const std::string_view date = trim(f[1]);
+    std::optional<std::int64_t> day;
+    if (lastDateSize_ != 0 && date == std::string_view(lastDateText_, lastDateSize_))
+        day = lastDay_;
+    else if (date.size() <= sizeof lastDateText_ && (day = parseDate(date, 0))) {
+        std::memcpy(lastDateText_, date.data(), date.size());
+        lastDateSize_ = date.size();
+        lastDay_ = *day;
+    }
+    if (!readTime(e, f[1], f[2], 0, day))
         return malformed(e);
     readField(f[0], "", e.record);
     if (!e.record.number) {
@@ -441,6 +538,7 @@ void RecordingReader::readDataRecord(const std::string_view* f, Entry& e) {
 }
 
 void RecordingReader::readDownloadRecord(const std::string_view* f, Entry& e) {
+    sawDownload_ = true;
     if (trim(f[1]).size() != 5) {
         e.problem = "\"" + std::string(trim(f[1])) + "\" is not a download date (mm-dd)";
         return malformed(e);
@@ -474,15 +572,15 @@ void RecordingReader::readLost(const std::string_view* f, Entry& e) {
     e.kind = EntryKind::LostCommunication;
 }
 
-std::string readRecording(const std::string& path, RecordingReader& reader,
-                          const std::function<bool(const Entry&, std::uint64_t)>& each) {
-    plot::LineReader lines;
-    if (std::string problem = unreadable(path); !problem.empty() || !lines.open(path))
-        return problem.empty() ? "cannot read " + path : problem;
+namespace {
+
+std::string readLines(plot::LineReader& lines, RecordingReader& reader,
+                      const std::function<bool(const Entry&, std::uint64_t)>& each) {
     std::string_view head;
     std::uint64_t size = 0;
+    Entry e;
     while (lines.next(head, size)) {
-        Entry e = reader.read(head);
+        reader.readInto(head, e);
         if (size > head.size()) {
             e.kind = EntryKind::Malformed;
             e.problem = "a line of " + std::to_string(size) + " bytes, longer than any record";
@@ -491,6 +589,25 @@ std::string readRecording(const std::string& path, RecordingReader& reader,
             break;
     }
     return "";
+}
+
+} // namespace
+
+std::string readRecording(const std::string& path, RecordingReader& reader,
+                          const std::function<bool(const Entry&, std::uint64_t)>& each) {
+    plot::LineReader lines;
+    if (std::string problem = unreadable(path); !problem.empty() || !lines.open(path))
+        return problem.empty() ? "cannot read " + path : problem;
+    return readLines(lines, reader, each);
+}
+
+std::string readRecordingPart(const std::string& path, std::uint64_t begin, std::uint64_t end,
+                              RecordingReader& reader,
+                              const std::function<bool(const Entry&, std::uint64_t)>& each) {
+    plot::LineReader lines;
+    if (!lines.open(path, begin, end))
+        return "cannot read " + path + ": " + systemReason(errno);
+    return readLines(lines, reader, each);
 }
 
 } // namespace pa::datafile

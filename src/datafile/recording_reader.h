@@ -84,6 +84,15 @@ class RecordingReader {
 
     // Reads one line (without its line end). The entry's views point into the line.
     Entry read(std::string_view line);
+    // The same into an entry used again for each line (one of a long file).
+    void readInto(std::string_view line, Entry& e);
+
+    // Lines read so far; skipLines counts lines that another reader read (a piece of the file
+    // read on another thread), so that the numbers of the next ones stay right.
+    std::uint64_t lines() const { return lineNumber_; }
+    void skipLines(std::uint64_t n) { lineNumber_ += n; }
+    // Some line was a download's header or record: their dates depend on the lines before.
+    bool sawDownload() const { return sawDownload_; }
 
   private:
     void readDataRecord(const std::string_view* fields, Entry& e);
@@ -93,8 +102,14 @@ class RecordingReader {
     int downloadYear_;
     unsigned wanted_;
     std::uint64_t lineNumber_ = 0;
+    bool sawDownload_ = false;
+    std::string_view fields_[12]; // the most fields a line is split into
     // A download's date never advances: a clock that goes back means the next day.
     std::int64_t downloadDayOffset_ = 0, lastDownloadTimeMs_ = INT64_MIN;
+    // The last date text of a data file's record read, and its day.
+    char lastDateText_[16] = {};
+    std::size_t lastDateSize_ = 0;
+    std::int64_t lastDay_ = 0;
 };
 
 // Reads the recording at `path` line by line (memory stays flat) and hands each line's entry
@@ -102,5 +117,9 @@ class RecordingReader {
 // any record is a malformed entry. Returns "" or why the file cannot be read.
 std::string readRecording(const std::string& path, RecordingReader& reader,
                           const std::function<bool(const Entry&, std::uint64_t)>& each);
+// The same for the lines from byte `begin` up to byte `end` (a piece split at line ends).
+std::string readRecordingPart(const std::string& path, std::uint64_t begin, std::uint64_t end,
+                              RecordingReader& reader,
+                              const std::function<bool(const Entry&, std::uint64_t)>& each);
 
 } // namespace pa::datafile

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <vector>
 
 namespace pa::datafile {
 namespace {
@@ -133,7 +134,14 @@ void RecordingStats::add(const Entry& e) {
     }
     if (e.kind != EntryKind::Record)
         return;
-    if (inSpell_) {
+    if (!havePrevious_)
+        firstRecordMs_ = e.timeMs;
+    if (inSpell_ && piece_ && !havePrevious_) {
+        // It may have begun in the piece before: merge() closes it.
+        openingSpell_ = true;
+        openingStartMs_ = spellStartMs_;
+        inSpell_ = false;
+    } else if (inSpell_) {
         const std::int64_t silent = std::max<std::int64_t>(0, e.timeMs - spellStartMs_);
         whole_.lostMs += silent;
         groupAt(spellStartMs_).lostMs += silent;
@@ -146,7 +154,11 @@ void RecordingStats::add(const Entry& e) {
         whole_.energyKWh += kwh;
         groupAt(previousMs_).energyKWh += kwh;
     }
-    for (StatsGroup* g : {&whole_, &groupAt(e.timeMs)}) {
+    // Without groups the spare one would only take the same work again.
+    StatsGroup* const group = per_ == StatsPer::Whole ? nullptr : &groupAt(e.timeMs);
+    for (StatsGroup* g : {&whole_, group}) {
+        if (!g)
+            continue;
         touch(*g, e.timeMs);
         ++g->records;
         g->overloads += e.overload;
@@ -163,6 +175,95 @@ void RecordingStats::add(const Entry& e) {
     previousW_ = e.values[kQW].number;
 }
 
+void QuantityStats::merge(const QuantityStats& later) {
+    if (later.count == 0)
+        return;
+    if (count == 0) {
+        *this = later;
+        return;
+    }
+    if (later.minimum < minimum)
+        minimum = later.minimum, minimumTimeMs = later.minimumTimeMs;
+    if (later.maximum > maximum)
+        maximum = later.maximum, maximumTimeMs = later.maximumTimeMs;
+    // Mean and sum of squared deviations of the two parts together (Chan et al.).
+    const double n = static_cast<double>(count), m = static_cast<double>(later.count);
+    const double delta = later.mean - mean;
+    mean += delta * m / (n + m);
+    m2 += later.m2 + delta * delta * n * m / (n + m);
+    count += later.count;
+}
+
+void StatsGroup::merge(const StatsGroup& later) {
+    if (later.records + later.lostLines > 0) {
+        if (records + lostLines == 0 || later.firstMs < firstMs)
+            firstMs = later.firstMs;
+        if (records + lostLines == 0 || later.lastMs > lastMs)
+            lastMs = later.lastMs;
+    }
+    records += later.records;
+    overloads += later.overloads;
+    lostLines += later.lostLines;
+    lostMs += later.lostMs;
+    for (int i = 0; i < 4; ++i)
+        quantities[i].merge(later.quantities[i]);
+    energyKWh += later.energyKWh;
+}
+
+void RecordingStats::merge(const RecordingStats& next) {
+    // The silent spell the next piece opens with (or the one still open here) ends at the
+    // next piece's first record.
+    const bool spellOpen = inSpell_ || next.openingSpell_ || (!next.havePrevious_ && next.inSpell_);
+    const std::int64_t spellStart = inSpell_             ? spellStartMs_
+                                    : next.openingSpell_ ? next.openingStartMs_
+                                                         : next.spellStartMs_;
+    if (next.havePrevious_) {
+        if (spellOpen) {
+            const std::int64_t silent = std::max<std::int64_t>(0, next.firstRecordMs_ - spellStart);
+            whole_.lostMs += silent;
+            groupAt(spellStart).lostMs += silent;
+        }
+        // Energy from this part's last record to the next one's first.
+        if (havePrevious_ && !lostSincePrevious_ && !next.openingSpell_ && previousW_ &&
+            *previousW_ >= 0 && next.firstRecordMs_ > previousMs_) {
+            const double kwh = *previousW_ *
+                               static_cast<double>(next.firstRecordMs_ - previousMs_) /
+                               kWattMsPerKWh;
+            whole_.energyKWh += kwh;
+            groupAt(previousMs_).energyKWh += kwh;
+        }
+    }
+    whole_.merge(next.whole_);
+    for (const auto& [key, g] : next.groups_) {
+        const auto found = groups_.find(key);
+        if (found != groups_.end())
+            found->second.merge(g);
+        else if (groups_.size() < kMostGroups)
+            groups_.emplace(key, g);
+        else
+            ungrouped_ += g.records + g.lostLines;
+    }
+    lastGroup_ = nullptr; // the map may have changed
+    malformed_ += next.malformed_;
+    ungrouped_ += next.ungrouped_;
+    if (next.filePrice_)
+        filePrice_ = next.filePrice_;
+    if (next.havePrevious_) {
+        havePrevious_ = true;
+        lostSincePrevious_ = next.lostSincePrevious_;
+        previousMs_ = next.previousMs_;
+        previousW_ = next.previousW_;
+        inSpell_ = next.inSpell_;
+        spellStartMs_ = next.spellStartMs_;
+        spellLastMs_ = next.spellLastMs_;
+    } else if (next.inSpell_) {
+        lostSincePrevious_ = true;
+        inSpell_ = true;
+        spellStartMs_ = spellStart;
+        spellLastMs_ = next.spellLastMs_;
+    }
+}
+
 void RecordingStats::finish() {
     if (!inSpell_)
         return;
@@ -172,14 +273,20 @@ void RecordingStats::finish() {
 }
 
 std::string gatherStats(const std::string& path, int downloadYear, RecordingStats& stats,
-                        const std::function<void(const Entry&)>& problem) {
-    RecordingReader reader(downloadYear, 1u << kQW | 1u << kQPF | 1u << kQV | 1u << kQA);
-    const std::string error = readRecording(path, reader, [&](const Entry& e, std::uint64_t) {
-        if (e.kind == EntryKind::Malformed && problem)
-            problem(e);
-        stats.add(e);
-        return true;
-    });
+                        const std::function<void(const Entry&)>& problem,
+                        const PieceOptions& options) {
+    std::vector<RecordingStats> partial(pieceSlots(options), RecordingStats(stats.per()));
+    auto slot = [&](std::size_t i) -> RecordingStats& { return partial[i % partial.size()]; };
+    const std::string error =
+        readInPieces(path, downloadYear, 1u << kQW | 1u << kQPF | 1u << kQV | 1u << kQA, options,
+                     {[&](std::size_t i) { slot(i) = RecordingStats::piece(stats.per()); },
+                      [&](std::size_t i, const Entry& e) { slot(i).add(e); },
+                      [&](std::size_t i, std::uint64_t) {
+                          stats.merge(slot(i));
+                          slot(i) = RecordingStats(stats.per()); // its groups' memory goes now
+                          return true;
+                      },
+                      problem});
     if (!error.empty())
         return error;
     stats.finish();

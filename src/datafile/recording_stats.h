@@ -9,6 +9,7 @@
 // (negative power is not counted); an interval that holds a lost-communication line, or in
 // which the clock goes back, counts nothing. A silent spell runs from its first
 // lost-communication line to the next record (or to its last line at the end of the file).
+#include "datafile/recording_pieces.h"
 #include "datafile/recording_reader.h"
 
 #include <cstdint>
@@ -16,6 +17,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace pa::datafile {
 
@@ -26,6 +28,8 @@ struct QuantityStats {
     std::int64_t minimumTimeMs = 0, maximumTimeMs = 0;
 
     void add(double value, std::int64_t timeMs);
+    // Adds the values of a later part of the file (ties keep the earlier time).
+    void merge(const QuantityStats& later);
     double standardDeviation() const; // 0 for fewer than two values
 };
 
@@ -39,6 +43,8 @@ struct StatsGroup {
     std::int64_t firstMs = 0, lastMs = 0; // of records and lost lines
     QuantityStats quantities[4];
     double energyKWh = 0;
+
+    void merge(const StatsGroup& later);
 };
 
 enum class StatsPer { Whole, Day, Hour };
@@ -46,8 +52,17 @@ enum class StatsPer { Whole, Day, Hour };
 class RecordingStats {
   public:
     explicit RecordingStats(StatsPer per = StatsPer::Whole) : per_(per) {}
+    // Statistics of one piece of a file, to be merged into those of the pieces before.
+    static RecordingStats piece(StatsPer per) {
+        RecordingStats s(per);
+        s.piece_ = true;
+        return s;
+    }
 
     void add(const Entry& entry);
+    // Adds the statistics of the next piece of the same file, gathered from an empty start;
+    // the result is what reading both in one go gives, but for rounding.
+    void merge(const RecordingStats& next);
     // Closes a silent spell still open at the end of the file.
     void finish();
 
@@ -81,12 +96,19 @@ class RecordingStats {
     std::optional<double> previousW_;
     bool inSpell_ = false;
     std::int64_t spellStartMs_ = 0, spellLastMs_ = 0;
+    // Of a piece of a file: a silent spell before the first record may have begun in the piece
+    // before, so it is closed only when merged. The first record's time.
+    bool piece_ = false, openingSpell_ = false;
+    std::int64_t openingStartMs_ = 0, firstRecordMs_ = 0;
 };
 
 // Reads the recording at `path` line by line into the statistics; malformed lines go to
 // `problem`. Returns "" or why the file cannot be read.
+// A long file is read on all cores (`options`); the figures do not depend on the number of
+// threads.
 std::string gatherStats(const std::string& path, int downloadYear, RecordingStats& stats,
-                        const std::function<void(const Entry&)>& problem);
+                        const std::function<void(const Entry&)>& problem,
+                        const PieceOptions& options = {});
 
 // The statistics as plain text, CSV (one row for the file, then one per day or hour) or
 // JSON. `price` (per kWh) adds the cost.

@@ -105,6 +105,16 @@ bool LineReader::next(std::string_view& head, std::uint64_t& length) {
     return true;
 }
 
+bool LineReader::open(const std::string& path, std::uint64_t begin, std::uint64_t end) {
+    if (!open(path) || !in_.seekg(static_cast<std::streamoff>(begin)))
+        return false;
+    unread_ = end > begin ? std::min(unread_, end) - std::min(unread_, begin) : 0;
+    block_.resize(std::clamp<std::size_t>(static_cast<std::size_t>(unread_) + 1, kLeastBlockBytes,
+                                          kBlockBytes));
+    consumed_ = begin;
+    return true;
+}
+
 std::int64_t fileLength(const std::string& path) {
     std::error_code error;
     const auto size = std::filesystem::file_size(datafile::pathFromUtf8(path), error);

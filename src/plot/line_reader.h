@@ -21,6 +21,9 @@ class LineReader {
 
     // False when the file cannot be opened for reading.
     bool open(const std::string& path);
+    // Only the bytes from `begin` up to `end` (a piece of a file split at line ends, so that
+    // several threads read one file); position() counts from the file's start.
+    bool open(const std::string& path, std::uint64_t begin, std::uint64_t end);
 
     // The next line: its first kKeepBytes bytes (valid until the next call) and its length
     // in bytes without the line end. False at the end of the file.

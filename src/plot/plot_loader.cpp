@@ -1,10 +1,13 @@
 #include "plot/plot_loader.h"
 
+#include "datafile/data_folder.h"
+#include "datafile/recording_pieces.h"
 #include "plot/line_reader.h"
 #include "text/leading_number.h"
 
 #include <algorithm>
 #include <cmath>
+#include <fstream>
 
 namespace pa::plot {
 namespace {
@@ -32,6 +35,94 @@ class PointSink {
     PlotData& data_;
     int interval_;
 };
+
+// The time label of the line that begins at byte `offset`, read again from the file: a long
+// file's pieces keep only their values and where their lines begin.
+std::string labelAt(std::ifstream& in, std::uint64_t offset) {
+    std::string head(LineReader::kKeepBytes + 1, '\0');
+    in.clear();
+    in.seekg(static_cast<std::streamoff>(offset));
+    in.read(head.data(), static_cast<std::streamsize>(head.size()));
+    head.resize(static_cast<std::size_t>(in.gcount()));
+    if (const auto nl = head.find('\n'); nl != std::string::npos) {
+        head.resize(nl);
+        if (!head.empty() && head.back() == '\r')
+            head.pop_back();
+    }
+    head.resize(std::min(head.size(), LineReader::kKeepBytes));
+    return std::string(columnSlice(head, kLabelColumn, kLabelWidth));
+}
+
+// The envelope of a long file, read on all cores: each piece's values are taken in the
+// file's order into the groups of `step` records. False when a piece cannot be read.
+bool loadEnvelopeInPieces(const std::string& path, std::uint64_t length, const Quantity& quantity,
+                          long points, PlotData& data, const Progress& progress,
+                          const datafile::PieceOptions& options) {
+    struct Piece {
+        std::vector<double> values;
+        std::vector<std::uint64_t> starts; // of each line, from the piece's first byte
+        bool failed = false;
+    };
+    std::vector<Piece> pieces(datafile::pieceSlots(options));
+    const std::vector<std::uint64_t> cuts = datafile::pieceCuts(path, length, options.pieceBytes);
+    std::ifstream labels(datafile::pathFromUtf8(path), std::ios::binary);
+    std::atomic<bool> stop{false};
+    bool failed = false;
+    long inGroup = 0;
+    double low = 0, high = 0;
+    datafile::runInOrder(
+        cuts.size() - 1, options, stop,
+        [&](std::size_t i) {
+            Piece& p = pieces[i % pieces.size()];
+            p.values.clear();
+            p.starts.clear();
+            LineReader reader;
+            p.failed = !reader.open(path, cuts[i], cuts[i + 1]);
+            std::string_view line;
+            std::uint64_t lineLength = 0, at = cuts[i];
+            while (!p.failed && !stop && reader.next(line, lineLength)) {
+                p.values.push_back(
+                    sliceValue(columnSlice(line, quantity.startColumn, quantity.width)));
+                p.starts.push_back(at - cuts[i]);
+                at = reader.position();
+            }
+        },
+        [&](std::size_t i) {
+            const Piece& p = pieces[i % pieces.size()];
+            if ((failed = p.failed))
+                return false;
+            for (std::size_t k = 0; k < p.values.size(); ++k) {
+                const long point = static_cast<long>(data.sets[0].size());
+                if (point >= points) {
+                    data.linesNotPlotted += p.values.size() - k;
+                    break;
+                }
+                const double value = p.values[k];
+                if (inGroup == 0) {
+                    if (point % data.labelInterval == 0 &&
+                        data.labels.size() < static_cast<std::size_t>(kLabelTableSize))
+                        data.labels.push_back(labelAt(labels, cuts[i] + p.starts[k]));
+                    low = high = value;
+                } else {
+                    low = std::min(low, value);
+                    high = std::max(high, value);
+                }
+                if (++inGroup == data.step) {
+                    data.sets[0].push_back(low);
+                    data.sets[1].push_back(high);
+                    inGroup = 0;
+                }
+            }
+            if (progress)
+                progress(cuts[i + 1]);
+            return true;
+        });
+    if (inGroup > 0) {
+        data.sets[0].push_back(low); // the file ended inside a group
+        data.sets[1].push_back(high);
+    }
+    return !failed;
+}
 
 } // namespace
 
@@ -76,7 +167,8 @@ int labelInterval(double count) {
 }
 
 std::optional<PlotData> loadRecords(const std::string& path, const Quantity& quantity, long records,
-                                    const Progress& progress) {
+                                    const Progress& progress,
+                                    const datafile::PieceOptions& pieces) {
     LineReader reader;
     if (!reader.open(path))
         return std::nullopt;
@@ -89,6 +181,14 @@ std::optional<PlotData> loadRecords(const std::string& path, const Quantity& qua
     for (int set = 0; set < data.setCount; ++set)
         data.sets[set].reserve(static_cast<std::size_t>(std::max(points, 0L)));
     PointSink sink(data, data.labelInterval);
+
+    if (const std::int64_t bytes = fileLength(path);
+        envelope && bytes >= 4 * static_cast<std::int64_t>(pieces.pieceBytes)) {
+        if (!loadEnvelopeInPieces(path, static_cast<std::uint64_t>(bytes), quantity, points, data,
+                                  progress, pieces))
+            return std::nullopt;
+        return data;
+    }
 
     std::string_view line;
     std::uint64_t length = 0;

@@ -3,6 +3,7 @@
 // file length and the first line, the format check, every record below 3600 records, the
 // minimum/maximum envelope from 3600 on, a zoom to a range of records, and the time labels
 // of the X axis. Only the plotted points are held; the file is read once, in large blocks.
+#include "datafile/recording_pieces.h"
 #include "plot/plot_columns.h"
 
 #include <array>
@@ -55,8 +56,10 @@ using Progress = std::function<void(std::uint64_t bytesRead)>;
 // Every record (N below 3600): one set of up to N points.
 // The envelope (N of 3600 or more): two sets of P points, each the minimum and maximum of S
 // consecutive records. Nothing when the file cannot be opened.
+// A long file's envelope is read on all cores (`pieces`), with the same result.
 std::optional<PlotData> loadRecords(const std::string& path, const Quantity& quantity, long records,
-                                    const Progress& progress = {});
+                                    const Progress& progress = {},
+                                    const datafile::PieceOptions& pieces = {});
 // Records start to end (1-based, in file order), one point each.
 std::optional<PlotData> loadRange(const std::string& path, const Quantity& quantity, double start,
                                   double end);

@@ -102,6 +102,9 @@ TEST(RecordingReader, ReadsEveryKindOfLine) {
          nan, nan, nan, false, "\"25:00:00.0\" is not a time of day"},
         {"x,11-15,10:00:00,1,1,1,1", EntryKind::Malformed, "", nan, nan, nan, nan, false,
          "\"x\" is not a record number"},
+        // The recorder's layout with one comma more inside a field.
+        {recordWith([](RecordTexts& t) { t.watts = "1,5"; }), EntryKind::Malformed, "", nan, nan,
+         nan, nan, false, "(13 comma-separated"},
     };
     for (const auto& c : cases) {
         RecordingReader reader(2025);

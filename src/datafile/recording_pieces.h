@@ -1,0 +1,62 @@
+#pragma once
+// Reading a long recording on all cores. The file (up to the length it had when opened) is
+// cut into pieces of a few megabytes at line ends; each piece is read on a thread of its own
+// with a fresh reader into a partial result, and the partial results are merged on the
+// calling thread in the file's order, as soon as each is done. Only a few pieces are read
+// ahead of the merge, so memory stays flat whatever the file's length.
+//
+// The pieces depend only on the file, never on the number of threads, so the result is the
+// same on any machine. A piece whose lines depend on the lines before it (a download's
+// records, whose dates run on from the previous ones) or with more malformed lines than are
+// kept for it is read again on the calling thread, in order.
+#include "datafile/recording_reader.h"
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace pa::datafile {
+
+struct PieceOptions {
+    // Threads to read with; 0 takes one per core.
+    unsigned threads = 0;
+    // The size of a piece; a file shorter than four pieces is read as one.
+    std::uint64_t pieceBytes = std::uint64_t{8} << 20;
+};
+
+// What reading a recording in pieces calls. `start(i)` makes a fresh partial result for piece
+// i; `take(i, entry)` hands it each line's entry (malformed ones too), both on any thread;
+// `merge(i, position)` folds piece i into the whole, on the calling thread in the file's order,
+// with the bytes read so far, and returns false to stop; `problem` gets each malformed line
+// with its line number, in order, on the calling thread.
+struct PieceCallbacks {
+    std::function<void(std::size_t)> start;
+    std::function<void(std::size_t, const Entry&)> take;
+    std::function<bool(std::size_t, std::uint64_t)> merge;
+    std::function<void(const Entry&)> problem;
+};
+
+// Reads the recording at `path` as above; returns "" or why the file cannot be read. Slots
+// for the partial results of pieceSlots() pieces at a time are enough: piece i goes to slot
+// i % pieceSlots(options).
+std::string readInPieces(const std::string& path, int downloadYear, unsigned wanted,
+                         const PieceOptions& options, const PieceCallbacks& callbacks);
+std::size_t pieceSlots(const PieceOptions& options);
+
+// The byte offsets where the pieces of the first `length` bytes of the file begin, then
+// `length`: each piece after the first begins just after the first line end at or past a
+// multiple of the piece size. {0, length} for a file shorter than four pieces.
+std::vector<std::uint64_t> pieceCuts(const std::string& path, std::uint64_t length,
+                                     std::uint64_t pieceBytes);
+
+// Runs read(i) for i from 0 to count - 1 on the threads the options ask for (on the calling
+// thread when one) and merge(i) on the calling thread in order, each as soon as read(i) is
+// done; at most pieceSlots(options) pieces are read ahead of the merge. merge returns false
+// to stop, which `stop` tells the reads too.
+void runInOrder(std::size_t count, const PieceOptions& options, std::atomic<bool>& stop,
+                const std::function<void(std::size_t)>& read,
+                const std::function<bool(std::size_t)>& merge);
+
+} // namespace pa::datafile
