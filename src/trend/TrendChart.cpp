@@ -274,6 +274,7 @@ void TrendCanvas::drawCrossHair(QPainter& p, const QRect& plot) {
         box.moveBottom(mouse_->y() - 10);
     p.fillRect(box, QColor(255, 255, 240, 235));
     p.setPen(QColor(0x42, 0x42, 0x42));
+    p.setBrush(Qt::NoBrush);
     p.drawRect(box);
     p.drawText(box, Qt::AlignCenter, text);
 }
@@ -322,7 +323,8 @@ void TrendCanvas::paintEvent(QPaintEvent*) {
         if (gaps.empty())
             gaps = columns;
     }
-    // Pauses of the readings: a hatched band over their time, their reason at its top.
+    // Pauses of the readings: a hatched band over their time, their reason at its top. The
+    // gaps at their edges are the pause's, not missing readings.
     for (const TrendChart::ReadingPause& pause : chart_.readingPauses_) {
         const double end = std::isnan(pause.to) ? store.newestTime() : pause.to;
         if (end < from || pause.from > to)
@@ -336,6 +338,10 @@ void TrendCanvas::paintEvent(QPaintEvent*) {
         const QString label = p.fontMetrics().elidedText(pause.reason, Qt::ElideRight,
                                                          static_cast<int>(band.width()) - 4);
         p.drawText(band.adjusted(2, 16, -2, 0), Qt::AlignHCenter | Qt::AlignTop, label);
+        for (int c = std::max(0, static_cast<int>(left) - plot.left() - 1);
+             c <= static_cast<int>(right) - plot.left() + 1 && c < static_cast<int>(gaps.size());
+             ++c)
+            gaps[static_cast<std::size_t>(c)].gap = false;
     }
     // Alarm marks: a dashed line at the time, the alarm's name at its top.
     for (const TrendChart::Mark& m : chart_.marks_) {

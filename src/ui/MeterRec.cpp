@@ -323,10 +323,6 @@ QWidget* MeterRec::buildStatus() {
     portState_->setObjectName("PortState");
     alarmSet_ = makeLabel("AlarmSet");
     alarmSet_->setVisible(false);
-    // Elided when the window is narrow: the banner never widens the window.
-    paused_ = new ElidedLabel(status);
-    paused_->setObjectName("Paused");
-    paused_->setVisible(false);
     for (QLabel* l : {sampleCaption_, sampleValue_})
         l->installEventFilter(this);
     QFont big = clockValue_->font();
@@ -336,15 +332,12 @@ QWidget* MeterRec::buildStatus() {
         l->setFont(big);
     warning_->setStyleSheet("color: white; background: #c62828; padding: 2px 10px;");
     hold_->setStyleSheet("color: black; background: #ffb300; padding: 2px 10px;");
-    paused_->setFont(big);
-    paused_->setStyleSheet("color: white; background: #455a64; padding: 2px 10px;");
     for (QLabel* l : {sampleCaption_, sampleValue_, modelCaption_, modelValue_, dateCaption_,
                       dateValue_, timeCaption_, clockValue_})
         row->addWidget(l);
     row->addSpacing(12);
     row->addWidget(warning_);
     row->addWidget(hold_);
-    row->addWidget(paused_, 3);
     row->addWidget(alarmSet_);
     portState_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     row->addWidget(portState_, 1);
@@ -388,7 +381,19 @@ void MeterRec::buildBody() {
     keepPlace.setRetainSizeWhenHidden(true);
     record_->setSizePolicy(keepPlace);
     buttons->addWidget(record_);
-    buttons->addStretch(1);
+    // The pause banner takes the free room right of the buttons, elided when the window is
+    // narrow: it never widens the window.
+    paused_ = new ElidedLabel(body);
+    paused_->setObjectName("Paused");
+    paused_->setVisible(false);
+    QFont bannerFont = paused_->font();
+    bannerFont.setPointSize(bannerFont.pointSize() + 1);
+    bannerFont.setBold(true);
+    paused_->setFont(bannerFont);
+    paused_->setStyleSheet("color: white; background: #455a64; padding: 2px 10px;");
+    buttons->addSpacing(12);
+    buttons->addWidget(paused_, 1);
+    buttons->addStretch(0);
 
     recordingGroup_ = new QWidget(body);
     auto* recording = new QHBoxLayout(recordingGroup_);
