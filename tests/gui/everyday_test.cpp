@@ -36,7 +36,6 @@
 #include <cmath>
 #include <filesystem>
 #include <memory>
-#include <tuple>
 
 namespace {
 
@@ -307,13 +306,11 @@ TEST_F(Everyday, EveryPauseShowsTheBannerAndIsAGapInTheTrend) {
         if (opened) {
             const QRect frame = opened->frameGeometry();
             EXPECT_TRUE(screen.contains(frame)) << frame.x() << "," << frame.y();
-            for (auto [at, want, low, high] :
-                 {std::tuple{frame.center().x(), centre.x(), frame.left(), frame.right()},
-                  std::tuple{frame.center().y(), centre.y(), frame.top(), frame.bottom()}})
-                EXPECT_TRUE(std::abs(at - want) <= 2 || low <= screen.top() ||
-                            low <= screen.left() || high >= screen.right() ||
-                            high >= screen.bottom())
-                    << at << " vs " << want;
+            // Centred on the main window, unless the screen's edge holds it back.
+            QRect ideal = frame;
+            ideal.moveCenter(centre);
+            EXPECT_TRUE((frame.center() - centre).manhattanLength() <= 2 || !screen.contains(ideal))
+                << frame.x() << "," << frame.y();
             opened->close();
         }
         ASSERT_FALSE(rig.pausedShown());
