@@ -13,6 +13,7 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QElapsedTimer>
+#include <QMouseEvent>
 #include <QTimer>
 #include <algorithm>
 #include <cmath>
@@ -38,7 +39,13 @@ void fillDay(TrendStore& store, double end) {
     for (std::size_t i = 0; i < kDayOfSamples; ++i) {
         const double t = end - static_cast<double>(kDayOfSamples - i) * 0.5;
         const float w = static_cast<float>(116 + 40 * std::sin(t / 300.0) + (i % 7));
-        store.append(t, Values{w, 0.92f, 230, w / 211.6f, w / 0.92f, w * 0.42f, 50});
+        // A pause of the readings (Get Hz, the datalogger) once an hour: two gaps.
+        if (i % 7200 == 0 || i % 7200 == 12) {
+            store.appendGap(t, Status::Paused);
+            continue;
+        }
+        store.append(t, Values{w, 0.92f, 230, w / 211.6f, w / 0.92f, w * 0.42f, 50, 23.1f,
+                               static_cast<float>(i) * 1e-5f});
     }
 }
 
@@ -59,13 +66,17 @@ void timeAppendAndRedraw(pa::bench::ClickingUi& ui) {
     const double day = dayStart(2026, 11, 23);
     fillDay(chart.store(), day + 86400);
     const double after = residentBytes();
-    std::printf("24 h of all 7 quantities (%zu samples): %.1f MB resident (%.1f MB by layout)\n",
+    std::printf("24 h of all 9 quantities (%zu samples): %.1f MB resident (%.1f MB by layout)\n",
                 chart.store().size(), (after - before) / 1e6, chart.store().fullBytes() / 1e6);
 
     chart.resize(1000, 480);
     chart.show();
     QApplication::processEvents();
     auto* canvas = chart.findChild<QWidget*>("trend_canvas");
+    // The read-out under the mouse is drawn with every redraw.
+    QMouseEvent move(QEvent::MouseMove, QPointF(500, 200), canvas->mapToGlobal(QPointF(500, 200)),
+                     Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+    QApplication::sendEvent(canvas, &move);
     const char* names[] = {"1 min", "10 min", "1 h", "all 24 h"};
     for (int span = 0; span < 4; ++span) {
         chart.findChild<QComboBox*>("trend_span")->setCurrentIndex(span);
@@ -84,7 +95,7 @@ void timeAppendAndRedraw(pa::bench::ClickingUi& ui) {
             total += ms;
         }
         const double cpuMs = (pa::bench::threadCpuSeconds() - cpu0) * 1000 / kRounds;
-        std::printf("append one sample + redraw, two quantities, %s shown: CPU %.2f ms; "
+        std::printf("append one sample + redraw with read-out, two quantities, %s shown: CPU %.2f ms; "
                     "wall mean %.2f ms, worst %.2f ms (%d rounds)\n",
                     names[span], cpuMs, total / kRounds, worst, kRounds);
     }

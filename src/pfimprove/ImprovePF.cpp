@@ -103,8 +103,6 @@ QWidget* ImprovePF::buildParameters() {
             grid->addWidget(current_[i], 1, i + 1);
         }
     }
-    Text1_[kTargetC]->setToolTip("Capacitance in farads, or with a unit letter: m, u, n, p "
-                                 "(10u is 10 microfarads)");
     currentLabel_->setBuddy(Text1_[0]);
     grid->addWidget(hint_, 3, 0, 1, kTargets + 1);
     setBoxColours(-1);
@@ -145,6 +143,7 @@ QWidget* ImprovePF::buildDiagram() {
 
 void ImprovePF::applyCaptions(int language) {
     setWindowTitle(captionText(Caption::PfTitle, language));
+    Text1_[kTargetC]->setToolTip(captionText(Caption::PfCapacitanceTip, language));
     parameters_->setTitle(captionText(Caption::PfParameters, language));
     currentLabel_->setText(captionText(Caption::PfCurrentRow, language));
     improvedLabel_->setText(captionText(Caption::PfImprovedRow, language));

@@ -4,15 +4,19 @@
 
 #include <QApplication>
 #include <QComboBox>
+#include <QElapsedTimer>
 #include <QDesktopServices>
 #include <QFileDialog>
 #include <QFontMetrics>
 #include <QInputDialog>
 #include <QMessageBox>
 #include <QUrl>
+#include <QWindow>
 
 namespace pa::qt {
 namespace {
+
+constexpr int kFirstShowWaitMs = 1000;
 
 QString qs(const std::string& s) {
     return QString::fromStdString(s);
@@ -154,9 +158,29 @@ std::optional<std::string> QtUi::saveFileAt(const std::string& title, const std:
 
 void QtUi::statusShow() {
     status_->setProgress(0, 0);
+    QWidget* owner = dialogOwner();
     if (!status_->isVisible())
-        status_->centreOver(dialogOwner());
+        status_->centreOver(owner);
+    // The box stays above the window it reports for, which the window manager keeps in
+    // front otherwise (the box is not that window's child, so that either can close first).
+    if (owner && owner->window()->windowHandle()) {
+        status_->winId();
+        status_->windowHandle()->setTransientParent(owner->window()->windowHandle());
+    }
     status_->show();
+    status_->raise();
+    // The first showing (the computer-speed check at start-up) waits until the box is on
+    // screen: its texts are painted without the event loop, which may not have run yet when
+    // no prompt came before (a port named on the command line), and the check would time
+    // nothing but unpainted updates.
+    if (!statusShownBefore_) {
+        statusShownBefore_ = true;
+        QElapsedTimer waited;
+        waited.start();
+        while (!(status_->windowHandle() && status_->windowHandle()->isExposed()) &&
+               waited.elapsed() < kFirstShowWaitMs)
+            QApplication::processEvents(QEventLoop::ExcludeUserInputEvents, 20);
+    }
 }
 void QtUi::statusHide() {
     status_->hide();

@@ -49,6 +49,7 @@ class QtUi : public app::Ui {
     QPointer<QWidget> owner_;
     QPointer<QWidget> lastActive_; // the window the last dialog belonged to
     ui::CHKSPEED* status_;
+    bool statusShownBefore_ = false;
 };
 
 } // namespace pa::qt

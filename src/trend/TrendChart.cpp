@@ -2,17 +2,25 @@
 
 #include "datafile/data_folder.h"
 #include "datafile/output_file.h"
+#include "text/number_text.h"
 #include "ui/CaptionText.h"
 
 #include <QBuffer>
 #include <QComboBox>
+#include <QContextMenuEvent>
+#include <QCoreApplication>
 #include <QHBoxLayout>
+#include <QImage>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QMenu>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QScrollBar>
 #include <QVBoxLayout>
+#include <QWheelEvent>
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
@@ -30,16 +38,20 @@ using ui::captionText;
 
 // The reading titles of the main window name the quantities, in the order of Quantity.
 constexpr std::array<Caption, kQuantities> kQuantityTitles{
-    Caption::Reading0, Caption::Reading1, Caption::Reading2, Caption::Reading3,
-    Caption::Reading5, Caption::Reading6, Caption::Reading7};
+    Caption::Reading0, Caption::Reading1, Caption::Reading2, Caption::Reading3, Caption::Reading5,
+    Caption::Reading6, Caption::Reading7, Caption::Reading4, Caption::Reading8};
 const QColor kFirstColour(0x15, 0x65, 0xc0);
 const QColor kSecondColour(0xd8, 0x43, 0x15);
 const QColor kGapColour(0xe5, 0x73, 0x73);
+const QColor kPauseColour(0x78, 0x90, 0x9c);
 
 // The plot area's margins: axis numbers left and right, clock times below.
 constexpr int kLeftMargin = 64, kRightMargin = 64, kTopMargin = 26, kBottomMargin = 26;
 constexpr int kMinTimeLabelGap = 90; // pixels between clock-time labels at least
 constexpr double kLeastRelativeRange = 0.04;
+constexpr double kLeastZoomSeconds = 5;
+constexpr double kLeastDragPixels = 6;
+constexpr double kWheelZoom = 1.25; // the span per wheel step
 
 QString number(double v) {
     return QString::number(v, 'g', 6);
@@ -112,7 +124,7 @@ Axis fitAxis(const std::vector<Column>& columns) {
 // One quantity's line: per column a stroke from minimum to maximum, joined to the previous
 // value unless a gap lies between; a lone value is a dot.
 void drawEnvelope(QPainter& p, const std::vector<Column>& columns, const Axis& axis,
-                  const QRect& plot, const QColor& colour, double width) {
+                  const QRect& plot, const QColor& colour, double width, Qt::PenStyle style) {
     std::vector<QLineF> lines;
     std::vector<QPointF> dots;
     lines.reserve(columns.size() * 2);
@@ -139,15 +151,43 @@ void drawEnvelope(QPainter& p, const std::vector<Column>& columns, const Axis& a
         prevY = axis.y(col.last, plot);
         prev = true;
     }
-    p.setPen(QPen(colour, width));
+    QPen pen(colour, width, style);
+    if (style != Qt::SolidLine)
+        pen.setDashPattern({5, 4});
+    p.setPen(pen);
     p.drawLines(lines.data(), static_cast<int>(lines.size()));
     p.setPen(QPen(colour, 4, Qt::SolidLine, Qt::RoundCap));
     p.drawPoints(dots.data(), static_cast<int>(dots.size()));
 }
 
+// What the chart's marks mean, in the plot's bottom-right corner: those in view (shown[i]).
+void drawLegend(QPainter& p, const QRect& plot, int language, const std::array<bool, 4>& shown) {
+    const std::pair<QColor, Caption> items[] = {{kGapColour, Caption::TrendLegendMissing},
+                                                {kPauseColour, Caption::TrendLegendPaused},
+                                                {QColor(0xc6, 0x28, 0x28), Caption::AlarmRaised},
+                                                {QColor(0x2e, 0x7d, 0x32), Caption::AlarmCleared}};
+    const QFontMetrics m = p.fontMetrics();
+    double x = plot.right() - 6;
+    const double y = plot.bottom() - 8 - m.height();
+    for (auto it = std::rbegin(items); it != std::rend(items); ++it) {
+        if (!shown[static_cast<std::size_t>(&*it - items)])
+            continue;
+        const QString text = captionText(it->second, language);
+        const double w = m.horizontalAdvance(text) + 18;
+        x -= w;
+        p.fillRect(QRectF(x, y + m.height() / 2.0 - 4, 12, 8),
+                   it->second == Caption::TrendLegendPaused ? QBrush(it->first, Qt::BDiagPattern)
+                                                            : QBrush(it->first));
+        p.setPen(QColor(0x42, 0x42, 0x42));
+        p.drawText(QPointF(x + 15, y + m.ascent()), text);
+        x -= 8;
+    }
+}
+
 } // namespace
 
-// The drawing surface of the chart.
+// The drawing surface of the chart. Under the mouse a cross-hair reads out the time and the
+// values; the wheel zooms the time axis about the mouse, a dragged box zooms to its span.
 class TrendCanvas : public QWidget {
   public:
     explicit TrendCanvas(TrendChart& chart) : QWidget(&chart), chart_(chart) {
@@ -155,23 +195,94 @@ class TrendCanvas : public QWidget {
         setMinimumSize(480, 240);
         setFocusPolicy(Qt::StrongFocus);
         setAttribute(Qt::WA_OpaquePaintEvent);
+        setMouseTracking(true);
+    }
+    QRect plotRect() const {
+        return {kLeftMargin, kTopMargin, width() - kLeftMargin - kRightMargin,
+                height() - kTopMargin - kBottomMargin};
+    }
+    double timeAt(double x) const {
+        const auto [from, to] = chart_.shownSpan();
+        const QRect plot = plotRect();
+        return from + (x - plot.left()) / std::max(plot.width(), 1) * (to - from);
+    }
+    // The read-out under the mouse, empty when the mouse is not over the plot.
+    QString readout() const {
+        return mouse_ && plotRect().contains(*mouse_) ? chart_.readoutAt(timeAt(mouse_->x()))
+                                                      : QString();
     }
 
   protected:
     void paintEvent(QPaintEvent*) override;
+    void mouseMoveEvent(QMouseEvent* e) override {
+        mouse_ = e->position().toPoint();
+        update();
+    }
+    void leaveEvent(QEvent*) override {
+        mouse_.reset();
+        update();
+    }
+    void mousePressEvent(QMouseEvent* e) override {
+        if (e->button() == Qt::LeftButton && plotRect().contains(e->position().toPoint()))
+            dragFrom_ = e->position().x();
+    }
+    void mouseReleaseEvent(QMouseEvent* e) override {
+        if (!dragFrom_ || e->button() != Qt::LeftButton)
+            return;
+        const double a = *dragFrom_, b = e->position().x();
+        dragFrom_.reset();
+        if (std::abs(b - a) >= kLeastDragPixels)
+            chart_.zoomTo(timeAt(std::min(a, b)), timeAt(std::max(a, b)));
+        update();
+    }
+    void contextMenuEvent(QContextMenuEvent* e) override { chart_.axisMenu(e->globalPos()); }
+    void wheelEvent(QWheelEvent* e) override {
+        const int steps = e->angleDelta().y() / 120;
+        if (steps == 0 || !plotRect().contains(e->position().toPoint()))
+            return;
+        chart_.zoomAbout(timeAt(e->position().x()), std::pow(kWheelZoom, -steps));
+    }
 
   private:
     void drawTimeAxis(QPainter& p, const QRect& plot, double from, double to);
     void drawValueAxis(QPainter& p, const QRect& plot, const Axis& axis, bool right,
                        const QColor& colour, const QString& title);
+    void drawCrossHair(QPainter& p, const QRect& plot);
     TrendChart& chart_;
+    std::optional<QPoint> mouse_;
+    std::optional<double> dragFrom_;
 };
+
+void TrendCanvas::drawCrossHair(QPainter& p, const QRect& plot) {
+    if (dragFrom_ && mouse_) {
+        const double a = std::clamp<double>(*dragFrom_, plot.left(), plot.right());
+        const double b = std::clamp<double>(mouse_->x(), plot.left(), plot.right());
+        p.fillRect(QRectF(std::min(a, b), plot.top(), std::abs(b - a), plot.height()),
+                   QColor(0x15, 0x65, 0xc0, 40));
+    }
+    const QString text = readout();
+    if (text.isEmpty())
+        return;
+    p.setPen(QPen(QColor(0x42, 0x42, 0x42), 1, Qt::DotLine));
+    p.drawLine(QPointF(mouse_->x() + 0.5, plot.top()), QPointF(mouse_->x() + 0.5, plot.bottom()));
+    p.drawLine(QPointF(plot.left(), mouse_->y() + 0.5), QPointF(plot.right(), mouse_->y() + 0.5));
+    QRectF box = p.fontMetrics().boundingRect(text).adjusted(-5, -3, 5, 3);
+    box.moveTopLeft(QPointF(mouse_->x() + 10, mouse_->y() + 10));
+    if (box.right() > plot.right())
+        box.moveRight(mouse_->x() - 10);
+    if (box.bottom() > plot.bottom())
+        box.moveBottom(mouse_->y() - 10);
+    p.fillRect(box, QColor(255, 255, 240, 235));
+    p.setPen(QColor(0x42, 0x42, 0x42));
+    p.setBrush(Qt::NoBrush);
+    p.drawRect(box);
+    p.drawText(box, Qt::AlignCenter, text);
+}
 
 void TrendCanvas::paintEvent(QPaintEvent*) {
     QPainter p(this);
     p.fillRect(rect(), Qt::white);
-    const QRect plot(kLeftMargin, kTopMargin, width() - kLeftMargin - kRightMargin,
-                     height() - kTopMargin - kBottomMargin);
+    const QRect plot = plotRect();
     if (plot.width() < 10 || plot.height() < 10)
         return;
     p.setPen(QColor(0x9e, 0x9e, 0x9e));
@@ -195,7 +306,8 @@ void TrendCanvas::paintEvent(QPaintEvent*) {
         if (q < 0 || q >= kQuantities)
             continue;
         const auto columns = store.envelope(static_cast<Quantity>(q), from, to, plot.width());
-        const Axis axis = fitAxis(columns);
+        const auto [low, high] = chart_.fixedRange_[static_cast<std::size_t>(i)];
+        const Axis axis = low < high ? Axis{low, high} : fitAxis(columns);
         drawValueAxis(p, plot, axis, i == 1, colours[i],
                       captionText(kQuantityTitles[q], chart_.language_));
         p.save();
@@ -203,10 +315,33 @@ void TrendCanvas::paintEvent(QPaintEvent*) {
         // With more samples than pixels the strokes are whole pixel columns: drawn without
         // smoothing, which costs a fraction as much.
         p.setRenderHint(QPainter::Antialiasing, !dense);
-        drawEnvelope(p, columns, axis, plot, colours[i], dense ? 1.0 : 1.6);
+        // The second line dashed, so that it stays visible where it lies on the first (W and
+        // VA of a resistive load).
+        drawEnvelope(p, columns, axis, plot, colours[i], dense ? 1.0 : 1.6,
+                     i == 1 ? Qt::DashLine : Qt::SolidLine);
         p.restore();
         if (gaps.empty())
             gaps = columns;
+    }
+    // Pauses of the readings: a hatched band over their time, their reason at its top. The
+    // gaps at their edges are the pause's, not missing readings.
+    for (const TrendChart::ReadingPause& pause : chart_.readingPauses_) {
+        const double end = std::isnan(pause.to) ? store.newestTime() : pause.to;
+        if (end < from || pause.from > to)
+            continue;
+        const double left =
+            plot.left() + (std::max(pause.from, from) - from) / (to - from) * plot.width();
+        const double right = plot.left() + (std::min(end, to) - from) / (to - from) * plot.width();
+        const QRectF band(left, plot.top() + 1, std::max(right - left, 2.0), plot.height() - 2);
+        p.fillRect(band, QBrush(kPauseColour, Qt::BDiagPattern));
+        p.setPen(kPauseColour.darker(140));
+        const QString label = p.fontMetrics().elidedText(pause.reason, Qt::ElideRight,
+                                                         static_cast<int>(band.width()) - 4);
+        p.drawText(band.adjusted(2, 16, -2, 0), Qt::AlignHCenter | Qt::AlignTop, label);
+        for (int c = std::max(0, static_cast<int>(left) - plot.left() - 1);
+             c <= static_cast<int>(right) - plot.left() + 1 && c < static_cast<int>(gaps.size());
+             ++c)
+            gaps[static_cast<std::size_t>(c)].gap = false;
     }
     // Alarm marks: a dashed line at the time, the alarm's name at its top.
     for (const TrendChart::Mark& m : chart_.marks_) {
@@ -225,12 +360,23 @@ void TrendCanvas::paintEvent(QPaintEvent*) {
     for (std::size_t c = 0; c < gaps.size(); ++c)
         if (gaps[c].gap)
             p.drawRect(QRectF(plot.left() + static_cast<double>(c), plot.bottom() - 3, 1, 4));
+    std::array<bool, 4> inView{};
+    inView[0] = std::any_of(gaps.begin(), gaps.end(), [](const Column& c) { return c.gap; });
+    for (const TrendChart::ReadingPause& pause : chart_.readingPauses_)
+        inView[1] |= pause.from <= to && (std::isnan(pause.to) || pause.to >= from);
+    for (const TrendChart::Mark& m : chart_.marks_)
+        inView[m.raised ? 2 : 3] |= m.time >= from && m.time <= to;
+    drawLegend(p, plot, chart_.language_, inView);
+    drawCrossHair(p, plot);
 }
 
 void TrendCanvas::drawTimeAxis(QPainter& p, const QRect& plot, double from, double to) {
+    // Across midnight each label carries its date (MM-DD) too.
+    const bool days = std::floor(from / 86400) != std::floor(to / 86400);
+    const int labelGap = days ? kMinTimeLabelGap * 3 / 2 : kMinTimeLabelGap;
     double step = kTimeSteps[std::size(kTimeSteps) - 1];
     for (double s : kTimeSteps) {
-        if ((to - from) / s * kMinTimeLabelGap <= plot.width()) {
+        if ((to - from) / s * labelGap <= plot.width()) {
             step = s;
             break;
         }
@@ -241,8 +387,10 @@ void TrendCanvas::drawTimeAxis(QPainter& p, const QRect& plot, double from, doub
         p.setPen(grid);
         p.drawLine(QPointF(x, plot.top() + 1), QPointF(x, plot.bottom() - 1));
         p.setPen(Qt::black);
-        const QString label = QString::fromStdString(clockTextOf(t)).left(step < 60 ? 8 : 5);
-        p.drawText(QRectF(x - 50, plot.bottom() + 4, 100, kBottomMargin - 4),
+        QString label = QString::fromStdString(clockTextOf(t)).left(step < 60 ? 8 : 5);
+        if (days)
+            label = QString::fromStdString(dateTextOf(t)).mid(5) + " " + label;
+        p.drawText(QRectF(x - 70, plot.bottom() + 4, 140, kBottomMargin - 4),
                    Qt::AlignHCenter | Qt::AlignTop, label);
     }
 }
@@ -335,7 +483,10 @@ TrendChart::TrendChart(app::Ui& ui, std::size_t capacity, QWidget* parent)
 
     connect(first_, &QComboBox::currentIndexChanged, this, [this] { showSpan(); });
     connect(second_, &QComboBox::currentIndexChanged, this, [this] { showSpan(); });
-    connect(span_, &QComboBox::currentIndexChanged, this, [this] { showSpan(); });
+    connect(span_, &QComboBox::currentIndexChanged, this, [this] {
+        zoomSpan_ = 0;
+        showSpan();
+    });
     connect(pause_, &QPushButton::toggled, this, [this](bool on) {
         if (on == paused_)
             return;
@@ -364,15 +515,16 @@ void TrendChart::applyCaptions(int language) {
         box->setCurrentIndex(index);
     };
     refill(first_, {kQuantityTitles.begin(), kQuantityTitles.end()});
-    refill(second_, {Caption::TrendNone, Caption::Reading0, Caption::Reading1, Caption::Reading2,
-                     Caption::Reading3, Caption::Reading5, Caption::Reading6, Caption::Reading7});
+    std::vector<Caption> seconds{Caption::TrendNone};
+    seconds.insert(seconds.end(), kQuantityTitles.begin(), kQuantityTitles.end());
+    refill(second_, seconds);
     refill(span_,
            {Caption::TrendMinute, Caption::TrendTenMinutes, Caption::TrendHour, Caption::TrendAll});
     setWindowTitle(captionText(Caption::Trend, language));
     showLabel_->setText(captionText(Caption::TrendShow, language));
     andLabel_->setText(captionText(Caption::TrendAnd, language));
     spanLabel_->setText(captionText(Caption::TrendSpan, language));
-    pause_->setText(captionText(Caption::TrendPause, language));
+    showPauseState();
     reset_->setText(captionText(Caption::TrendReset, language));
     png_->setText(captionText(Caption::TrendSavePng, language));
     csv_->setText(captionText(Caption::TrendSaveCsv, language));
@@ -392,6 +544,8 @@ Added TrendChart::afterPoll(const PollState& poll) {
 }
 
 double TrendChart::spanSeconds() const {
+    if (zoomSpan_ > 0)
+        return zoomSpan_;
     return kSpans[static_cast<std::size_t>(std::clamp(span_->currentIndex(), 0, 3))];
 }
 
@@ -413,6 +567,7 @@ void TrendChart::pauseAt(double end) {
     pausedEnd_ = std::clamp(end, std::min(store_.oldestTime() + span, newest), newest);
     const QSignalBlocker quiet(pause_);
     pause_->setChecked(true);
+    showPauseState();
     showSpan();
 }
 
@@ -420,7 +575,14 @@ void TrendChart::goLive() {
     paused_ = false;
     const QSignalBlocker quiet(pause_);
     pause_->setChecked(false);
+    showPauseState();
     showSpan();
+}
+
+void TrendChart::showPauseState() {
+    // The button says what a click does: hold the view, or go back to live.
+    pause_->setText(
+        captionText(paused_ ? Caption::TrendLiveButton : Caption::TrendPause, language_));
 }
 
 void TrendChart::scrolled(int value) {
@@ -483,6 +645,112 @@ void TrendChart::addMark(const QString& label, bool raised) {
         canvas_->update();
 }
 
+void TrendChart::zoomAbout(double time, double factor) {
+    const auto [from, to] = shownSpan();
+    const double held = std::max(store_.newestTime() - store_.oldestTime(), 1.0);
+    const double span = std::clamp((to - from) * factor, kLeastZoomSeconds, held);
+    zoomTo(time - (time - from) * span / (to - from), time + (to - time) * span / (to - from));
+}
+
+void TrendChart::zoomTo(double from, double to) {
+    if (!(to - from >= kLeastZoomSeconds) || store_.empty())
+        return;
+    zoomSpan_ = to - from;
+    if (to >= store_.newestTime())
+        goLive();
+    else
+        pauseAt(to);
+}
+
+void TrendChart::setAxisRange(int axis, double low, double high) {
+    fixedRange_[static_cast<std::size_t>(axis & 1)] = {std::min(low, high), std::max(low, high)};
+    showSpan();
+}
+
+void TrendChart::axisMenu(const QPoint& at) {
+    QMenu menu(this);
+    for (int axis = 0; axis < 2; ++axis)
+        menu.addAction(
+            captionText(axis ? Caption::TrendRightRange : Caption::TrendLeftRange, language_),
+            [this, axis] { askAxisRange(axis); });
+    menu.addAction(captionText(Caption::TrendAutoRange, language_), [this] {
+        fixedRange_ = {};
+        showSpan();
+    });
+    menu.addSeparator();
+    menu.addAction(captionText(Caption::TrendBackToLive, language_), [this] {
+        zoomSpan_ = 0;
+        goLive();
+    });
+    menu.exec(at);
+}
+
+void TrendChart::askAxisRange(int axis) {
+    const auto [low, high] = fixedRange_[static_cast<std::size_t>(axis)];
+    const std::string now =
+        low < high ? text::shortestGeneral(low, 6) + " " + text::shortestGeneral(high, 6) : "";
+    const auto answer = ui_.input(
+        ui::caption(Caption::TrendRangePrompt, language_),
+        ui::withoutMark(
+            captionText(axis ? Caption::TrendRightRange : Caption::TrendLeftRange, language_))
+            .remove("...")
+            .toStdString(),
+        now);
+    if (!answer)
+        return;
+    const QStringList parts =
+        QString::fromStdString(*answer).split(QRegularExpression("[\\s;]+"), Qt::SkipEmptyParts);
+    const auto a = parts.size() == 2 ? text::parseDecimal(parts[0].toStdString()) : std::nullopt;
+    const auto b = parts.size() == 2 ? text::parseDecimal(parts[1].toStdString()) : std::nullopt;
+    if (a && b && *a != *b)
+        setAxisRange(axis, *a, *b);
+    else
+        setAxisRange(axis, 0, 0); // anything else: automatic
+}
+
+QString TrendChart::readoutAt(double time) const {
+    if (store_.empty())
+        return {};
+    // The sample nearest the time.
+    std::size_t i = std::min(store_.firstAtOrAfter(time), store_.size() - 1);
+    if (i > 0 && time - store_.time(i - 1) < store_.time(i) - time)
+        --i;
+    QString text = QString::fromStdString(clockTextOf(store_.time(i)));
+    const int quantities[] = {first_->currentIndex(), second_->currentIndex() - 1};
+    for (int q : quantities) {
+        if (q < 0 || q >= kQuantities)
+            continue;
+        const float v = store_.value(i, static_cast<Quantity>(q));
+        text += QString("   %1 %2")
+                    .arg(captionText(kQuantityTitles[q], language_),
+                         std::isnan(v) ? QString("—") : number(v));
+    }
+    for (const ReadingPause& pause : readingPauses_)
+        if (time >= pause.from && (std::isnan(pause.to) || time <= pause.to))
+            text += "   " + pause.reason;
+    return text;
+}
+
+void TrendChart::pauseBegan(const QString& reason, const app::DateTime& now) {
+    if (!readingPauses_.empty() && std::isnan(readingPauses_.back().to))
+        return; // one pause at a time: the first reason holds
+    if (readingPauses_.size() >= kMaxMarks)
+        readingPauses_.erase(readingPauses_.begin());
+    feed_.pauseEdge(now);
+    readingPauses_.push_back({store_.newestTime(), std::nan(""), reason});
+    if (isVisible() && !paused_)
+        showSpan();
+}
+
+void TrendChart::pauseEnded(const app::DateTime& now) {
+    if (readingPauses_.empty() || !std::isnan(readingPauses_.back().to))
+        return;
+    feed_.pauseEdge(now);
+    readingPauses_.back().to = store_.newestTime();
+    if (isVisible() && !paused_)
+        showSpan();
+}
+
 void TrendChart::resetTrend() {
     if (store_.empty())
         return;
@@ -492,15 +760,23 @@ void TrendChart::resetTrend() {
         return;
     store_.clear();
     marks_.clear();
+    // A pause going on stays, from now.
+    const bool pausing = !readingPauses_.empty() && std::isnan(readingPauses_.back().to);
+    const QString reason = pausing ? readingPauses_.back().reason : QString();
+    readingPauses_.clear();
+    if (pausing)
+        readingPauses_.push_back({0, std::nan(""), reason});
     goLive();
 }
 
 void TrendChart::askAndSave(bool png) {
     const std::string folder = datafile::DataFolder().path;
-    const auto path =
-        ui_.saveFileAt(ui::caption(png ? Caption::TrendSavePng : Caption::TrendSaveCsv, language_),
-                       png ? "PNG image (*.png)" : "CSV (*.csv)",
-                       datafile::joinPath(folder, png ? "trend.png" : "trend.csv"));
+    const auto path = ui_.saveFileAt(
+        ui::withoutMark(captionText(png ? Caption::TrendSavePng : Caption::TrendSaveCsv, language_))
+            .remove("...")
+            .toStdString(),
+        ui::caption(png ? Caption::PngFilter : Caption::CsvFilesFilter, language_),
+        datafile::joinPath(folder, png ? "trend.png" : "trend.csv"));
     if (!path || path->empty())
         return;
     if (png)
@@ -514,7 +790,31 @@ bool TrendChart::savePng(const std::string& path) {
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
     std::string error = "cannot write " + path + ": the picture could not be encoded";
-    if (chartArea_->grab().save(&buffer, "PNG"))
+    // Above the chart: what it shows, over which period, and from which program.
+    QPixmap chart = chartArea_->grab();
+    chart.setDevicePixelRatio(1); // composed in the picture's own pixels
+    const int header = fontMetrics().height() + 12;
+    QImage picture(chart.width(), chart.height() + header, QImage::Format_RGB32);
+    picture.fill(Qt::white);
+    {
+        QPainter p(&picture);
+        p.drawPixmap(0, header, chart);
+        QString quantities = first_->currentText();
+        if (second_->currentIndex() > 0)
+            quantities += ", " + second_->currentText();
+        const auto [from, to] = shownSpan();
+        const QString period =
+            QString::fromStdString(dateTextOf(from) + " " + clockTextOf(from) + " - " +
+                                   dateTextOf(to) + " " + clockTextOf(to));
+        QFont bold = font();
+        bold.setBold(true);
+        p.setFont(bold);
+        p.setPen(Qt::black);
+        p.drawText(QRect(kLeftMargin, 0, chart.width() - kLeftMargin, header), Qt::AlignVCenter,
+                   captionText(Caption::TrendPngTitle, language_)
+                       .arg(quantities, period, QCoreApplication::applicationVersion()));
+    }
+    if (picture.save(&buffer, "PNG"))
         error = datafile::writeWholeFile(path, bytes.toStdString());
     return saved(error);
 }

@@ -45,9 +45,20 @@ class TrendChart : public QWidget {
     // Freezes the view with its right edge at a time (Pause, or scrolling back), or goes live.
     void pauseAt(double end);
     void goLive();
+    // Zooms the time axis about a time by a factor (below 1 in, above 1 out), or to from..to;
+    // choosing a span in the list, or the whole held time, ends the zoom.
+    void zoomAbout(double time, double factor);
+    void zoomTo(double from, double to);
+    // A fixed value range for the left (0) or right (1) axis; low == high: automatic again.
+    void setAxisRange(int axis, double low, double high);
+    // The canvas's menu: fixed or automatic axis ranges, back to live.
+    void axisMenu(const QPoint& at);
+    void askAxisRange(int axis);
+    // The time, both values and any pause under an x position of the canvas.
+    QString readoutAt(double time) const;
 
-    // A mark at the newest sample (or the first one to come): an alarm raised (red) or cleared (green), labelled with
-    // its name. The oldest marks go beyond kMaxMarks.
+    // A mark at the newest sample (or the first one to come): an alarm raised (red) or cleared
+    // (green), labelled with its name. The oldest marks go beyond kMaxMarks.
     void addMark(const QString& label, bool raised);
     struct Mark {
         double time;
@@ -56,6 +67,17 @@ class TrendChart : public QWidget {
     };
     static constexpr std::size_t kMaxMarks = 1000;
     const std::vector<Mark>& marks() const { return marks_; }
+
+    // The live readings are held still from now on (Get Hz, the datalogger, the viewer...),
+    // for the reason given, until pauseEnded: the chart shows the time as a hatched gap
+    // labelled with the reason, never as a line.
+    void pauseBegan(const QString& reason, const app::DateTime& now);
+    void pauseEnded(const app::DateTime& now);
+    struct ReadingPause {
+        double from, to; // to is NaN while the pause goes on
+        QString reason;
+    };
+    const std::vector<ReadingPause>& readingPauses() const { return readingPauses_; }
 
     // Write the shown span; on failure the user is told why and false comes back.
     bool savePng(const std::string& path);
@@ -71,6 +93,7 @@ class TrendChart : public QWidget {
     double spanSeconds() const;           // of the span list's choice; 0 for all
     void showSpan(); // the scroll bar, the statistics and the canvas for the present view
     void scrolled(int value);
+    void showPauseState();
     void resetTrend();
     void askAndSave(bool png);
     QString statsLine(int quantity, const QString& colour) const;
@@ -78,6 +101,9 @@ class TrendChart : public QWidget {
     app::Ui& ui_;
     TrendStore store_;
     std::vector<Mark> marks_;
+    std::vector<ReadingPause> readingPauses_;
+    double zoomSpan_ = 0;                                   // seconds shown while zoomed, else 0
+    std::array<std::pair<double, double>, 2> fixedRange_{}; // low == high: automatic
     TrendFeed feed_{store_};
     int language_ = 1;
     bool paused_ = false;

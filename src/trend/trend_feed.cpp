@@ -2,6 +2,7 @@
 
 #include "text/leading_number.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -30,6 +31,15 @@ double timeOf(const std::string& clockText, const app::DateTime& now) {
     return day + seconds;
 }
 
+double timeOf(const app::DateTime& when) {
+    return dayStart(when.year, when.month, when.day) + when.hour * 3600.0 + when.minute * 60.0 +
+           when.second;
+}
+
+void TrendFeed::pauseEdge(const app::DateTime& now) {
+    store_.appendGap(timeOf(now), Status::Paused);
+}
+
 Values TrendFeed::valuesOf(const live::Readouts& r) {
     const auto& p = r.Panel3D2;
     Values v;
@@ -44,6 +54,8 @@ Values TrendFeed::valuesOf(const live::Readouts& r) {
     // the panel still shows an old one.
     v[kHz] = p[live::kHz] != lastHz_ ? valueOfText(p[live::kHz]) : kGap;
     lastHz_ = p[live::kHz];
+    v[kAngle] = valueOfText(p[live::kAngle]);
+    v[kKWH] = valueOfText(p[live::kKWH]);
     return v;
 }
 
@@ -54,17 +66,21 @@ Added TrendFeed::afterPoll(const PollState& poll) {
     const double time = timeOf(clock, poll.now);
     if (poll.noData) {
         lastClock_ = clock;
-        store_.appendGap(time);
+        store_.appendGap(time, Status::NoCom);
         return Added::Gap;
     }
     if (!poll.framed)
         return Added::Nothing;
     lastClock_ = clock;
     if (poll.readouts.holdVisible) {
-        store_.appendGap(time);
+        // The instrument holds its display: no new reading, as in a pause.
+        store_.appendGap(time, Status::Paused);
         return Added::Gap;
     }
-    store_.append(time, valuesOf(poll.readouts));
+    const auto& panels = poll.readouts.Panel3D2;
+    const bool overload = std::any_of(panels.begin(), panels.begin() + live::kKWH + 1,
+                                      [](const std::string& t) { return t.find("OL") != t.npos; });
+    store_.append(time, valuesOf(poll.readouts), overload ? Status::Overload : Status::Ok);
     return Added::Sample;
 }
 

@@ -3,7 +3,9 @@
 // integrates energy and records. The values are the displayed texts read as numbers; a
 // display showing "OL", "-OL", "Init" or HOLD gives a gap, and so does every sample time
 // while the instrument is silent (NO COM), so that the line breaks instead of dropping to
-// zero. VA and VAR, which the cycle computes from V and A, are gaps when those are.
+// zero. VA and VAR, which the cycle computes from V and A, are gaps when those are. While the
+// readings are held still (Get Hz, the datalogger, the viewer) the chart is told the pause's
+// start and end, each a gap, so that the line never bridges the time nothing was read.
 #include "app/clock.h"
 #include "live/live_cycle.h"
 #include "trend/trend_store.h"
@@ -26,6 +28,8 @@ class TrendFeed {
   public:
     explicit TrendFeed(TrendStore& store) : store_(store) {}
     Added afterPoll(const PollState& poll);
+    // A gap marking the start or end of a pause of the readings at a calendar time.
+    void pauseEdge(const app::DateTime& now);
 
   private:
     Values valuesOf(const live::Readouts& readouts);
@@ -40,5 +44,7 @@ float valueOfText(const std::string& text);
 // The time of a clock text hh:mm:ss.s on the day of now (the day before when the text is
 // from just before midnight and now just after).
 double timeOf(const std::string& clockText, const app::DateTime& now);
+// The time of a calendar date and clock time, in the same seconds.
+double timeOf(const app::DateTime& when);
 
 } // namespace pa::trend

@@ -12,7 +12,7 @@ TrendStore::TrendStore(std::size_t capacity) : capacity_(std::max<std::size_t>(c
         blockCount_ = capacity_ / kBlock;
 }
 
-void TrendStore::append(double time, const Values& values) {
+void TrendStore::append(double time, const Values& values, Status status) {
     if (!empty())
         time = std::max(time, newestTime());
     if (blockCount_) {
@@ -50,23 +50,26 @@ void TrendStore::append(double time, const Values& values) {
             times_.reserve(capacity_);
             for (auto& v : values_)
                 v.reserve(capacity_);
+            status_.reserve(capacity_);
         }
         times_.push_back(time);
+        status_.push_back(status);
         for (int q = 0; q < kQuantities; ++q)
             values_[q].push_back(values[q]);
         ++size_;
         return;
     }
     times_[oldest_] = time;
+    status_[oldest_] = status;
     for (int q = 0; q < kQuantities; ++q)
         values_[q][oldest_] = values[q];
     oldest_ = oldest_ + 1 == capacity_ ? 0 : oldest_ + 1;
 }
 
-void TrendStore::appendGap(double time) {
+void TrendStore::appendGap(double time, Status status) {
     Values gap;
     gap.fill(kGap);
-    append(time, gap);
+    append(time, gap, status);
 }
 
 void TrendStore::clear() {
@@ -74,6 +77,7 @@ void TrendStore::clear() {
     size_ = 0;
     oldest_ = 0;
     times_.clear();
+    status_.clear();
     for (auto& v : values_)
         v.clear();
 }
@@ -204,7 +208,7 @@ std::vector<Column> TrendStore::envelope(Quantity q, double from, double to, int
 }
 
 std::size_t TrendStore::fullBytes() const {
-    return capacity_ * (sizeof(double) + kQuantities * sizeof(float)) +
+    return capacity_ * (sizeof(double) + kQuantities * sizeof(float) + sizeof(Status)) +
            blockCount_ * kQuantities * sizeof(Block);
 }
 
@@ -246,8 +250,6 @@ std::string clockTextOf(double time) {
     return out;
 }
 
-namespace {
-
 std::string dateTextOf(double time) {
     using namespace std::chrono;
     const auto days = static_cast<int>(std::floor(std::llround(time * 10) / 864000.0));
@@ -260,10 +262,21 @@ std::string dateTextOf(double time) {
     return out;
 }
 
-} // namespace
+const char* statusWord(Status s) {
+    switch (s) {
+    case Status::Paused:
+        return "paused";
+    case Status::NoCom:
+        return "no_com";
+    case Status::Overload:
+        return "overload";
+    default:
+        return "ok";
+    }
+}
 
 std::string toCsv(const TrendStore& store, double from, double to) {
-    std::string out = "date,time,W,PF,V,A,VA,VAR,Hz\r\n";
+    std::string out = "date,time,W,PF,V,A,VA,VAR,Hz,Angle,kWh,status\r\n";
     for (std::size_t i = store.firstAtOrAfter(from); i < store.size() && store.time(i) <= to; ++i) {
         out += dateTextOf(store.time(i));
         out.push_back(',');
@@ -272,6 +285,8 @@ std::string toCsv(const TrendStore& store, double from, double to) {
             out.push_back(',');
             appendNumber(out, store.value(i, static_cast<Quantity>(q)));
         }
+        out.push_back(',');
+        out += statusWord(store.status(i));
         out += "\r\n";
     }
     return out;

@@ -5,7 +5,9 @@
 // drawing a day of samples costs no more than drawing a minute.
 //
 // A value that is not a number (NaN) is a gap: the display showed "OL", "-OL", "Init" or
-// HOLD, or the instrument was silent. Gaps break the line and never count in a statistic.
+// HOLD, the instrument was silent, or the live readings were held still (Get Hz, a datalogger
+// exchange, an open viewer or plot window). Gaps break the line and never count in a
+// statistic; each sample carries its status, so that a gap says why it is one.
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -16,7 +18,12 @@
 namespace pa::trend {
 
 // The quantities the trend keeps, in the order of the chart's lists and the CSV columns.
-enum Quantity { kW, kPF, kV, kA, kVA, kVAR, kHz, kQuantities };
+enum Quantity { kW, kPF, kV, kA, kVA, kVAR, kHz, kAngle, kKWH, kQuantities };
+
+// Why a sample is what it is: a reading, or a gap and its cause.
+enum class Status : std::uint8_t { Ok, Paused, NoCom, Overload };
+// Its word in the CSV: ok, paused, no_com, overload.
+const char* statusWord(Status s);
 
 // 24 hours at the shortest sampling time of 0.5 s.
 inline constexpr std::size_t kDayOfSamples = 172800;
@@ -44,8 +51,8 @@ class TrendStore {
 
     // Adds a sample at a time in seconds; once full, the oldest sample makes room. Times
     // never run backwards: an earlier time is taken as the newest one.
-    void append(double time, const Values& values);
-    void appendGap(double time);
+    void append(double time, const Values& values, Status status = Status::Ok);
+    void appendGap(double time, Status status);
     void clear();
 
     std::size_t size() const { return size_; }
@@ -54,6 +61,7 @@ class TrendStore {
     // Sample i counted from the oldest (0) to the newest (size() - 1).
     double time(std::size_t i) const { return times_[slot(i)]; }
     float value(std::size_t i, Quantity q) const { return values_[q][slot(i)]; }
+    Status status(std::size_t i) const { return status_[slot(i)]; }
     double oldestTime() const { return empty() ? 0 : time(0); }
     double newestTime() const { return empty() ? 0 : time(size_ - 1); }
 
@@ -95,18 +103,22 @@ class TrendStore {
     std::size_t oldest_ = 0; // slot of sample 0
     std::vector<double> times_;
     std::array<std::vector<float>, kQuantities> values_;
+    std::vector<Status> status_;
     std::size_t appended_ = 0; // samples appended since the last clear
     std::size_t blockCount_ = 0;
     std::array<std::vector<Block>, kQuantities> blocks_;
 };
 
-// The samples of from..to as CSV: a header "date,time,W,PF,V,A,VA,VAR,Hz", then one line per
-// sample with the date (YYYY-MM-DD), the clock time (hh:mm:ss.s) and the values in plain
-// decimal notation, a gap as an empty field. Lines end in CR LF.
+// The samples of from..to as CSV: a header "date,time,W,PF,V,A,VA,VAR,Hz,Angle,kWh,status",
+// then one line per sample with the date (YYYY-MM-DD), the clock time (hh:mm:ss.s), the values
+// in plain decimal notation (a gap as an empty field) and the sample's status word. Lines end
+// in CR LF.
 std::string toCsv(const TrendStore& store, double from, double to);
 
 // Seconds since 1970-01-01 00:00 of a calendar day, and back to its clock text hh:mm:ss.s.
 double dayStart(int year, int month, int day);
 std::string clockTextOf(double time);
+// The calendar date YYYY-MM-DD of a time.
+std::string dateTextOf(double time);
 
 } // namespace pa::trend

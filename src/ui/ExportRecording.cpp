@@ -1,6 +1,7 @@
 #include "ui/ExportRecording.h"
 
 #include "datafile/csv_export.h"
+#include "ui/CaptionText.h"
 
 #include <QApplication>
 #include <QDate>
@@ -16,13 +17,16 @@ constexpr int kProgressSteps = 1000;
 
 } // namespace
 
-bool exportRecording(app::Ui& ui, QWidget* parent, const std::string& dataPath) {
+bool exportRecording(app::Ui& ui, QWidget* parent, const std::string& dataPath, int language) {
+    auto text = [language](Caption c) { return captionText(c, language); };
+    const std::string title = caption(Caption::ExportTitle, language);
     if (dataPath.empty()) {
-        ui.message("Open a data file first.", "Export to CSV", app::Icon::Exclamation);
+        ui.message(caption(Caption::ExportOpenFirst, language), title, app::Icon::Exclamation);
         return false;
     }
-    const auto out = ui.saveFileAt("Export to CSV", "CSV files (*.csv);;All files (*)",
-                                   datafile::csvNameFor(dataPath));
+    const auto out = ui.saveFileAt(
+        title, (text(Caption::CsvFilesFilter) + ";;" + text(Caption::AllFilesFilter)).toStdString(),
+        datafile::csvNameFor(dataPath));
     if (!out)
         return false;
 
@@ -31,9 +35,9 @@ bool exportRecording(app::Ui& ui, QWidget* parent, const std::string& dataPath) 
     options.separator = decimalComma ? ';' : ',';
     options.downloadYear = QDate::currentDate().year();
 
-    QProgressDialog progress("Exporting " + QString::fromStdString(dataPath) + " ...", "Cancel", 0,
-                             kProgressSteps, parent);
-    progress.setWindowTitle("Export to CSV");
+    QProgressDialog progress(text(Caption::ExportRunning).arg(QString::fromStdString(dataPath)),
+                             text(Caption::AlarmCancel), 0, kProgressSteps, parent);
+    progress.setWindowTitle(QString::fromStdString(title));
     progress.setWindowModality(Qt::WindowModal);
     progress.setMinimumDuration(500);
     std::string problems;
@@ -41,7 +45,8 @@ bool exportRecording(app::Ui& ui, QWidget* parent, const std::string& dataPath) 
     datafile::ExportCallbacks callbacks;
     callbacks.problem = [&](const datafile::Entry& e) {
         if (summary.malformed <= kProblemsShown)
-            problems += "line " + std::to_string(e.lineNumber) + ": " + e.problem + "\n";
+            problems +=
+                text(Caption::ExportLine).arg(e.lineNumber).toStdString() + ": " + e.problem + "\n";
     };
     callbacks.progress = [&](std::uint64_t done, std::uint64_t total) {
         progress.setValue(total > 0 ? static_cast<int>(done * kProgressSteps / total) : 0);
@@ -51,17 +56,19 @@ bool exportRecording(app::Ui& ui, QWidget* parent, const std::string& dataPath) 
     const std::string error = datafile::exportCsvFile(dataPath, *out, options, summary, callbacks);
     progress.reset();
     if (!error.empty()) {
-        ui.message(error, "Export to CSV", app::Icon::Exclamation);
+        ui.message(error, title, app::Icon::Exclamation);
         return false;
     }
-    std::string report = std::to_string(summary.records) + " records and " +
-                         std::to_string(summary.lostLines) +
-                         " lost-communication lines written to " + *out +
-                         (decimalComma ? " (semicolons, decimal commas)." : ".");
+    std::string report = text(Caption::ExportDone)
+                             .arg(summary.records)
+                             .arg(summary.lostLines)
+                             .arg(QString::fromStdString(*out))
+                             .toStdString() +
+                         (decimalComma ? caption(Caption::ExportCommas, language) : "") + ".";
     if (summary.malformed > 0)
-        report += "\n\n" + std::to_string(summary.malformed) +
-                  " lines could not be read and were left out:\n" + problems;
-    ui.message(report, "Export to CSV",
+        report += "\n\n" + text(Caption::ExportLeftOut).arg(summary.malformed).toStdString() +
+                  "\n" + problems;
+    ui.message(report, title,
                summary.malformed > 0 ? app::Icon::Exclamation : app::Icon::Information);
     return true;
 }

@@ -14,6 +14,6 @@ namespace pa::ui {
 
 // Exports the recording at dataPath; false when there is none, the user cancelled, or the
 // export failed (after saying why).
-bool exportRecording(app::Ui& ui, QWidget* parent, const std::string& dataPath);
+bool exportRecording(app::Ui& ui, QWidget* parent, const std::string& dataPath, int language = 1);
 
 } // namespace pa::ui

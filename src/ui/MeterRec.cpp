@@ -16,6 +16,7 @@
 #include "ui/PrintPicture.h"
 #include "ui/VIEW.h"
 #include "ui/help_about.h"
+#include "ui/window_place.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -48,6 +49,12 @@ constexpr const char* kPanelStyle =
 // takes a paused reading for a live one.
 constexpr const char* kPausedPanelStyle =
     "QLabel { background: #2a2f33; color: #8a9499; border: 1px dashed #6b7880;"
+    " border-radius: 4px; padding: 2px 8px; }";
+
+// The same panels while the instrument is silent (NO COM): the last values stay readable but
+// dimmed, so that nobody takes them for what the line carries now.
+constexpr const char* kSilentPanelStyle =
+    "QLabel { background: #161c20; color: #6f7d84; border: 1px solid #2c3a40;"
     " border-radius: 4px; padding: 2px 8px; }";
 
 // The window size at which the readouts have their designed font sizes; they grow with the
@@ -91,12 +98,19 @@ MeterRec::MeterRec(app::ProgramState& state, app::Port& port, app::Clock& clock,
         cycle_.Timer2Tick();
         refresh();
     });
-    // Get Hz's waits count down in the "Getting Hz" box.
+    // Get Hz's waits count down in the pause banner (and in the wait box where one is up).
     cycle_.setWaitListener([this](double left, double total) {
         const int tenths = static_cast<int>(total * 10 + 0.5);
         const int leftTenths = static_cast<int>(left * 10 + 0.5);
         const int seconds = (leftTenths + 9) / 10;
         ui_.statusProgress(tenths - leftTenths, tenths, std::to_string(seconds) + " s");
+        if (!pausedBy_.isEmpty()) {
+            paused_->setFullText(
+                QString("%1  %2 s")
+                    .arg(captionText(pausedBanner_, state_.language).arg(pausedBy_))
+                    .arg(seconds));
+            paused_->repaint();
+        }
     });
     buildMenus();
     buildBody();
@@ -159,9 +173,9 @@ void MeterRec::buildMenus() {
         portNumber_.append(item);
     }
     comMenu_->addSeparator();
-    QAction* otherPort = comMenu_->addAction("Other port...");
-    otherPort->setObjectName("port_other");
-    connect(otherPort, &QAction::triggered, this, &MeterRec::typePortName);
+    otherPort_ = comMenu_->addAction(QString());
+    otherPort_->setObjectName("port_other");
+    connect(otherPort_, &QAction::triggered, this, &MeterRec::typePortName);
 
     baudMenu_ = optionMenu_->addMenu(qs(link_.baudCaption()));
     baudMenu_->setObjectName("baud");
@@ -213,10 +227,12 @@ void MeterRec::buildMenus() {
 logger::Logger* MeterRec::openLogger() {
     if (!logger_) {
         logger_ = new logger::Logger(
-            port_, clock_, ui_, state_, [this](int on) { link_.SetLiveSampling(on); },
+            port_, clock_, ui_, state_, [this](int on) { loggerSampling(on); },
             [] { return datafile::DataFolder().path; }, this);
         logger_->setWindowFlag(Qt::Window);
     }
+    if (!logger_->isVisible())
+        placeOver(logger_, this);
     logger_->show();
     logger_->raise();
     logger_->activateWindow();
@@ -307,12 +323,8 @@ QWidget* MeterRec::buildStatus() {
     portState_->setObjectName("PortState");
     alarmSet_ = makeLabel("AlarmSet");
     alarmSet_->setVisible(false);
-    paused_ = makeLabel("Paused");
-    paused_->setVisible(false);
     for (QLabel* l : {sampleCaption_, sampleValue_})
         l->installEventFilter(this);
-    sampleCaption_->setToolTip("Double-click to change the sampling time");
-    sampleValue_->setToolTip("Double-click to change the sampling time");
     QFont big = clockValue_->font();
     big.setPointSize(big.pointSize() + 3);
     big.setBold(true);
@@ -320,15 +332,12 @@ QWidget* MeterRec::buildStatus() {
         l->setFont(big);
     warning_->setStyleSheet("color: white; background: #c62828; padding: 2px 10px;");
     hold_->setStyleSheet("color: black; background: #ffb300; padding: 2px 10px;");
-    paused_->setFont(big);
-    paused_->setStyleSheet("color: white; background: #455a64; padding: 2px 10px;");
     for (QLabel* l : {sampleCaption_, sampleValue_, modelCaption_, modelValue_, dateCaption_,
                       dateValue_, timeCaption_, clockValue_})
         row->addWidget(l);
     row->addSpacing(12);
     row->addWidget(warning_);
     row->addWidget(hold_);
-    row->addWidget(paused_);
     row->addWidget(alarmSet_);
     portState_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     row->addWidget(portState_, 1);
@@ -372,7 +381,19 @@ void MeterRec::buildBody() {
     keepPlace.setRetainSizeWhenHidden(true);
     record_->setSizePolicy(keepPlace);
     buttons->addWidget(record_);
-    buttons->addStretch(1);
+    // The pause banner takes the free room right of the buttons, elided when the window is
+    // narrow: it never widens the window.
+    paused_ = new ElidedLabel(body);
+    paused_->setObjectName("Paused");
+    paused_->setVisible(false);
+    QFont bannerFont = paused_->font();
+    bannerFont.setPointSize(bannerFont.pointSize() + 1);
+    bannerFont.setBold(true);
+    paused_->setFont(bannerFont);
+    paused_->setStyleSheet("color: white; background: #455a64; padding: 2px 10px;");
+    buttons->addSpacing(12);
+    buttons->addWidget(paused_, 1);
+    buttons->addStretch(0);
 
     recordingGroup_ = new QWidget(body);
     auto* recording = new QHBoxLayout(recordingGroup_);
@@ -452,6 +473,8 @@ void MeterRec::applyCaptions(int language) {
     cycle_.energy().choosePeriod(0);
 
     setWindowTitle(captionText(Caption::WindowTitle, language));
+    // Qt ends every other window's title with the program's name: in the language chosen.
+    QGuiApplication::setApplicationDisplayName(captionText(Caption::WindowTitle, language));
     const Caption readingTitles[] = {Caption::Reading0, Caption::Reading1, Caption::Reading2,
                                      Caption::Reading3, Caption::Reading4, Caption::Reading5,
                                      Caption::Reading6, Caption::Reading7, Caption::Reading8,
@@ -466,6 +489,9 @@ void MeterRec::applyCaptions(int language) {
     serialNumberCaption_->setText(captionText(Caption::SerialNumber, language));
     lastRecordCaption_->setText(captionText(Caption::LastRecord, language));
     sampleCaption_->setText(captionText(Caption::Sample, language));
+    for (QLabel* l : {sampleCaption_, sampleValue_})
+        l->setToolTip(captionText(Caption::SampleTip, language));
+    otherPort_->setText(captionText(Caption::OtherPort, language));
     modelCaption_->setText(captionText(Caption::Model, language));
     dateCaption_->setText(captionText(Caption::Date, language));
     timeCaption_->setText(captionText(Caption::LastTime, language));
@@ -511,9 +537,10 @@ void MeterRec::selectPort(int n) {
 }
 
 void MeterRec::typePortName() {
-    const auto name = ui_.input("Serial port name or device path (for example COM7 or "
-                                "/dev/ttyUSB0):",
-                                "Other port", port_.portName());
+    const auto name = ui_.input(
+        caption(Caption::OtherPortPrompt, state_.language),
+        withoutMark(captionText(Caption::OtherPort, state_.language)).remove("...").toStdString(),
+        port_.portName());
     if (name && !name->empty())
         openPort(*name);
 }
@@ -558,7 +585,9 @@ void MeterRec::refresh() {
     const live::Readouts& r = cycle_.readouts();
     for (int i = 0; i < live::kPanels; ++i)
         panels_[i]->setText(qs(r.Panel3D2[i]));
-    const char* style = pausedBy_.isEmpty() ? kPanelStyle : kPausedPanelStyle;
+    const char* style = !pausedBy_.isEmpty() ? kPausedPanelStyle
+                        : state_.noData      ? kSilentPanelStyle
+                                             : kPanelStyle;
     if (panels_[0]->styleSheet() != style)
         for (QLabel* panel : panels_)
             panel->setStyleSheet(style);
@@ -646,6 +675,7 @@ void MeterRec::viewFile() {
         return;
     }
     connect(viewer_, &VIEW::closed, this, resume);
+    placeOver(viewer_, this);
     viewer_->show();
 }
 
@@ -666,6 +696,7 @@ void MeterRec::openPlotWindow() {
     disconnect(plotWindow_, &plot::PlotFile::closed, this, nullptr);
     connect(plotWindow_, &plot::PlotFile::closed, this,
             [this, wasSampling] { resumeReadings(wasSampling); });
+    placeOver(plotWindow_, this);
     plotWindow_->show();
     plotWindow_->raise();
     plotWindow_->activateWindow();
@@ -680,34 +711,63 @@ bool MeterRec::pauseReadings(const QString& windowName) {
             return false;
     }
     link_.SetLiveSampling(0);
-    pausedBy_ = windowName;
-    paused_->setText(captionText(Caption::PausedLabel, language).arg(windowName));
-    if (recorder_.recordingRunning())
-        ui_.statusText(kRecordingPausedText);
-    refresh();
+    beginPause(windowName);
     return true;
 }
 
 void MeterRec::resumeReadings(bool resumeSampling) {
-    pausedBy_.clear();
-    if (recorder_.recordingRunning())
-        ui_.statusText(datafile::kRecordingStatusText);
+    endPause();
     if (resumeSampling)
         link_.SetLiveSampling(1);
     refresh();
 }
 
+void MeterRec::beginPause(const QString& reason, Caption banner) {
+    if (pauseDepth_++ > 0)
+        return;
+    pausedBy_ = reason;
+    pausedBanner_ = banner;
+    paused_->setFullText(captionText(banner, state_.language).arg(reason));
+    if (recorder_.recordingRunning())
+        ui_.statusText(kRecordingPausedText);
+    trend_->pauseBegan(reason, clock_.now());
+    refresh();
+    // Shown at once: the work that pauses may hold the event loop for seconds.
+    centralWidget()->layout()->activate();
+    centralWidget()->repaint();
+}
+
+void MeterRec::endPause() {
+    if (pauseDepth_ == 0 || --pauseDepth_ > 0)
+        return;
+    pausedBy_.clear();
+    if (recorder_.recordingRunning())
+        ui_.statusText(datafile::kRecordingStatusText);
+    trend_->pauseEnded(clock_.now());
+    refresh();
+}
+
+void MeterRec::loggerSampling(int on) {
+    // Each exchange of the datalogger window holds the readings; the banner says so.
+    if (on == 0 && !loggerPaused_) {
+        loggerPaused_ = true;
+        beginPause(withoutMark(datalogger_->text()), Caption::PausedDuring);
+    }
+    link_.SetLiveSampling(on);
+    if (on == 1 && loggerPaused_) {
+        loggerPaused_ = false;
+        endPause();
+    }
+}
+
 void MeterRec::getHz() {
-    // The box is up for the whole 5.5 s, so that the user sees why nothing moves.
-    ui_.statusCaption("Getting Hz");
-    ui_.statusText("   Wait...");
-    ui_.statusShow();
+    // The banner stays for the whole measurement and counts it down, so that the user sees
+    // why nothing moves.
+    beginPause(withoutMark(getHz_->text()), Caption::PausedDuring);
     QApplication::setOverrideCursor(Qt::WaitCursor);
     cycle_.GetHz();
     QApplication::restoreOverrideCursor();
-    ui_.statusHide();
-    showRecordingBox();
-    refresh();
+    endPause();
 }
 
 void MeterRec::showRecordingBox() {
@@ -747,9 +807,11 @@ void MeterRec::printWindow(QPrinter& printer) {
 void MeterRec::showPF() {
     // While waiting for a frequency the live timers run from the event loop, which the wait
     // serves between its steps; each step shows what they brought.
+    beginPause(withoutMark(improvePf_->text()), Caption::PausedDuring);
     QApplication::setOverrideCursor(Qt::WaitCursor);
     const bool ready = pfimprove::PrepareHz(cycle_, clock_, ui_, [this] { refresh(); });
     QApplication::restoreOverrideCursor();
+    endPause();
     showRecordingBox();
     refresh();
     if (!ready)
@@ -767,6 +829,8 @@ void MeterRec::showPF() {
         improvePF_->applyCaptions(state_.language);
     }
     improvePF_->UpdateP();
+    if (!improvePF_->isVisible())
+        placeOver(improvePF_, this);
     improvePF_->show();
     improvePF_->raise();
     improvePF_->activateWindow();
@@ -781,6 +845,8 @@ void MeterRec::addTrend() {
             {cycle_.readouts(), state_.noData, cycle_.noDataTicks() == 0, clock_.now()});
     });
     connect(trendButton_, &QPushButton::clicked, this, [this] {
+        if (!trend_->isVisible())
+            placeOver(trend_, this);
         trend_->show();
         trend_->raise();
         trend_->activateWindow();

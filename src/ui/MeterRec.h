@@ -9,6 +9,7 @@
 #include "live/live_cycle.h"
 #include "ui/ElidedLabel.h"
 #include "ui/VIEW.h"
+#include "ui/captions.h"
 
 #include <QAction>
 #include <QComboBox>
@@ -86,6 +87,8 @@ class MeterRec : public QMainWindow {
     // Option > Alarms...: the editor, then the set it gives in use (or none).
     void editAlarms();
     alarms::AlarmBanner* alarmBanner() const { return alarmBanner_; }
+    // The banner that names what holds the readings still (hidden while they run).
+    QLabel* pauseBanner() const { return paused_; }
 
   protected:
     void closeEvent(QCloseEvent* event) override;
@@ -117,6 +120,16 @@ class MeterRec : public QMainWindow {
     // user is asked first (false: not now); the main window shows the pause until resumed.
     bool pauseReadings(const QString& windowName);
     void resumeReadings(bool resumeSampling);
+    // Every hold of the live readings, whatever its reason (Get Hz, a datalogger exchange,
+    // the viewer, the plot window): the banner names the reason, the readouts grey, the
+    // recording box says so and the trend shows the time as a gap. The first reason holds
+    // until its end; a nested hold only adds to the count.
+    void beginPause(const QString& reason, Caption banner = Caption::PausedLabel);
+    void endPause();
+    int pauseDepth_ = 0;
+    bool loggerPaused_ = false;
+    // The datalogger turns the live sampling off for its exchanges and on again after them.
+    void loggerSampling(int on);
     // The readouts' fonts follow the window's size.
     void scaleReadouts();
     // Enabled items, the Record button and the recording boxes as the recorder's state says.
@@ -156,6 +169,7 @@ class MeterRec : public QMainWindow {
     QAction* english_ = nullptr;
     QAction* chinese_ = nullptr;
     QAction* about_ = nullptr;
+    QAction* otherPort_ = nullptr;
     QList<QAction*> portNumber_; // index 0 is "COM 1"
     QList<QAction*> baudRate_;
 
@@ -187,8 +201,9 @@ class MeterRec : public QMainWindow {
     QLabel* warning_ = nullptr;    // Warning
     QLabel* hold_ = nullptr;       // hold
     ElidedLabel* portState_ = nullptr;
-    QLabel* paused_ = nullptr; // says which window holds the readings still
-    QString pausedBy_;         // that window's name; empty while the readings run
+    ElidedLabel* paused_ = nullptr; // says what holds the readings still
+    QString pausedBy_;              // that window's name; empty while the readings run
+    Caption pausedBanner_ = Caption::PausedLabel;
     std::array<int, live::kPanels> panelPointSizes_{}; // at the window's first size
 
     void addTrend();

@@ -140,8 +140,8 @@ VIEW::VIEW(app::Ui& ui, int language, QWidget* parent)
             openPath(index_.path());
     });
     reload_->setShortcut(QKeySequence::Refresh);
-    export_ = fileMenu_->addAction(QString(), this,
-                                   [this] { exportRecording(ui_, this, index_.path()); });
+    export_ = fileMenu_->addAction(
+        QString(), this, [this] { exportRecording(ui_, this, index_.path(), language_); });
     report_ = fileMenu_->addAction(
         QString(), this, [this] { makeSurveyReport(ui_, this, index_.path(), language_); });
     fileMenu_->addSeparator();
@@ -191,6 +191,8 @@ void VIEW::applyCaptions(int language) {
     const QString title = withoutMark(captionText(Caption::MenuViewFile, language));
     const QString name = QFileInfo(qs(index_.path())).fileName();
     setWindowTitle(name.isEmpty() ? title : title + " - " + name);
+    if (!index_.path().empty())
+        showProgress();
 }
 
 bool VIEW::chooseAndOpen() {
@@ -199,9 +201,12 @@ bool VIEW::chooseAndOpen() {
         ui_.message(folder.error, "", app::Icon::Exclamation);
         return false;
     }
-    const auto path = ui_.openFileIn(
-        withoutMark(captionText(Caption::MenuViewFile, language_)).toStdString(),
-        "Data files (*.txt);;All files (*)", datafile::joinPath(folder.path, ".txt"));
+    const auto path =
+        ui_.openFileIn(withoutMark(captionText(Caption::MenuViewFile, language_)).toStdString(),
+                       (captionText(Caption::DataFilesFilter, language_) + ";;" +
+                        captionText(Caption::AllFilesFilter, language_))
+                           .toStdString(),
+                       datafile::joinPath(folder.path, ".txt"));
     return path && openPath(*path);
 }
 
@@ -238,12 +243,13 @@ void VIEW::finishIndexing() {
 }
 
 void VIEW::showProgress() {
-    // The captions are English whatever the desktop's language, so the count is grouped the
-    // English way ("12,345") on every machine.
+    // The count is grouped the same way ("12,345") on every machine, whatever the desktop's
+    // language.
     const QLocale locale(QLocale::English, QLocale::UnitedStates);
-    QString text = locale.toString(static_cast<qulonglong>(index_.lineCount())) + " lines";
+    QString text = captionText(Caption::ViewerLines, language_)
+                       .arg(locale.toString(static_cast<qulonglong>(index_.lineCount())));
     if (!index_.complete() && index_.fileSize() > 0)
-        text += QString(", reading the file: %1 %")
+        text += captionText(Caption::ViewerReading, language_)
                     .arg(static_cast<int>(100.0 * index_.indexedBytes() / index_.fileSize()));
     progress_->setText(text);
 }

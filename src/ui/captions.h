@@ -177,6 +177,34 @@ enum class Caption {
     AlarmFilter,
     AlarmCheckedOk, // %1: how many alarms
     AlarmLogFailed,
+    // Texts of the viewer, the export, the file dialogs' filters and the pause banner.
+    PausedDuring,  // %1: what holds the readings (Get Hz, the datalogger)
+    ViewerLines,   // %1: the count
+    ViewerReading, // %1: percent read so far
+    DataFilesFilter,
+    AllFilesFilter,
+    CsvFilesFilter,
+    PngFilter,
+    ExportTitle,
+    ExportOpenFirst,
+    ExportRunning, // %1: the data file
+    ExportDone,    // %1 records, %2 lost lines, %3 the CSV file
+    ExportCommas,
+    ExportLeftOut,   // %1: how many lines
+    ExportLine,      // %1: the line number
+    TrendLiveButton, // the trend's Pause button while the view is held
+    TrendLegendMissing,
+    TrendLegendPaused,
+    TrendPngTitle, // %1: the quantities, %2: the period, %3: the program's version
+    TrendLeftRange,
+    TrendRightRange,
+    TrendAutoRange,
+    TrendRangePrompt,
+    TrendBackToLive,
+    OtherPort,
+    OtherPortPrompt,
+    SampleTip,
+    PfCapacitanceTip,
     Count
 };
 

@@ -16,6 +16,7 @@
 #include "qt/qt_ui.h"
 #include "support/scripted_ui.h"
 #include "support/test_files.h"
+#include "trend/TrendChart.h"
 #include "ui/CHKSPEED.h"
 
 #include <QComboBox>
@@ -32,6 +33,7 @@
 #include <QTimer>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <filesystem>
 #include <memory>
 
@@ -236,6 +238,98 @@ TEST_F(Everyday, APortNamedOnTheCommandLineIsNotAskedFor) {
     EXPECT_TRUE(window.timer2().isActive());
 }
 
+// Every hold of the readings, whatever its cause, shows the banner and greyed readouts, keeps
+// the window's width, and is a gap in the trend and its CSV; the windows opened open over
+// the main window, on its screen.
+TEST_F(Everyday, EveryPauseShowsTheBannerAndIsAGapInTheTrend) {
+    window.startup();
+    window.show();
+    window.move(40, 30);
+    rig.open();
+    ui.inputs.push_back("gaps");
+    rig.action("FileCreate")->trigger();
+    pa::logger::Logger* logger = window.openLogger();
+    QApplication::processEvents();
+    const int width = window.width();
+    const QRect screen = window.screen()->availableGeometry();
+    const QPoint centre = window.frameGeometry().center();
+    auto& store = window.trendChart()->store();
+    const struct {
+        const char* cause;
+        std::function<QWidget*()> run; // returns the window it opened, if any
+    } causes[] = {
+        {"Get Hz",
+         [&]() -> QWidget* {
+             window.findChild<QPushButton*>("get_hz")->click();
+             return nullptr;
+         }},
+        {"Datalogger",
+         [&]() -> QWidget* {
+             logger->findChild<QPushButton*>("Read_Status")->click();
+             return logger;
+         }},
+        {"View File",
+         [&]() -> QWidget* {
+             ui.files.push_back(rig.dataFile("gaps.txt").string());
+             window.viewFile();
+             return window.viewer();
+         }},
+        {"Plot Data from File",
+         [&]() -> QWidget* {
+             rig.action("PlotData")->trigger();
+             return window.findChild<pa::plot::PlotFile*>();
+         }},
+        {"Improve PF",
+         [&]() -> QWidget* {
+             window.showPF();
+             return window.improvePF();
+         }},
+    };
+    for (const auto& c : causes) {
+        SCOPED_TRACE(c.cause);
+        ASSERT_TRUE(waitFor([&] { return window.timer2().isActive() && store.size() > 2; }));
+        const std::size_t before = store.size();
+        bool bannerSeen = false, greyed = false;
+        // Looked at during the blocking work, and once after it while a window is open.
+        auto look = [&] {
+            bannerSeen |=
+                window.pauseBanner()->isVisible() && window.pauseBanner()->text().contains(c.cause);
+            greyed |= window.panel(pa::live::kW)->styleSheet().contains("dashed");
+        };
+        QTimer watch;
+        QObject::connect(&watch, &QTimer::timeout, look);
+        watch.start(50);
+        QWidget* opened = c.run();
+        QApplication::processEvents();
+        look();
+        watch.stop();
+        if (opened) {
+            const QRect frame = opened->frameGeometry();
+            EXPECT_TRUE(screen.contains(frame)) << frame.x() << "," << frame.y();
+            // Centred on the main window, unless the screen's edge holds it back.
+            QRect ideal = frame;
+            ideal.moveCenter(centre);
+            EXPECT_TRUE((frame.center() - centre).manhattanLength() <= 2 || !screen.contains(ideal))
+                << frame.x() << "," << frame.y();
+            opened->close();
+        }
+        ASSERT_FALSE(rig.pausedShown());
+        EXPECT_TRUE(bannerSeen);
+        EXPECT_TRUE(greyed);
+        ASSERT_TRUE(waitFor([&] { return store.size() > before + 2; }));
+        // The pause's start and end are gaps marked paused, and a reading follows them.
+        int pausedGaps = 0;
+        for (std::size_t i = before; i < store.size(); ++i)
+            pausedGaps += store.status(i) == pa::trend::Status::Paused &&
+                          std::isnan(store.value(i, pa::trend::kW));
+        EXPECT_EQ(pausedGaps, 2);
+        const std::string csv = pa::trend::toCsv(store, store.time(before), store.newestTime());
+        EXPECT_NE(csv.find(",,,,,,,,,,paused\r\n"), std::string::npos) << csv;
+        EXPECT_EQ(window.width(), width) << "the banner never widens the window";
+    }
+    EXPECT_EQ(window.trendChart()->readingPauses().size(), std::size(causes));
+}
+
 // The readouts grow with the window; the last record never widens it and is shown whole in
 // its tooltip; the Record button appearing moves no other button; a new file starts with no
 // last record.
@@ -412,42 +506,51 @@ class RealDialogs : public ::testing::Test {
     MeterRec& window = rig.window;
 };
 
-// Get Hz waits 5.5 s refusing input, but the box is painted, names itself and counts down.
-TEST_F(RealDialogs, GetHzBoxPaintsAndCountsDown) {
+// Counts the paints of a widget while it lives.
+struct PaintCounter : QObject {
+    int n = 0;
+    explicit PaintCounter(QWidget* w) { w->installEventFilter(this); }
+    bool eventFilter(QObject*, QEvent* e) override {
+        n += e->type() == QEvent::Paint;
+        return false;
+    }
+};
+
+// The main window's Get Hz waits 5.5 s refusing input: no wait box, but the banner is painted,
+// names Get Hz and counts down, and the window keeps its width.
+TEST_F(RealDialogs, GetHzShowsTheCountingBannerAndNoBox) {
     window.startup(true);
     window.show();
     rig.open();
-    pa::ui::CHKSPEED* box = ui.statusWindow();
-    int paints = 0;
-    struct PaintCounter : QObject {
-        int& n;
-        explicit PaintCounter(int& count) : n(count) {}
-        bool eventFilter(QObject*, QEvent* e) override {
-            if (e->type() == QEvent::Paint)
-                ++n;
-            return false;
-        }
-    } counter(paints);
-    box->installEventFilter(&counter);
-    QString title, text, countdown;
-    bool barShown = false;
+    QApplication::processEvents();
+    const int width = window.width();
+    QLabel* banner = window.pauseBanner();
+    PaintCounter paints(banner);
+    QString text;
+    bool boxShown = true;
     QTimer::singleShot(2500, [&] {
-        title = box->windowTitle();
-        text = box->text();
-        barShown = box->progressBar()->isVisible();
-        countdown = box->progressBar()->text();
-        box->grab().save(screenshotPath("gethz_box.png"));
+        text = banner->text();
+        boxShown = ui.statusWindow()->isVisible();
+        window.grab().save(screenshotPath("gethz_banner.png"));
     });
     window.findChild<QPushButton*>("get_hz")->click();
-    box->removeEventFilter(&counter);
-    EXPECT_EQ(title, "Getting Hz") << "the box was served during the wait";
-    EXPECT_EQ(text, "   Wait...");
-    EXPECT_TRUE(barShown);
-    EXPECT_TRUE(QRegularExpression("^[1-4] s$").match(countdown).hasMatch())
-        << countdown.toStdString();
-    EXPECT_GT(paints, 0);
-    EXPECT_FALSE(box->isVisible());
+    EXPECT_TRUE(QRegularExpression("Get Hz.* [1-5] s$").match(text).hasMatch())
+        << text.toStdString();
+    EXPECT_FALSE(boxShown);
+    EXPECT_GT(paints.n, 0);
+    EXPECT_FALSE(banner->isVisible());
     EXPECT_EQ(window.panel(pa::live::kHz)->text(), "50Hz");
+    QApplication::processEvents();
+    EXPECT_EQ(window.width(), width);
+}
+
+// With the port named on the command line (or the simulator) there is no prompt before the
+// computer-speed check, yet the check's box is painted while it counts.
+TEST_F(RealDialogs, TheSpeedCheckPaintsWithoutThePortPrompt) {
+    PaintCounter paints(ui.statusWindow());
+    window.startup(true);
+    EXPECT_GT(paints.n, 0);
+    EXPECT_FALSE(ui.statusWindow()->isVisible());
 }
 
 // The datalogger's dialogs and its progress box belong to its window: centred over it, the

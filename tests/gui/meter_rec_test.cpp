@@ -1,4 +1,6 @@
 // The main window offscreen against the simulator on a pseudo-terminal.
+#include "pfimprove/ImprovePF.h"
+#include "trend/TrendChart.h"
 #include "ui/MeterRec.h"
 #include "ui/help_about.h"
 
@@ -15,8 +17,12 @@
 #include <QFileInfo>
 #include <QGroupBox>
 #include <QLabel>
+#include <QMenu>
 #include <QMenuBar>
 #include <QPrinter>
+#include <QPushButton>
+#include <QRegularExpression>
+#include <QTextDocumentFragment>
 #include <QThread>
 #include <filesystem>
 #include <functional>
@@ -117,14 +123,13 @@ QStringList menuTree(const QList<QAction*>& actions, const QString& indent = "")
 }
 
 // The COM sub-menu: its sixteen numbers (the device shown beside each is cut off), a
-// separator, the item for other ports; then the baud menu. These stay in English.
-QStringList portAndBaudItems() {
+// separator, the item for other ports; then the baud menu. Only the last item is translated.
+QStringList portAndBaudItems(const QString& otherPort) {
     QStringList items{"> COM"};
     for (int n = 1; n <= 16; ++n)
         items << QString("> > COM %1").arg(n);
     items << "> > -"
-          << "> > Other port..."
-          << "> Baud Rate (9600)"
+          << "> > " + otherPort << "> Baud Rate (9600)"
           << "> > 9600"
           << "> > 4800"
           << "> > 2400"
@@ -135,11 +140,11 @@ QStringList portAndBaudItems() {
 // The whole tree from the texts of one language: the File items, the bar's entries, the
 // Option items around the port and baud menus, and the Help items around the manuals.
 QStringList expectedTree(const QStringList& file, const QStringList& bar, const QStringList& option,
-                         const QStringList& help) {
+                         const QStringList& help, const QString& otherPort = "Other port...") {
     const QStringList manuals{"> > English", "> > French",  "> > German",
                               "> > Spanish", "> > Italian", "> > Portuguese"};
     QStringList tree;
-    tree << bar[0] << file << bar[1] << bar[2] << bar[3] << option[0] << portAndBaudItems()
+    tree << bar[0] << file << bar[1] << bar[2] << bar[3] << option[0] << portAndBaudItems(otherPort)
          << option.mid(1) << bar[4] << help[0] << manuals << help[1] << "V6.7 (off)";
     return tree;
 }
@@ -170,8 +175,8 @@ TEST_F(MeterRecTest, MenuTreeInBothLanguages) {
                       "> 設定印表機", "> -", "> 結束(&X)"},
                      {"檔案", "功因改善篇", "記錄器", "選擇", "幫助"},
                      {"> 取樣時間(&S)", "> 語言", "> > 英文", "> > 中文", "> 警報設定(&A)..."},
-                     {"> 使用者手冊", "> 關於"}))
-        << "port, baud and manual items stay in English";
+                     {"> 使用者手冊", "> 關於"}, "其他連接埠..."))
+        << "port numbers, baud and manual items stay in English";
     EXPECT_FALSE(window.findChild<QWidget*>("Record")->isVisibleTo(&window));
 }
 
@@ -260,3 +265,78 @@ TEST_F(MeterRecTest, PrintsTheWindowToPdf) {
 }
 
 } // namespace
+
+namespace chinese_walk {
+
+// The texts a user reads in a window and its children: titles, labels, buttons, menu items,
+// list entries and tooltips.
+QStringList textsOf(QWidget* root) {
+    QStringList texts{root->windowTitle()};
+    for (QWidget* w : root->findChildren<QWidget*>()) {
+        texts << w->toolTip();
+        if (auto* label = qobject_cast<QLabel*>(w))
+            texts << QTextDocumentFragment::fromHtml(label->text()).toPlainText();
+        if (auto* button = qobject_cast<QAbstractButton*>(w))
+            texts << button->text();
+        if (auto* box = qobject_cast<QGroupBox*>(w))
+            texts << box->title();
+        if (auto* combo = qobject_cast<QComboBox*>(w))
+            for (int i = 0; i < combo->count(); ++i)
+                texts << combo->itemText(i);
+    }
+    for (QAction* a : root->findChildren<QAction*>())
+        texts << a->text();
+    for (QMenu* m : root->findChildren<QMenu*>())
+        texts << m->title();
+    return texts;
+}
+
+// An English text left among Chinese ones: ASCII letters only, once units, numbers, file
+// names and the items named in English on purpose (ports, baud rates, manual languages, the
+// model and version) are taken out.
+bool untranslated(const QString& text) {
+    static const QRegularExpression allowed(
+        R"(COM\s*\d*(\s*\(.*\))?|/dev/\S*|\d+,[neo],\d,\d|[\w.-]+\.(txt|csv|png|pdf)|\*\.\w+|)"
+        R"([-+\d.]+\s*[munkKM]?(A|V|W|Hz|H|F|SEC)?\b|KV2260|V\d+(\.\d+)*|Baud Rate|)"
+        R"(\b(W|PF|V|A|VA|VAR|Hz|KWH|kWh|CSV|PNG|PDF|OL|IR|IX|R|X|L|s|ms|min|h)\b|)"
+        R"(English|French|German|Spanish|Italian|Portuguese)");
+    QString rest = text;
+    rest.remove(allowed);
+    bool ascii = true, letters = false;
+    for (QChar c : rest) {
+        ascii &= c.unicode() < 128;
+        letters |= c.isLetter();
+    }
+    return ascii && letters;
+}
+
+} // namespace chinese_walk
+
+// In Chinese no window reached from the main window shows a text of ours in English.
+TEST_F(MeterRecTest, ChineseReachesEveryOwnText) {
+    window.startup();
+    window.show();
+    window.openPort(sim->devicePath());
+    ASSERT_TRUE(waitFor([&] { return !window.cycle().readouts().clockText.empty(); }));
+    menuItem(&window, "Chinese")->trigger();
+    window.findChild<QPushButton*>("trend")->click();
+    ASSERT_TRUE(waitFor([&] { return window.trendChart()->store().size() > 1; }));
+    window.showPF();
+    const QString data = QDir(::testing::TempDir().c_str()).filePath("walk.txt");
+    QFile file(data);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("1 line\r\n2 line\r\n");
+    file.close();
+    ui.files.push_back(data.toStdString());
+    window.viewFile();
+    ASSERT_TRUE(window.viewer() && window.improvePF());
+    QStringList found;
+    for (QWidget* w : std::initializer_list<QWidget*>{&window, window.trendChart(), window.viewer(),
+                                                      window.improvePF()})
+        for (const QString& t : chinese_walk::textsOf(w))
+            if (chinese_walk::untranslated(t))
+                found << w->objectName() + ": " + t;
+    found.removeDuplicates();
+    EXPECT_TRUE(found.isEmpty()) << found.join(" | ").toStdString();
+    window.viewer()->close();
+}

@@ -20,6 +20,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <cmath>
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -221,15 +222,18 @@ TEST_F(TrendChartTest, SavesTheShownSpanAsPngAndCsv) {
     ASSERT_TRUE(csv.open(QIODevice::ReadOnly));
     const QList<QByteArray> lines = csv.readAll().split('\n');
     ASSERT_GE(lines.size(), 3);
-    EXPECT_EQ(lines[0], "date,time,W,PF,V,A,VA,VAR,Hz\r");
+    EXPECT_EQ(lines[0], "date,time,W,PF,V,A,VA,VAR,Hz,Angle,kWh,status\r");
     EXPECT_EQ(lines.size() - 2, 40) << "the 40 samples held (the ring is smaller than 1 min)";
     EXPECT_TRUE(lines[1].startsWith("2026-11-22,10:")) << lines[1].toStdString();
-    EXPECT_TRUE(lines[1].endsWith(",116.4,0.92,230,0.55,126.5,49.53,\r")) << lines[1].toStdString();
+    EXPECT_TRUE(lines[1].contains(",116.4,0.92,230,0.55,126.5,49.53,,")) << lines[1].toStdString();
+    EXPECT_TRUE(lines[1].endsWith(",ok\r")) << lines[1].toStdString();
 
     ui.files.push_back(dir + "trend_test.png");
     child<QPushButton>("trend_png")->click();
     const QImage png(QString::fromStdString(dir + "trend_test.png"));
-    EXPECT_EQ(png.size(), child<QWidget>("trend_chart")->size());
+    // The chart under a title line.
+    EXPECT_EQ(png.width(), child<QWidget>("trend_chart")->width());
+    EXPECT_GT(png.height(), child<QWidget>("trend_chart")->height());
 
     EXPECT_FALSE(chart.saveCsv("/nonexistent-folder/trend.csv"));
     ASSERT_FALSE(ui.messages.empty());
@@ -253,6 +257,63 @@ TEST_F(TrendChartTest, CaptionsInBothLanguages) {
         EXPECT_TRUE(stats().contains(QString::fromUtf8(c.minimum))) << stats().toStdString();
         EXPECT_EQ(child<QComboBox>("trend_span")->count(), 4);
     }
+}
+
+// A pause of the readings is a gap marked paused, never a line from its start to its end;
+// the view's zoom, read-out, axis ranges and Pause/Live button behave as the user sees them.
+TEST_F(TrendChartTest, PausesZoomReadOutAndAxisRanges) {
+    chart.setMinimumSize(0, 0);
+    ticks(20);
+    chart.pauseBegan("Get Hz", clock.now());
+    clock.advance(6); // nothing is read while paused
+    chart.pauseEnded(clock.now());
+    ticks(4);
+    const TrendStore& store = chart.store();
+    std::vector<std::size_t> paused;
+    for (std::size_t i = 0; i < store.size(); ++i)
+        if (store.status(i) == Status::Paused)
+            paused.push_back(i);
+    ASSERT_EQ(paused.size(), 2u);
+    EXPECT_NEAR(store.time(paused[1]) - store.time(paused[0]), 6, 0.01);
+    for (std::size_t i : paused)
+        EXPECT_TRUE(std::isnan(store.value(i, kW)));
+    const double inPause = store.time(paused[0]) + 3;
+    EXPECT_TRUE(chart.readoutAt(inPause).contains("Get Hz"))
+        << chart.readoutAt(inPause).toStdString();
+
+    // The read-out names the time and both quantities' values at the nearest sample.
+    child<QComboBox>("trend_second")->setCurrentIndex(1 + kAngle);
+    const double last = store.newestTime();
+    const QString readout = chart.readoutAt(last);
+    EXPECT_TRUE(readout.startsWith(QString::fromStdString(clockTextOf(last))))
+        << readout.toStdString();
+    EXPECT_TRUE(readout.contains("W 116.4") &&
+                readout.contains(QRegularExpression("Phase Angle \\d")))
+        << readout.toStdString();
+
+    // The wheel zooms about the mouse and the button says how to get back to live.
+    auto* pause = child<QPushButton>("trend_pause");
+    EXPECT_EQ(pause->text(), "&Pause");
+    child<QComboBox>("trend_span")->setCurrentIndex(3); // all that is held
+    const auto [from, to] = chart.shownSpan();
+    chart.zoomAbout(from + (to - from) / 2, 0.5);
+    EXPECT_NEAR(chart.shownSpan().second - chart.shownSpan().first, (to - from) / 2, 0.01);
+    EXPECT_TRUE(chart.paused());
+    EXPECT_EQ(pause->text(), "&Live");
+    pause->click();
+    EXPECT_FALSE(chart.paused());
+    EXPECT_EQ(pause->text(), "&Pause");
+    EXPECT_DOUBLE_EQ(chart.shownSpan().second, store.newestTime());
+
+    // A fixed range is asked for, kept, and given up for an empty answer.
+    ui.inputs.push_back("0 500");
+    chart.askAxisRange(0);
+    ui.inputs.push_back("");
+    chart.askAxisRange(1);
+    EXPECT_EQ(ui.asked.back().defaultText, "");
+    ui.inputs.push_back("");
+    chart.askAxisRange(0);
+    EXPECT_EQ(ui.asked.back().defaultText, "0 500");
 }
 
 // The picture of a changing load: a swinging current, an overload and a silent spell. It is
@@ -281,7 +342,11 @@ TEST_F(ManualScreenshotsTrend, PictureOfAChangingLoad) {
     instrument.setFault(pa::sim::Fault::Silent);
     feed(60);
     instrument.setFault(pa::sim::Fault::None);
-    feed(300);
+    feed(150);
+    day.pauseBegan("Get Hz", clock.now());
+    clock.advance(20);
+    day.pauseEnded(clock.now());
+    feed(150);
     chart.hide();
     day.resize(1000, 460);
     day.show();

@@ -39,7 +39,7 @@ TEST(TrendStore, RingKeepsTheNewestSamplesWithoutGrowing) {
     EXPECT_EQ(store.newestTime(), 10);
     EXPECT_EQ(store.firstAtOrAfter(8.5), 2u);
     EXPECT_EQ(store.firstAtOrAfter(11), 4u);
-    EXPECT_EQ(store.fullBytes(), 4u * (8 + 7 * 4));
+    EXPECT_EQ(store.fullBytes(), 4u * (8 + 9 * 4 + 1));
 
     store.clear();
     EXPECT_TRUE(store.empty());
@@ -174,20 +174,24 @@ TEST(TrendStore, BlockSummariesAgreeWithEverySample) {
     EXPECT_EQ(blocks.stats(kW, 0, 1).count, 1u) << "a cleared ring starts its blocks afresh";
 }
 
-TEST(TrendCsv, WritesDateTimeAndPlainNumbersWithEmptyGaps) {
+TEST(TrendCsv, WritesDateTimeAndPlainNumbersWithEmptyGapsAndTheirStatus) {
     TrendStore store(10);
     const double day = dayStart(2026, 11, 23);
-    store.append(day + 36307.4, Values{116.4f, 0.92f, 230, 0.55f, 126.5f, 49.53f, kGap});
-    store.appendGap(day + 36308.4);
-    store.append(day + 86399.9, Values{-5, 1, 230, 0.001f, 0.23f, 0, 50});
+    store.append(day + 36307.4,
+                 Values{116.4f, 0.92f, 230, 0.55f, 126.5f, 49.53f, kGap, 23.1f, 1.25f});
+    store.appendGap(day + 36308.4, Status::NoCom);
+    store.appendGap(day + 36309.4, Status::Paused);
+    store.append(day + 86399.9, Values{kGap, 1, 230, 0.001f, 0.23f, 0, 50, 0, 2}, Status::Overload);
     store.append(day + 86400.5, all(2));
     EXPECT_EQ(toCsv(store, day, day + 86400),
-              "date,time,W,PF,V,A,VA,VAR,Hz\r\n"
-              "2026-11-23,10:05:07.4,116.4,0.92,230,0.55,126.5,49.53,\r\n"
-              "2026-11-23,10:05:08.4,,,,,,,\r\n"
-              "2026-11-23,23:59:59.9,-5,1,230,0.001,0.23,0,50\r\n");
+              "date,time,W,PF,V,A,VA,VAR,Hz,Angle,kWh,status\r\n"
+              "2026-11-23,10:05:07.4,116.4,0.92,230,0.55,126.5,49.53,,23.1,1.25,ok\r\n"
+              "2026-11-23,10:05:08.4,,,,,,,,,,no_com\r\n"
+              "2026-11-23,10:05:09.4,,,,,,,,,,paused\r\n"
+              "2026-11-23,23:59:59.9,,1,230,0.001,0.23,0,50,0,2,overload\r\n");
     EXPECT_EQ(toCsv(store, day + 86400, day + 90000),
-              "date,time,W,PF,V,A,VA,VAR,Hz\r\n2026-11-24,00:00:00.5,2,2,2,2,2,2,2\r\n");
+              "date,time,W,PF,V,A,VA,VAR,Hz,Angle,kWh,status\r\n"
+              "2026-11-24,00:00:00.5,2,2,2,2,2,2,2,2,2,ok\r\n");
 }
 
 TEST(TrendFeed, ReadsDisplayTextsAndTurnsOverloadsIntoGaps) {
