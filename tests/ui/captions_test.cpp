@@ -1,8 +1,11 @@
-// Every caption pair, English and Chinese, exactly as the windows must show them.
+// The captions: the texts of the menus, labels and boxes in English and Chinese, exactly as
+// the windows show them, and the rules every caption keeps in both languages.
 #include "ui/captions.h"
 
 #include <gtest/gtest.h>
 
+#include <cctype>
+#include <regex>
 #include <set>
 
 namespace {
@@ -16,7 +19,7 @@ struct Pair {
     const char* chinese;
 };
 
-// In the order in which the table is filled.
+// The texts users know from the instrument's own program, pinned one by one.
 const Pair kPairs[] = {
     {Caption::NoCom, "NO COM", "斷 線"},
     {Caption::Hold, "HOLD", "讀值鎖定"},
@@ -81,81 +84,42 @@ const Pair kPairs[] = {
     {Caption::MenuHelp, "Help", "幫助"},
     {Caption::MenuUserManual, "User Manual", "使用者手冊"},
     {Caption::MenuAbout, "About", "關於"},
-    // The program's own additions: the PF window's capacitance heading and the viewer.
-    {Caption::PfCapacitance, "C to add", "需加電容"},
-    {Caption::ViewerOpen, "&Open...", "開啟檔案(&O)..."},
-    {Caption::ViewerReload, "&Reload", "重新讀取(&R)"},
-    {Caption::ViewerOrientation, "Page &Orientation", "紙張方向(&O)"},
-    {Caption::ViewerPortrait, "&Portrait", "直印(&P)"},
-    {Caption::ViewerLandscape, "&Landscape", "橫印(&L)"},
-    {Caption::ViewerFont, "&Font...", "字型(&F)..."},
-    {Caption::ViewerClose, "&Close", "關閉(&C)"},
-    // The trend chart and the CSV export.
-    {Caption::Trend, "Trend", "趨勢圖"},
-    {Caption::TrendShow, "Show", "顯示"},
-    {Caption::TrendAnd, "and", "及"},
-    {Caption::TrendNone, "(none)", "(無)"},
-    {Caption::TrendSpan, "Span", "時間範圍"},
-    {Caption::TrendMinute, "1 min", "1 分鐘"},
-    {Caption::TrendTenMinutes, "10 min", "10 分鐘"},
-    {Caption::TrendHour, "1 h", "1 小時"},
-    {Caption::TrendAll, "All", "全部"},
-    {Caption::TrendPause, "&Pause", "暫停(&P)"},
-    {Caption::TrendReset, "&Reset", "清除(&R)"},
-    {Caption::TrendSavePng, "Save P&NG...", "存成 PNG(&N)..."},
-    {Caption::TrendSaveCsv, "Save &CSV...", "存成 CSV(&C)..."},
-    {Caption::TrendMinimum, "Minimum", "最小值"},
-    {Caption::TrendMaximum, "Maximum", "最大值"},
-    {Caption::TrendAverage, "Average", "平均值"},
-    {Caption::TrendEmpty, "No readings yet", "尚無讀值"},
-    {Caption::TrendClearQuestion, "Clear every reading of the trend?", "清除趨勢圖的所有讀值?"},
-    {Caption::TrendCannotSave, "Could not save", "無法儲存"},
-    {Caption::ViewerExport, "&Export to CSV...", "匯出為 CSV 檔(&E)..."},
-    {Caption::PauseQuestion,
-     "Recording is on. While the %1 window is open the live readings pause and no records are "
-     "written: the data file gets a gap for that time.\n\nRecording goes on when the window is "
-     "closed. Open %1 now?",
-     "正在記錄中。%1 視窗開啟期間，即時讀值會暫停，也不會寫入記錄：資料檔在這段時間會有空缺。"
-     "\n\n關閉視窗後會繼續記錄。現在開啟 %1 嗎?"},
-    {Caption::PauseTitle, "Recording", "記錄"},
-    {Caption::PausedLabel, "PAUSED while %1 is open", "%1 開啟中，讀值暫停"},
-    {Caption::MenuAlarms, "&Alarms...", "警報設定(&A)..."},
-    {Caption::AlarmAcknowledge, "&Acknowledge", "確認(&A)"},
-    {Caption::AlarmRaised, "ALARM", "警報"},
-    {Caption::AlarmCleared, "cleared", "已解除"},
-    {Caption::AlarmSetInUse, "Alarms: %1 (%2)", "警報: %1 (%2)"},
-    {Caption::AlarmEditorHint,
-     "One section per alarm: [name], then quantity, a condition (above, below, outside, "
-     "inside, overload, silent_for), for, hysteresis, actions and run. Lines starting with # "
-     "are comments.",
-     "每個警報一段: [名稱]，接著 quantity、條件 (above、below、outside、inside、overload、"
-     "silent_for)、for、hysteresis、actions 及 run。以 # 開頭的行是註解。"},
-    {Caption::AlarmLoad, "&Load...", "載入(&L)..."},
-    {Caption::AlarmSaveAs, "Save &As...", "另存新檔(&A)..."},
-    {Caption::AlarmCheck, "&Check", "檢查(&C)"},
-    {Caption::AlarmSaveAndUse, "Save and &Use", "儲存並使用(&U)"},
-    {Caption::AlarmStop, "&Stop Alarms", "停用警報(&S)"},
-    {Caption::AlarmCancel, "Cancel", "取消"},
-    {Caption::AlarmFilter, "Alarm files (*.alarms *.txt)", "警報檔 (*.alarms *.txt)"},
-    {Caption::AlarmCheckedOk, "The alarm set is correct: %1 alarms.", "警報設定正確: %1 個警報。"},
-    {Caption::AlarmLogFailed, "The alarm log cannot be written; alarms are no longer logged:",
-     "無法寫入警報記錄檔，警報不再記錄:"},
 };
 
-TEST(Captions, EveryPairInBothLanguages) {
-    ASSERT_EQ(std::size(kPairs), static_cast<std::size_t>(Caption::Count)) << "a caption unpinned";
-    std::set<Caption> seen;
+TEST(Captions, TheInstrumentProgramsTextsInBothLanguages) {
     for (const Pair& p : kPairs) {
-        EXPECT_TRUE(seen.insert(p.which).second) << p.english;
         EXPECT_EQ(caption(p.which, 1), p.english);
         EXPECT_EQ(caption(p.which, 2), p.chinese) << p.english;
+        for (int language : {0, 3, -1}) // any other language number reads as English
+            EXPECT_EQ(caption(p.which, language), p.english) << language;
     }
 }
 
-TEST(Captions, OtherLanguageNumbersReadAsEnglish) {
-    for (int language : {0, 3, -1})
-        for (const Pair& p : kPairs)
-            EXPECT_EQ(caption(p.which, language), p.english) << language;
+// Every caption: an English text, a Chinese one (only the file-name prompt has none), the same
+// %n places in both, and an accelerator letter that the Chinese form keeps as "(&X)".
+TEST(Captions, EveryCaptionHasBothFormsWithTheSamePlacesAndKeys) {
+    const std::regex place("%[0-9]");
+    const std::regex key("&([A-Za-z])");
+    const auto places = [&](const std::string& s) {
+        std::multiset<std::string> found;
+        for (std::sregex_iterator i(s.begin(), s.end(), place), end; i != end; ++i)
+            found.insert(i->str());
+        return found;
+    };
+    for (int i = 0; i < static_cast<int>(Caption::Count); ++i) {
+        const auto which = static_cast<Caption>(i);
+        const std::string& english = caption(which, 1);
+        const std::string& chinese = caption(which, 2);
+        SCOPED_TRACE(english);
+        EXPECT_FALSE(english.empty()) << i;
+        EXPECT_EQ(chinese.empty(), which == Caption::FileNamePrompt);
+        EXPECT_NE(chinese, english);
+        EXPECT_EQ(places(english), places(chinese));
+        std::smatch letter;
+        if (i > static_cast<int>(Caption::MenuAbout) && std::regex_search(english, letter, key))
+            EXPECT_NE(chinese.find("(&" + std::string(1, std::toupper(letter[1].str()[0])) + ")"),
+                      std::string::npos);
+    }
 }
 
 } // namespace
