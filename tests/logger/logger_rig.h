@@ -7,10 +7,8 @@
 #include "logger/logger_session.h"
 #include "support/fake_clock.h"
 #include "support/scripted_ui.h"
+#include "support/test_files.h"
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -59,20 +57,5 @@ struct LoggerRig {
         return true;
     }
 };
-
-inline std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
-// A fresh folder for files a test writes.
-inline std::string scratchFolder(const std::string& name) {
-    const auto dir = std::filesystem::temp_directory_path() / ("pa_logger_" + name);
-    std::filesystem::remove_all(dir);
-    std::filesystem::create_directories(dir);
-    return datafile::utf8FromPath(dir);
-}
 
 } // namespace pa::testing
