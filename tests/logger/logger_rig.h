@@ -6,6 +6,7 @@
 #include "logger/logger_exchange.h"
 #include "logger/logger_session.h"
 #include "support/fake_clock.h"
+#include "support/message_texts.h"
 #include "support/scripted_ui.h"
 #include "support/test_files.h"
 
@@ -41,12 +42,7 @@ struct LoggerRig {
 
     sim::LoggerModel& logger() { return meter.logger(); }
 
-    std::vector<std::string> messages() const {
-        std::vector<std::string> texts;
-        for (const ShownMessage& m : ui.messages)
-            texts.push_back(m.text);
-        return texts;
-    }
+    std::vector<std::string> messages() const { return messageTexts(ui); }
     // The live exchange was handed back after every suspension, ending resumed.
     bool liveBracketed() const {
         if (live.empty() || live.back() != 1)
