@@ -116,9 +116,10 @@ TEST(Captions, EveryCaptionHasBothFormsWithTheSamePlacesAndKeys) {
         EXPECT_NE(chinese, english);
         EXPECT_EQ(places(english), places(chinese));
         std::smatch letter;
-        if (i > static_cast<int>(Caption::MenuAbout) && std::regex_search(english, letter, key))
-            EXPECT_NE(chinese.find("(&" + std::string(1, std::toupper(letter[1].str()[0])) + ")"),
-                      std::string::npos);
+        if (i > static_cast<int>(Caption::MenuAbout) && std::regex_search(english, letter, key)) {
+            const char upper = static_cast<char>(std::toupper(letter[1].str()[0]));
+            EXPECT_NE(chinese.find("(&" + std::string(1, upper) + ")"), std::string::npos);
+        }
     }
 }
 
