@@ -247,4 +247,19 @@ TEST(AlarmActions, EachActionOncePerEventAndOneLogLineEach) {
                                            "T2,\"motor, 1\",acknowledged,80,W\n");
 }
 
+// The messages give each quantity's unit (none for the power factor).
+TEST(AlarmActions, EventsCarryTheUnitOfTheirQuantity) {
+    const std::pair<const char*, const char*> units[] = {
+        {"W", " W"},     {"PF", ""},        {"V", " V"},   {"A", " A"},     {"VA", " VA"},
+        {"VAR", " var"}, {"angle", " deg"}, {"Hz", " Hz"}, {"kWh", " kWh"}, {"cost_per_day", " $"}};
+    for (const auto& [quantity, unit] : units) {
+        const AlarmSet set =
+            parsed(std::string("[x]\nquantity = ") + quantity + "\nabove = 1\nactions = banner\n");
+        Recorder sink;
+        AlarmActions actions(set, sink);
+        actions.carryOut({{0, EventKind::Raised, 2, 1}}, "T");
+        EXPECT_EQ(sink.got, std::string("<alarm raised: x 2") + unit + " T> banner ") << quantity;
+    }
+}
+
 } // namespace

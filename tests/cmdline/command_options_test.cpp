@@ -22,6 +22,8 @@ TEST(CommandOptions, RefusalsNameTheOptionAndWhatItTakes) {
          "give either --port PATH or --simulate"},
         {"monitor", {"--simulate", "--interval"}, "--interval needs a value"},
         {"monitor", {"--simulate", "--mqtt", "host:"}, "--mqtt takes HOST or HOST:PORT"},
+        {"monitor", {"--simulate", "--mqtt", "host:0"}, "--mqtt takes HOST or HOST:PORT"},
+        {"monitor", {"--simulate", "--mqtt", "host:65536"}, "--mqtt takes HOST or HOST:PORT"},
         {"monitor", {"--simulate", "--mqtt", "h", "--topic", "a/+/b"}, "--topic: "},
         {"monitor",
          {"--simulate", "--mqtt", "h", "--discovery-prefix", "ha/#"},
@@ -124,6 +126,11 @@ TEST(CommandOptions, MqttDefaultsComeFromTheMachineAndTheProcess) {
               "");
     EXPECT_EQ(named.mqtt.deviceId, "pump1");
     EXPECT_EQ(named.mqtt.discoveryPrefix, "ha");
+    for (const int port : {1, 65535}) { // the bounds themselves are ports
+        EXPECT_EQ(parseMonitor({"--simulate", "--mqtt", "b:" + std::to_string(port)}, named, "", 1),
+                  "");
+        EXPECT_EQ(named.mqtt.port, port);
+    }
 }
 
 TEST(CommandOptions, AcceptedLinesGiveTheirValues) {

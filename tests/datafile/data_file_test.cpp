@@ -250,7 +250,7 @@ TEST(DataFileWriter, RefusesHostileNamesAndWhatIsNotAFileWithoutBlocking) {
         {dir + "/short" + std::string(1, '\0') + "er.txt", "control character", "short\\x00er.txt"},
 #ifndef _WIN32
         {link.string(), "symbolic link, which is not followed", "link.txt"},
-        {fifo.string(), "not a regular file", "pipe.txt"},
+        {fifo.string(), ": it is not a regular file (a pipe, socket or folder).", "pipe.txt"},
         {dir, "Is a directory", ""},
 #endif
     };

@@ -4,6 +4,7 @@
 #include "datafile/recorder.h"
 
 #include "instrument.h"
+#include "support/data_file_writer.h"
 #include "support/fake_clock.h"
 #include "support/recording_port.h"
 #include "support/scripted_ui.h"
@@ -27,6 +28,8 @@ const std::string kNotAFolder = "No such file or directory";
 #else
 const std::string kNotAFolder = "Not a directory";
 #endif
+using pa::testing::headerLine;
+using pa::testing::lostCommunicationLine;
 using pa::testing::readLines;
 
 class RecorderTest : public ::testing::Test {
@@ -106,16 +109,12 @@ TEST_F(RecorderTest, StateTableDrivesItemsAndButton) {
         EXPECT_EQ(recorder.recordingRunning(), recorder.endEnabled()) << s.step;
         EXPECT_EQ(recorder.fileCreated(), s.state != RecordingState::NoFile) << s.step;
         EXPECT_EQ(ui.statusVisible, recorder.recordingRunning()) << s.step;
+        if (recorder.recordingRunning()) {
+            EXPECT_EQ(ui.statusTextNow, "Recording !") << s.step;
+            EXPECT_EQ(ui.statusCaptionText, "") << s.step;
+        }
     }
     EXPECT_TRUE(ui.messages.empty()) << ui.messages[0].text;
-}
-
-TEST_F(RecorderTest, StatusBoxSaysRecording) {
-    create("test");
-    recorder.Manually();
-    EXPECT_TRUE(ui.statusVisible);
-    EXPECT_EQ(ui.statusCaptionText, "");
-    EXPECT_EQ(ui.statusTextNow, "Recording !");
 }
 
 TEST_F(RecorderTest, CreateCaptionGainsTheNameAndABlankEachTime) {
@@ -140,43 +139,59 @@ TEST_F(RecorderTest, CreateCaptionGainsTheNameAndABlankEachTime) {
     EXPECT_EQ(recorder.createCaption(), "建立檔案名稱 ");
 }
 
+// Cancel and blank names give no file silently; names no file may have say why.
 TEST_F(RecorderTest, NamesThatGiveNoFile) {
+    const auto unnamed = [](const std::string& typed) {
+        return "\"" + typed +
+               "\" does not give a file name. Type a name such as test; the file is made in the "
+               "data folder with the ending .txt.";
+    };
+    const auto refused = [](const std::string& typed, const std::string& problem) {
+        return "\"" + typed + "\" cannot be the name of a data file. " + problem +
+               " Type a name such as test; no data file was created.";
+    };
+    const auto device = [&](const std::string& typed, const std::string& stem) {
+        return refused(typed, stem + " is the name of a device in Windows, not of a file.");
+    };
+    const auto character = [&](const std::string& typed, char c) {
+        return refused(typed, std::string("A file name cannot contain the character ") + c +
+                                  " (nor any of < > \" | ? *).");
+    };
     const struct {
         std::optional<std::string> typed;
-        bool message;
-    } cases[] = {{std::nullopt, false}, {"", false},    {"   ", false},     {"...", true},
-                 {"a/b/", true},        {"con", true},  {"Com1.csv", true}, {"nul  ", true},
-                 {"LPT9", true},        {"a?b", true},  {"x<y>", true},     {"say \"hi\"", true},
-                 {"pipe|d", true},      {"star*", true}};
+        std::string message; // empty: none
+    } cases[] = {{std::nullopt, ""},
+                 {"", ""},
+                 {"   ", ""},
+                 {"...", unnamed("...")},
+                 {"a/b/", unnamed("a/b/")},
+                 {"con", device("con", "CON")},
+                 {"Com1.csv", device("Com1.csv", "COM1")},
+                 {"nul  ", device("nul  ", "NUL")},
+                 {"LPT9", device("LPT9", "LPT9")},
+                 {"aux", device("aux", "AUX")},
+                 {"a?b", character("a?b", '?')},
+                 {"x<y>", character("x<y>", '<')},
+                 {"say \"hi\"", character("say \"hi\"", '"')},
+                 {"pipe|d", character("pipe|d", '|')},
+                 {"star*", character("star*", '*')}};
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.typed.value_or("cancel"));
         ASSERT_TRUE(create("test"));
         const std::size_t before = ui.messages.size();
         ui.inputs.push_back(c.typed);
         EXPECT_FALSE(recorder.CreateDataFile());
         EXPECT_EQ(recorder.state(), RecordingState::NoFile);
-        EXPECT_EQ(ui.messages.size(), before + (c.message ? 1 : 0)) << c.typed.value_or("cancel");
+        ASSERT_EQ(ui.messages.size(), before + (c.message.empty() ? 0 : 1));
+        if (!c.message.empty()) {
+            EXPECT_EQ(ui.messages.back().text, c.message);
+            EXPECT_EQ(ui.messages.back().icon, pa::app::Icon::Exclamation);
+        }
     }
     std::vector<std::string> made;
     for (const auto& entry : fs::directory_iterator(profile.path() / "Documents" / "KV2260"))
         made.push_back(entry.path().filename().string());
     EXPECT_EQ(made, std::vector<std::string>{"test.txt"});
-}
-
-TEST_F(RecorderTest, NamesWindowsKeepsForDevicesAreRefusedWithTheReason) {
-    const struct {
-        const char *typed, *reason;
-    } cases[] = {
-        {"aux", "AUX is the name of a device in Windows"},
-        {"a?b", "cannot contain the character ?"},
-    };
-    for (const auto& c : cases) {
-        ui.inputs.push_back(std::string(c.typed));
-        EXPECT_FALSE(recorder.CreateDataFile());
-        ASSERT_FALSE(ui.messages.empty());
-        EXPECT_NE(ui.messages.back().text.find(c.reason), std::string::npos)
-            << ui.messages.back().text;
-        EXPECT_NE(ui.messages.back().text.find("no data file was created"), std::string::npos);
-    }
     // Names that only begin like a device are files.
     for (const char* typed : {"console", "com10", "lpt", "nul-readings"})
         EXPECT_TRUE(create(typed)) << typed;
@@ -411,48 +426,47 @@ TEST_F(RecorderTest, DiskFaultsStopRecordingAndKeepTheLines) {
     }
 }
 
+// A file that cannot be made: the message names the path and the system's reason, and
+// nothing can be started.
 TEST_F(RecorderTest, FailedCreateSaysWhyAndLeavesNoFile) {
-    const fs::path plain = profile.path() / "plain";
-    std::ofstream(plain) << "x";
-    recorder.setProfileFolder(plain.string());
-    EXPECT_FALSE(create("test"));
-    ASSERT_EQ(ui.messages.size(), 1u);
-    EXPECT_NE(ui.messages[0].text.find((plain / "Documents").string()), std::string::npos);
-    EXPECT_NE(ui.messages[0].text.find(kNotAFolder), std::string::npos) << ui.messages[0].text;
-    EXPECT_EQ(recorder.state(), RecordingState::NoFile);
-    EXPECT_FALSE(recorder.startEnabled());
-}
-
-TEST_F(RecorderTest, FailedCreateOnAFullDevice) {
-#ifdef _WIN32
-    GTEST_SKIP() << "Windows has no device that is always full";
+    const fs::path plain = profile.path() / "plain", folder = dataFile("");
+    const struct {
+        const char* name;
+        std::function<bool()> create;
+        std::string says;
+    } cases[] = {
+        {"a plain file as the profile",
+         [&] {
+             std::ofstream(plain) << "x";
+             recorder.setProfileFolder(plain.string());
+             return create("test");
+         },
+         (plain / "Documents").string() + ": " + kNotAFolder},
+#ifndef _WIN32 // Windows has no device that is always full, and lets read-only folders be written
+        {"a full device", [&] { return recorder.createFileAt("/dev/full"); },
+         "/dev/full: No space left on device"},
+        {"a read-only folder",
+         [&] {
+             recorder.setProfileFolder(profile.str());
+             fs::create_directories(folder);
+             fs::permissions(folder, fs::perms::owner_read | fs::perms::owner_exec);
+             pa::testing::WithoutPrivileges user; // root meets the folder's permissions too
+             return create("test");
+         },
+         (folder / "test.txt").string() + ": Permission denied"},
 #endif
-    EXPECT_FALSE(recorder.createFileAt("/dev/full"));
-    EXPECT_NE(ui.messages.back().text.find("/dev/full: No space left on device"),
-              std::string::npos);
-    EXPECT_FALSE(recorder.startEnabled());
-}
-
-TEST_F(RecorderTest, FailedCreateInAFolderTheUserMayNotWriteIn) {
-#ifdef _WIN32
-    GTEST_SKIP() << "a read-only folder does not stop file creation on Windows";
-#endif
-    recorder.setProfileFolder(profile.str());
-    const fs::path folder = dataFile("");
-    fs::create_directories(folder);
-    fs::permissions(folder, fs::perms::owner_read | fs::perms::owner_exec);
-    {
-        pa::testing::WithoutPrivileges user; // root meets the folder's permissions too
-        EXPECT_FALSE(create("test"));
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        ui.messages.clear();
+        EXPECT_FALSE(c.create());
+        ASSERT_EQ(ui.messages.size(), 1u);
+        EXPECT_NE(ui.messages[0].text.find(c.says), std::string::npos) << ui.messages[0].text;
+        EXPECT_EQ(recorder.state(), RecordingState::NoFile);
+        EXPECT_FALSE(recorder.startEnabled());
     }
-    EXPECT_NE(ui.messages.back().text.find((folder / "test.txt").string() + ": Permission denied"),
-              std::string::npos)
-        << ui.messages.back().text;
-    EXPECT_EQ(recorder.state(), RecordingState::NoFile);
     fs::permissions(folder, fs::perms::owner_all);
 }
-
-} // namespace
 
 TEST(DatedPath, PutsTheIsoDateBeforeTheExtension) {
     const struct {
@@ -541,3 +555,5 @@ TEST_F(RecorderTest, NextDaysFileThatCannotBeMadeStopsRecording) {
         << ui.messages[0].text;
     EXPECT_EQ(readLines(profile.path() / "run-2026-11-22.txt").size(), 2u);
 }
+
+} // namespace

@@ -70,23 +70,45 @@ TEST(CliFaults, MonitorCountEndsAndShowsNoComWhenTheInstrumentIsSilent) {
         EXPECT_TRUE(line.endsWith("\tNO COM")) << line.toStdString();
 }
 
-TEST(CliFaults, RecordLeavesAnExistingFileAloneWhenThePortCannotBeOpened) {
+// Refused at once, with the reason and the path, before any file is made or changed.
+TEST(CliFaults, RefusalsSayWhyAndTouchNoFile) {
     TempFolder folder;
-    const fs::path out = folder.path() / "kept.txt";
-    std::ofstream(out) << "twenty records\r\n";
-    const CliRun r = runCli({"record", "--port", "/dev/pa-no-such-port", "--out", q(out)});
-    EXPECT_NE(r.exitCode, 0);
-    EXPECT_NE(r.err.find("pa-no-such-port"), std::string::npos) << r.err;
-    EXPECT_EQ(readFile(out.string()), "twenty records\r\n");
-}
-
-TEST(CliFaults, RecordIntoAPipeIsRefusedAtOnce) {
-    TempFolder folder;
-    const fs::path fifo = folder.path() / "pipe.txt";
+    const fs::path kept = folder.path() / "kept.txt", fifo = folder.path() / "pipe.txt";
+    std::ofstream(kept) << "twenty records\r\n";
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-    const CliRun r = runCli({"record", "--simulate", "--out", q(fifo), "--count", "1"});
-    EXPECT_NE(r.exitCode, 0) << r.err;
-    EXPECT_NE(r.err.find("pipe.txt: it is not a regular file"), std::string::npos) << r.err;
+    const QString out = q(folder.path() / "x.txt"), png = q(folder.path() / "out.png");
+    const QStringList record{"record", "--simulate", "--out", out};
+    const struct {
+        QStringList args;
+        int exitCode; // -1: any failure
+        std::string error;
+    } cases[] = {
+        {{"record", "--port", "/dev/pa-no-such-port", "--out", q(kept)}, -1, "pa-no-such-port"},
+        {{"record", "--simulate", "--out", q(fifo), "--count", "1"},
+         -1,
+         "pipe.txt: it is not a regular file"},
+        {record + QStringList{"--hours", "5\r\nFAKE, 1, 2, 3"}, 2, "--hours takes a number"},
+        {record + QStringList{"--price", "0.5$"}, 2, "--price takes a number"},
+        {{"plot", q(folder.path()), "--png", png},
+         2,
+         folder.str() + ": it is a folder, not a file"},
+        {{"plot", q(fifo), "--png", png}, 2, fifo.string() + ": it is not a regular file"},
+        {{"plot", "/dev/zero", "--png", png}, 2, "/dev/zero: it is not a regular file"},
+        {{"plot", q(folder.path() / "missing.txt"), "--png", png},
+         2,
+         (folder.path() / "missing.txt").string() + ": No such file or directory"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.args.join(' ').toStdString());
+        const CliRun r = runCli(c.args);
+        if (c.exitCode < 0)
+            EXPECT_NE(r.exitCode, 0);
+        else
+            EXPECT_EQ(r.exitCode, c.exitCode);
+        EXPECT_NE(r.err.find(c.error), std::string::npos) << r.err;
+        EXPECT_FALSE(fs::exists(out.toStdString()) || fs::exists(png.toStdString()));
+    }
+    EXPECT_EQ(readFile(kept.string()), "twenty records\r\n");
 }
 
 TEST(CliFaults, AFileSizeLimitIsReportedAndLeavesWholeLines) {
@@ -101,47 +123,6 @@ TEST(CliFaults, AFileSizeLimitIsReportedAndLeavesWholeLines) {
     const std::string text = readFile(out.string());
     EXPECT_TRUE(text.ends_with("\r\n")) << "no line cut short";
     EXPECT_LE(text.size(), 200u);
-}
-
-TEST(CliFaults, TypedValuesThatAreNotNumbersAreRefused) {
-    TempFolder folder;
-    const QString out = q(folder.path() / "x.txt");
-    const struct {
-        QStringList extra;
-        const char* error;
-    } cases[] = {
-        {{"--hours", "5\r\nFAKE, 1, 2, 3"}, "--hours takes a number"},
-        {{"--hours", "8h"}, "--hours takes a number"},
-        {{"--hours", "nan"}, "--hours takes a number"},
-        {{"--price", "0.5$"}, "--price takes a number"},
-        {{"--price", ""}, "--price takes a number"},
-    };
-    for (const auto& c : cases) {
-        const CliRun r = runCli(QStringList{"record", "--simulate", "--out", out} + c.extra);
-        EXPECT_EQ(r.exitCode, 2) << c.extra.join(' ').toStdString();
-        EXPECT_NE(r.err.find(c.error), std::string::npos) << r.err;
-        EXPECT_FALSE(fs::exists(out.toStdString())) << "refused before the file is made";
-    }
-}
-
-TEST(CliFaults, PlotSaysWhyAPathIsNotAFile) {
-    TempFolder folder;
-    const fs::path fifo = folder.path() / "pipe.txt";
-    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-    const struct {
-        QString path;
-        const char* reason;
-    } cases[] = {
-        {q(folder.path()), "it is a folder, not a file"},
-        {q(fifo), "it is not a regular file"},
-        {"/dev/zero", "it is not a regular file"},
-        {q(folder.path() / "missing.txt"), "No such file or directory"},
-    };
-    for (const auto& c : cases) {
-        const CliRun r = runCli({"plot", c.path, "--png", q(folder.path() / "out.png")});
-        EXPECT_EQ(r.exitCode, 2) << r.err;
-        EXPECT_NE(r.err.find(c.path.toStdString() + ": " + c.reason), std::string::npos) << r.err;
-    }
 }
 
 // Standard output replaced before the program starts: a pipe nobody reads (| head -1 that

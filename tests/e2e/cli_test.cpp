@@ -1,6 +1,7 @@
 // The programs run as a user runs them: help and version everywhere (the desktop program's
 // without a display), errors that name their cause, the monitor's header and formats, and the
 // export read back by real clients: Python's csv module and LibreOffice.
+#include "e2e/program_run.h"
 #include "support/data_file_writer.h"
 
 #include <QDir>
@@ -13,29 +14,20 @@
 
 namespace {
 
-struct ProgramRun {
-    int status = -1;
-    QString out, err;
-};
+using pa::testing::ProgramRun;
 
 // Runs a program without a display and without XDG_RUNTIME_DIR, as on a bare server.
 ProgramRun run(const QString& program, const QStringList& args, int timeoutMs = 60000,
                const QString& lang = {}) {
-    QProcess p;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "XDG_RUNTIME_DIR", "QT_QPA_PLATFORM"})
-        env.remove(name);
-    if (!lang.isEmpty()) {
-        env.remove("LC_ALL");
-        env.insert("LANG", lang);
-    }
-    p.setProcessEnvironment(env);
-    p.start(program, args);
-    if (!p.waitForFinished(timeoutMs))
-        p.kill(), p.waitForFinished();
-    return {p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1,
-            QString::fromUtf8(p.readAllStandardOutput()),
-            QString::fromUtf8(p.readAllStandardError())};
+    return pa::testing::runProgram(program, args, timeoutMs, [&](QProcessEnvironment& env) {
+        for (const char* name :
+             {"DISPLAY", "WAYLAND_DISPLAY", "XDG_RUNTIME_DIR", "QT_QPA_PLATFORM"})
+            env.remove(name);
+        if (!lang.isEmpty()) {
+            env.remove("LC_ALL");
+            env.insert("LANG", lang);
+        }
+    });
 }
 
 ProgramRun cli(const QStringList& args, int timeoutMs = 60000) {

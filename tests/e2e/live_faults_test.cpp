@@ -6,11 +6,11 @@
 // fault, whole, with one lost-communication line per clock text while the line was dead.
 #include "ui/MeterRec.h"
 
-#include "datafile/data_file.h"
 #include "gui/gui_support.h"
 #include "pty_host.h"
 #include "qt/qt_clock.h"
 #include "qt/qt_port.h"
+#include "support/data_file_writer.h"
 #include "support/scripted_ui.h"
 #include "support/test_files.h"
 
@@ -53,8 +53,6 @@ struct Rig {
     Rig() {
         load.noise = 0;
         startInstrument();
-        qputenv("HOME", profile.str().c_str());
-        fs::current_path(profile.path()); // commport.dat goes here
     }
     // The window opens a link to the pseudo-terminal, as a user opens a stable device
     // name that points at whichever device the adapter gets when it is plugged in again.
@@ -69,6 +67,7 @@ struct Rig {
     bool noComShown() { return warning()->isVisibleTo(&window) && warning()->text() == "NO COM"; }
 
     pa::testing::TempFolder profile;
+    pa::testing::InFolder inProfile{profile.path()};
     fs::path link = profile.path() / "ttyUSB-link";
     pa::sim::Load load;
     std::unique_ptr<pa::sim::PtyHost> sim;
@@ -113,18 +112,7 @@ void PrintTo(const LiveFault& fault, std::ostream* os) {
 
 class LiveFaults : public ::testing::TestWithParam<LiveFault> {
   protected:
-    void SetUp() override {
-        savedHome = qgetenv("HOME");
-        workDir = fs::current_path();
-        rig = std::make_unique<Rig>();
-    }
-    void TearDown() override {
-        rig.reset();
-        fs::current_path(workDir);
-        qputenv("HOME", savedHome);
-    }
-    QByteArray savedHome;
-    fs::path workDir;
+    void SetUp() override { rig = std::make_unique<Rig>(); }
     std::unique_ptr<Rig> rig;
 };
 
@@ -145,13 +133,13 @@ TEST_P(LiveFaults, RecordingKeepsEveryLineAndTheCycleRecovers) {
     auto& recorder = r.window.recorder();
     r.window.startup();
     r.window.openPort(r.link.string());
-    ASSERT_TRUE(waitFor([&] { return r.window.panel(pa::live::kW)->text() == " 116.4"; }));
+    ASSERT_TRUE(waitFor([&] { return r.window.panel(pa::live::kW)->text() == " 116.4"; }, 30000));
     r.window.cycle().applySamplingTime("0.5");
     r.ui.inputs.push_back("faults");
     r.window.findChild<QAction*>("FileCreate")->trigger();
     emit r.window.findChild<QMenu*>("FileStart")->aboutToShow();
     menuItem(&r.window, "Now(Auto)")->trigger();
-    ASSERT_TRUE(waitFor([&] { return recorder.recordsWritten() >= 3; }));
+    ASSERT_TRUE(waitFor([&] { return recorder.recordsWritten() >= 3; }, 30000));
     const std::size_t messages = r.ui.messages.size();
 
     const std::string before = readFile(r.dataFile());
@@ -159,11 +147,14 @@ TEST_P(LiveFaults, RecordingKeepsEveryLineAndTheCycleRecovers) {
     const long long recordsBefore = recorder.recordsWritten();
     fault.inject(r);
     bool sawNoCom = false;
+    // The caps are generous: a loaded machine may take long, and a wait ends once it holds.
     const auto watch = [&](const std::function<bool()>& done) {
-        return waitFor([&] {
-            sawNoCom = sawNoCom || r.noComShown();
-            return done();
-        });
+        return waitFor(
+            [&] {
+                sawNoCom = sawNoCom || r.noComShown();
+                return done();
+            },
+            30000);
     };
     if (fault.effect == Effect::NoCom) {
         // Several dead clock texts, and long enough for the cycle to reset the port.
@@ -186,7 +177,7 @@ TEST_P(LiveFaults, RecordingKeepsEveryLineAndTheCycleRecovers) {
             return recorder.recordsWritten() >= recordsAtClear + 3 &&
                    r.window.panel(pa::live::kW)->text() == " 116.4" && !r.state.noData;
         },
-        15000))
+        30000))
         << "readings resume after the fault";
     r.window.findChild<QAction*>("FileEnd")->trigger();
     EXPECT_EQ(r.ui.messages.size(), messages) << "no dialog on the way";
@@ -205,7 +196,7 @@ TEST_P(LiveFaults, RecordingKeepsEveryLineAndTheCycleRecovers) {
         std::string clock;
         if (line.find("NO COM, DATA LOST") != std::string::npos) {
             clock = line.substr(12, 10);
-            EXPECT_EQ(line, pa::datafile::lostCommunicationLine(today, clock));
+            EXPECT_EQ(line, pa::testing::lostCommunicationLine(today, clock));
             ++lost;
         } else {
             ASSERT_TRUE(isRecordLine(line)) << line;

@@ -1,28 +1,23 @@
 // poweranalyzer-cli logger against its own simulated instrument: exit status and output.
+#include "e2e/program_run.h"
 #include <QDir>
 #include <QFile>
+
 #include <QProcess>
 #include <gtest/gtest.h>
 
 namespace {
 
-struct CliRun {
-    int exitCode;
-    QString out, err;
-};
+using pa::testing::ProgramRun;
 
-CliRun cli(const QStringList& args) {
-    QProcess p;
-    p.start(PA_CLI_PROGRAM, args);
-    p.waitForFinished(30000);
-    return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()),
-            QString::fromUtf8(p.readAllStandardError())};
+ProgramRun cli(const QStringList& args) {
+    return pa::testing::runCli(args);
 }
 
 TEST(LoggerCli, ResultsAndRefusals) {
     const struct {
         QStringList args;
-        int exitCode;
+        int status;
         QString out, err;
     } cases[] = {
         {{"logger", "read", "45", "--simulate"}, 0, "address 45: 1 (0x01)\n", ""},
@@ -60,8 +55,8 @@ TEST(LoggerCli, ResultsAndRefusals) {
          "poweranalyzer-cli: ADDRESS takes a number from 0 to 8191 (or &H0 to &H1FFF)\n"},
     };
     for (const auto& c : cases) {
-        const CliRun r = cli(c.args);
-        EXPECT_EQ(r.exitCode, c.exitCode) << c.args.join(' ').toStdString();
+        const ProgramRun r = cli(c.args);
+        EXPECT_EQ(r.status, c.status) << c.args.join(' ').toStdString();
         EXPECT_EQ(r.out, c.out) << c.args.join(' ').toStdString();
         EXPECT_EQ(r.err, c.err) << c.args.join(' ').toStdString();
     }
@@ -71,8 +66,8 @@ TEST(LoggerCli, DownloadAppendsAndReports) {
     const QString path = QDir::tempPath() + "/pa_logger_cli.txt";
     QFile::remove(path);
     for (int i = 0; i < 2; ++i) {
-        const CliRun r = cli({"logger", "download", "--out", path, "--simulate"});
-        EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
+        const ProgramRun r = cli({"logger", "download", "--out", path, "--simulate"});
+        EXPECT_EQ(r.status, 0) << r.err.toStdString();
         EXPECT_EQ(r.out, "10 records received and stored in FILE " + path + "\n");
     }
     QFile file(path);

@@ -8,6 +8,7 @@
 #include "pty_host.h"
 #include "qt/qt_clock.h"
 #include "qt/qt_port.h"
+#include "support/message_texts.h"
 #include "support/scripted_ui.h"
 #include "support/test_files.h"
 
@@ -36,12 +37,7 @@ struct LoggerRigOverPty {
         sim.withInstrument(
             [=](pa::sim::Instrument& i) { i.logger().setFault(fault, replies, after); });
     }
-    std::vector<std::string> messages() const {
-        std::vector<std::string> texts;
-        for (const auto& m : ui.messages)
-            texts.push_back(m.text);
-        return texts;
-    }
+    std::vector<std::string> messages() const { return pa::testing::messageTexts(ui); }
     std::string file() const { return folder.str() + "/download.txt"; }
     void download() {
         ui.files.push_back(file());

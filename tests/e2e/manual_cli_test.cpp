@@ -1,6 +1,7 @@
 // poweranalyzer-cli manual, run from a copy of the program in a folder of its own, as an
 // installation lays it out: the manuals are looked for in "help" beside the program itself,
 // also when it is started through a link from another folder.
+#include "e2e/program_run.h"
 #include "support/test_files.h"
 
 #include <QFile>
@@ -12,17 +13,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct CliRun {
-    int status;
-    QString out, err;
-};
-
-CliRun run(const fs::path& program, const QStringList& args) {
-    QProcess p;
-    p.start(QString::fromStdString(program.string()), args);
-    p.waitForFinished(10000);
-    return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()),
-            QString::fromUtf8(p.readAllStandardError())};
+pa::testing::ProgramRun run(const fs::path& program, const QStringList& args) {
+    return pa::testing::runProgram(QString::fromStdString(program.string()), args);
 }
 
 void touch(const fs::path& path) {
@@ -65,13 +57,14 @@ TEST(ManualCli, ListsTheSixItemsWithTheManualBesideTheProgram) {
         for (const char* name : c.present)
             touch(folder / "help" / name);
         // Started through the link in bin/: the program's own folder counts, not the link's.
-        const CliRun r = run(root.path() / "bin" / "poweranalyzer-cli", {"manual"});
+        const pa::testing::ProgramRun r =
+            run(root.path() / "bin" / "poweranalyzer-cli", {"manual"});
         EXPECT_EQ(r.status, c.status) << r.err.toStdString();
         EXPECT_EQ(r.out, c.out);
         EXPECT_TRUE(r.err.isEmpty()) << r.err.toStdString();
     }
 
-    const CliRun bad = run(folder / "poweranalyzer-cli", {"manual", "--english"});
+    const pa::testing::ProgramRun bad = run(folder / "poweranalyzer-cli", {"manual", "--english"});
     EXPECT_EQ(bad.status, 2);
     EXPECT_EQ(bad.err, "poweranalyzer-cli: manual takes no options (got --english)\n");
     EXPECT_TRUE(bad.out.isEmpty());

@@ -1,4 +1,6 @@
 // poweranalyzer-cli pf, run as a user runs it.
+#include "e2e/program_run.h"
+
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
@@ -6,22 +8,14 @@
 
 namespace {
 
-struct CliRun {
-    int status;
-    QString out, err;
-};
+using pa::testing::ProgramRun;
 
-// The command-line program is built beside the screenshots folder.
 QString cliPath() {
     return QString(PA_CLI_PROGRAM);
 }
 
-CliRun runPf(const QStringList& args) {
-    QProcess p;
-    p.start(cliPath(), QStringList{"pf"} + args);
-    p.waitForFinished(10000);
-    return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()),
-            QString::fromUtf8(p.readAllStandardError())};
+ProgramRun runPf(const QStringList& args) {
+    return pa::testing::runCli(QStringList{"pf"} + args);
 }
 
 const QStringList kLoadB{"--w",     "1000", "--pf", ".725",    "--v",   "230",    "--a",  "6.00",
@@ -31,7 +25,7 @@ TEST(PfCli, CalculatesRefusesAndCaps) {
     if (!QFileInfo::exists(cliPath()))
         GTEST_SKIP() << "poweranalyzer-cli not built";
 
-    CliRun r = runPf(kLoadB + QStringList{"--target", "c", "10u"});
+    ProgramRun r = runPf(kLoadB + QStringList{"--target", "c", "10u"});
     EXPECT_EQ(r.status, 0) << r.err.toStdString();
     EXPECT_EQ(r.out, "W: 1000\nV: 230\nIR: 4.3A\nR: 52.9\nIX: 4.1A\nX: 55.6\nL: 177.0mH\n"
                      "Hz: 50Hz\nPF2: 0.787\nA2: 5.53\nVA2: 1271.3\nVAR2: 784.91\nAngle2: 38.1\n"

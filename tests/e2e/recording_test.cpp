@@ -8,6 +8,7 @@
 #include "pty_host.h"
 #include "qt/qt_clock.h"
 #include "qt/qt_port.h"
+#include "support/data_file_writer.h"
 #include "support/scripted_ui.h"
 #include "support/test_files.h"
 #include "text/leading_number.h"
@@ -64,17 +65,9 @@ class RecordingTest : public ::testing::Test {
         load.noise = 0;
         sim = std::make_unique<pa::sim::PtyHost>(load);
         ASSERT_TRUE(sim->start());
-        savedHome = qgetenv("HOME");
-        qputenv("HOME", profile.str().c_str());
-        workDir = fs::current_path();
-        fs::current_path(profile.path()); // commport.dat goes here
         window.startup();
         window.openPort(sim->devicePath());
         ASSERT_TRUE(waitFor([&] { return !window.cycle().readouts().clockText.empty(); }));
-    }
-    void TearDown() override {
-        fs::current_path(workDir);
-        qputenv("HOME", savedHome);
     }
     fs::path dataFile(const std::string& name) const {
         return profile.path() / "Documents" / "KV2260" / name;
@@ -96,8 +89,7 @@ class RecordingTest : public ::testing::Test {
     pa::datafile::Recorder& recorder() { return window.recorder(); }
 
     pa::testing::TempFolder profile;
-    QByteArray savedHome;
-    fs::path workDir;
+    pa::testing::InFolder inProfile{profile.path()};
     pa::sim::Load load;
     std::unique_ptr<pa::sim::PtyHost> sim;
     pa::app::ProgramState state;
@@ -136,29 +128,24 @@ TEST_F(RecordingTest, AutomaticManualAndLostCommunication) {
 
     const auto lines = readLines(dataFile("auto.txt"));
     ASSERT_EQ(lines.size(), 6u);
-    EXPECT_EQ(lines[0], pa::datafile::headerLine("month"));
-    const int widths[] = {11, 12, 11, 9, 9, 9, 9, 12, 12, 14, 14};
+    EXPECT_EQ(lines[0], pa::testing::headerLine("month"));
+    // What the simulator sent (230 V, 0.55 A, PF 0.92) and what follows from it; the clock
+    // and the energy count move with the run.
+    pa::testing::RecordTexts texts;
+    texts.date = today(), texts.watt = "116.4", texts.pf = ".920", texts.volt = "230",
+    texts.amp = ".550", texts.angle = "23.1", texts.va = "126.50", texts.var = "49.53",
+    texts.perPeriod = "0.00", texts.cost = "$0.00";
     double previous = -1;
     for (int r = 0; r < 5; ++r) {
-        const auto f = splitFields(lines[1 + r]);
-        ASSERT_EQ(f.size(), 12u) << lines[1 + r];
-        for (int i = 0; i < 11; ++i)
-            EXPECT_EQ(f[i].size(), static_cast<std::size_t>(widths[i])) << i << ": " << f[i];
-        EXPECT_EQ(f[0], "         " + std::to_string(r) + ",");
-        EXPECT_EQ(f[1], " " + today() + ",");
-        const double t = clockSeconds(f[2]);
+        std::string line = lines[1 + r];
+        ASSERT_EQ(line.size(), 143u) << line;
+        const double t = clockSeconds(line.substr(23, 10));
         EXPECT_GT(t, previous) << "one record per clock text";
         previous = t;
-        // What the simulator sent (230 V, 0.55 A, PF 0.92) and what follows from it.
-        EXPECT_EQ(f[3], "  116.4W,");
-        EXPECT_EQ(f[4], " .920 PF,");
-        EXPECT_EQ(f[5], "    230V,");
-        EXPECT_EQ(f[6], "   .550A,");
-        EXPECT_EQ(f[7], "       23.1,");
-        EXPECT_EQ(f[8], "   126.50VA,");
-        EXPECT_EQ(f[9], "     49.53VAR,");
-        EXPECT_TRUE(f[10].ends_with("KWH,")) << f[10];
-        EXPECT_EQ(f[11], "    0.00/month 0$0.00");
+        EXPECT_TRUE(line.substr(108, 14).ends_with("KWH,")) << line;
+        texts.number = r;
+        line.replace(23, 10, texts.clock).replace(108, 14, 14, '#');
+        EXPECT_EQ(line, pa::testing::recordLine(texts).replace(108, 14, 14, '#'));
     }
     EXPECT_EQ(window.findChild<QLabel*>("Label2")->text().toStdString(), lines[5].substr(11));
     EXPECT_EQ(window.findChild<QLineEdit*>("Text1")->text(), "4");
@@ -199,7 +186,7 @@ TEST_F(RecordingTest, AutomaticManualAndLostCommunication) {
     double last = 0;
     for (std::size_t i = 3; i < manual.size(); ++i) {
         const std::string clockText = manual[i].substr(12, 10);
-        EXPECT_EQ(manual[i], pa::datafile::lostCommunicationLine(today(), clockText));
+        EXPECT_EQ(manual[i], pa::testing::lostCommunicationLine(today(), clockText));
         EXPECT_EQ(manual[i].size(), 143u);
         EXPECT_GT(clockSeconds(clockText), last) << "one line per clock text";
         last = clockSeconds(clockText);
@@ -306,9 +293,9 @@ TEST_F(RecordingTest, ViewerPrintsInBothOrientations) {
     fs::create_directories(dataFile("").parent_path());
     {
         std::ofstream out(dataFile("print.txt"), std::ios::binary);
-        out << pa::datafile::headerLine("month") << "\r\n";
+        out << pa::testing::headerLine("month") << "\r\n";
         for (int i = 0; i < 150; ++i)
-            out << pa::datafile::lostCommunicationLine("11-22-2026", "10:00:00.0") << "\r\n";
+            out << pa::testing::lostCommunicationLine("11-22-2026", "10:00:00.0") << "\r\n";
     }
     ui.files.push_back(dataFile("print.txt").string());
     window.viewFile();
@@ -364,7 +351,7 @@ TEST_F(RecordingTest, CommandLineRecorderWritesTheWindowsLines) {
     ASSERT_EQ(fromWindow.size(), 4u);
     ASSERT_EQ(fromCli.size(), 4u);
     EXPECT_EQ(fromCli[0], fromWindow[0]);
-    EXPECT_EQ(fromWindow[0], pa::datafile::headerLine("day"));
+    EXPECT_EQ(fromWindow[0], pa::testing::headerLine("day"));
     // Date, time and the energy count (which began with each program's sampling) differ.
     auto masked = [](std::string line) {
         line.replace(11, 23, 23, '#');
@@ -412,7 +399,7 @@ TEST(RecordCommand, DailyRotationNamesTheFileByDate) {
     EXPECT_NE(err.find("recording into " + file.string()), std::string::npos) << err;
     const auto lines = readLines(file);
     ASSERT_EQ(lines.size(), 3u);
-    EXPECT_EQ(lines[0], pa::datafile::headerLine("month"));
+    EXPECT_EQ(lines[0], pa::testing::headerLine("month"));
 }
 
 TEST(RecordCommand, RefusesBadInput) {

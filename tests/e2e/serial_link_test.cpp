@@ -41,17 +41,24 @@ std::vector<std::string> decodeFrame(const std::string& frame) {
 // voltage on the 1000 V range as 230, the current on the 2 A range as .550.
 const std::vector<std::string> kExpected{"W= 116.4", "PF=  .920", "DCV=  230", "DCA=  .550"};
 
-pa::sim::Load quietLoad() {
-    pa::sim::Load load;
-    load.noise = 0;
-    return load;
-}
-
-TEST(SerialLink, FrameOverARealSerialPort) {
-    pa::sim::PtyHost sim(quietLoad());
-    ASSERT_TRUE(sim.start());
+// The simulated instrument on a pseudo-terminal and a real serial port for it.
+class SerialLink : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        pa::sim::Load load;
+        load.noise = 0;
+        sim = std::make_unique<pa::sim::PtyHost>(load);
+        ASSERT_TRUE(sim->start());
+        ASSERT_TRUE(port.setPortName(sim->devicePath()));
+    }
+    std::unique_ptr<pa::sim::PtyHost> sim;
     pa::qt::QtPort port;
-    ASSERT_TRUE(port.setPortName(sim.devicePath()));
+    pa::testing::FakeClock clock;
+    pa::testing::ScriptedUi ui;
+    pa::app::ProgramState state;
+};
+
+TEST_F(SerialLink, FrameOverARealSerialPort) {
     ASSERT_TRUE(port.open()) << port.lastError();
     port.write(" ");
     const std::string frame = receive(port, 21);
@@ -60,45 +67,31 @@ TEST(SerialLink, FrameOverARealSerialPort) {
     EXPECT_EQ(decodeFrame(frame), kExpected);
 }
 
-TEST(SerialLink, BaudChangeRoundTrip) {
-    pa::sim::PtyHost sim(quietLoad());
-    ASSERT_TRUE(sim.start());
-    pa::qt::QtPort port;
-    pa::testing::FakeClock clock;
-    pa::testing::ScriptedUi ui;
-    pa::app::ProgramState state;
+TEST_F(SerialLink, BaudChangeRoundTrip) {
     pa::app::MeterLink link(port, clock, ui, state);
     link.setWorkingFolder(::testing::TempDir());
-    ASSERT_TRUE(link.SelectPortByName(sim.devicePath()));
+    ASSERT_TRUE(link.SelectPortByName(sim->devicePath()));
     ASSERT_EQ(receive(port, 21).size(), 21u);
-
-    for (int index : {1, 3, 0}) {
+    const std::pair<int, const char*> speeds[] = {
+        {1, "4800,n,8,1"}, {2, "2400,n,8,1"}, {3, "1200,n,8,1"}, {0, "9600,n,8,1"}};
+    for (const auto& [index, settings] : speeds) {
         link.SelectBaud(index); // ends by requesting a frame at the new speed
         const std::string frame = receive(port, 21);
         ASSERT_EQ(frame.size(), 21u) << index;
         EXPECT_EQ(decodeFrame(frame), kExpected) << index;
-        EXPECT_EQ(port.settings(), pa::app::kBaudChoices[index].settings);
+        EXPECT_EQ(port.settings(), settings);
     }
     EXPECT_EQ(state.baudCode, 9);
 }
 
-TEST(SerialLink, SpeedMismatchGarblesTheFrame) {
-    pa::sim::PtyHost sim(quietLoad());
-    ASSERT_TRUE(sim.start());
-    pa::qt::QtPort port;
-    ASSERT_TRUE(port.setPortName(sim.devicePath()));
+TEST_F(SerialLink, SpeedMismatchGarblesTheFrame) {
     port.setSettings("2400,n,8,1"); // the instrument was not told
     ASSERT_TRUE(port.open());
     port.write(" ");
-    const std::string reply = receive(port, 21, 1000);
-    EXPECT_NE(decodeFrame(reply), kExpected);
+    EXPECT_NE(decodeFrame(receive(port, 21, 1000)), kExpected);
 }
 
-TEST(SerialLink, UnopenablePortsSayWhy) {
-    pa::qt::QtPort port;
-    pa::testing::FakeClock clock;
-    pa::testing::ScriptedUi ui;
-    pa::app::ProgramState state;
+TEST_F(SerialLink, UnopenablePortsSayWhy) {
     pa::app::MeterLink link(port, clock, ui, state);
     link.setComDevices({"/dev/pa-no-such-port"});
     EXPECT_FALSE(link.SelectPort(1));
@@ -108,46 +101,37 @@ TEST(SerialLink, UnopenablePortsSayWhy) {
     EXPECT_FALSE(port.isOpen());
 }
 
-TEST(SerialLink, VanishedDeviceClosesThePortQuietly) {
-    auto sim = std::make_unique<pa::sim::PtyHost>(quietLoad());
-    ASSERT_TRUE(sim->start());
-    pa::qt::QtPort port;
-    ASSERT_TRUE(port.setPortName(sim->devicePath()));
-    ASSERT_TRUE(port.open());
-    sim.reset(); // the other end goes away
-    QElapsedTimer timer;
-    timer.start();
-    while (port.isOpen() && timer.elapsed() < 3000) {
-        port.write(" ");
-        port.bytesWaiting();
-        QCoreApplication::processEvents();
-        QThread::msleep(5);
-    }
-    EXPECT_FALSE(port.isOpen());
-    EXPECT_EQ(port.readAll(), "");
-    EXPECT_EQ(port.bytesWaiting(), 0);
-}
-
-TEST(SerialLink, ReadingAVanishedDeviceWarnsNothingOnTheTerminal) {
+// The other end goes away while the program writes, or only reads: the port closes, gives
+// nothing more and says nothing on the terminal.
+TEST_F(SerialLink, VanishedDeviceClosesThePortQuietly) {
     static QStringList warnings;
-    warnings.clear();
-    const QtMessageHandler previous = qInstallMessageHandler(
-        [](QtMsgType, const QMessageLogContext&, const QString& text) { warnings << text; });
-    auto sim = std::make_unique<pa::sim::PtyHost>(quietLoad());
-    ASSERT_TRUE(sim->start());
-    pa::qt::QtPort port;
-    ASSERT_TRUE(port.setPortName(sim->devicePath()));
-    ASSERT_TRUE(port.open());
-    sim.reset(); // the other end goes away while the program reads
-    QElapsedTimer timer;
-    timer.start();
-    while (port.isOpen() && timer.elapsed() < 3000) {
-        port.readAll();
-        QThread::msleep(5);
+    for (const bool writing : {true, false}) {
+        SCOPED_TRACE(writing ? "writing" : "reading");
+        if (!sim)
+            SetUp();
+        warnings.clear();
+        const QtMessageHandler previous = qInstallMessageHandler(
+            [](QtMsgType, const QMessageLogContext&, const QString& text) { warnings << text; });
+        ASSERT_TRUE(port.open());
+        sim.reset();
+        QElapsedTimer timer;
+        timer.start();
+        while (port.isOpen() && timer.elapsed() < 3000) {
+            if (writing) {
+                port.write(" ");
+                port.bytesWaiting();
+                QCoreApplication::processEvents();
+            } else {
+                port.readAll();
+            }
+            QThread::msleep(5);
+        }
+        qInstallMessageHandler(previous);
+        EXPECT_FALSE(port.isOpen());
+        EXPECT_EQ(port.readAll(), "");
+        EXPECT_EQ(port.bytesWaiting(), 0);
+        EXPECT_TRUE(warnings.isEmpty()) << warnings.join('\n').toStdString();
     }
-    qInstallMessageHandler(previous);
-    EXPECT_FALSE(port.isOpen());
-    EXPECT_TRUE(warnings.isEmpty()) << warnings.join('\n').toStdString();
 }
 
 } // namespace

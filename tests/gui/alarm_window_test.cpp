@@ -39,8 +39,7 @@ TEST(ManualScreenshotsAlarm, EditorBannerAcknowledgeLogAndMark) {
     pa::qt::QtPort port;
     pa::qt::QtClock clock;
     pa::testing::ScriptedUi ui;
-    const auto workDir = std::filesystem::current_path();
-    std::filesystem::current_path(folder.path()); // commport.dat goes here
+    const pa::testing::InFolder inFolder(folder.path(), false);
     {
         pa::ui::MeterRec window(state, port, clock, ui);
         window.resize(1000, 600);
@@ -97,7 +96,6 @@ TEST(ManualScreenshotsAlarm, EditorBannerAcknowledgeLogAndMark) {
             EXPECT_NE(log.find(event), std::string::npos) << event << " in " << log;
         EXPECT_EQ(ui.beeps, 1);
     }
-    std::filesystem::current_path(workDir);
 }
 
 } // namespace

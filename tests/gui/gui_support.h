@@ -9,6 +9,7 @@
 #include <QString>
 #include <QThread>
 #include <QWidget>
+#include <filesystem>
 #include <functional>
 
 namespace pa::testing {
@@ -23,6 +24,28 @@ inline bool waitFor(const std::function<bool()>& condition, int capMs = 8000) {
     }
     return condition();
 }
+
+// Makes a folder the working folder (where commport.dat goes) and, when asked, the home
+// folder, for as long as the object lives; then puts both back.
+class InFolder {
+  public:
+    explicit InFolder(const std::filesystem::path& folder, bool asHome = true)
+        : home_(qgetenv("HOME")), work_(std::filesystem::current_path()) {
+        if (asHome)
+            qputenv("HOME", folder.string().c_str());
+        std::filesystem::current_path(folder);
+    }
+    ~InFolder() {
+        std::filesystem::current_path(work_);
+        qputenv("HOME", home_);
+    }
+    InFolder(const InFolder&) = delete;
+    InFolder& operator=(const InFolder&) = delete;
+
+  private:
+    QByteArray home_;
+    std::filesystem::path work_;
+};
 
 // The first menu item or action under root with this text (mnemonic "&" included).
 inline QAction* menuItem(QWidget* root, const QString& text) {

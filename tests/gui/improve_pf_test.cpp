@@ -47,8 +47,7 @@ TEST(ImprovePFWindow, OpensFromTheMainWindowAndCalculates) {
     load.noise = 0;
     pa::sim::PtyHost sim(load);
     ASSERT_TRUE(sim.start());
-    const auto workDir = std::filesystem::current_path();
-    std::filesystem::current_path(::testing::TempDir()); // commport.dat goes here
+    const pa::testing::InFolder inTemp(::testing::TempDir(), false);
     pa::app::ProgramState state;
     pa::qt::QtPort port;
     pa::qt::QtClock clock;
@@ -117,7 +116,6 @@ TEST(ImprovePFWindow, OpensFromTheMainWindowAndCalculates) {
     EXPECT_EQ(pa::testing::pdfPages(screenshotPath("improvepf_print.pdf")), 1);
     pf->findChild<QPushButton*>("Exit_Improve_PF")->click();
     EXPECT_FALSE(pf->isVisible());
-    std::filesystem::current_path(workDir);
 }
 
 // The window on its own, reading fixed texts as the main window would show them.

@@ -3,6 +3,7 @@
 #include "plot/PlotFile.h"
 
 #include "../plot/plot_test_files.h"
+#include "e2e/program_run.h"
 #include "qt/qt_clock.h"
 #include "support/recording_port.h"
 #include "support/scripted_ui.h"
@@ -164,22 +165,15 @@ TEST(PlotFileTest, MainWindowPausesLiveSamplingWhileThePlotIsOpen) {
 namespace {
 
 // The command line's plot subcommand, run as a user runs it.
-struct CliRun {
-    int exitCode;
-    QString out, err;
-};
-CliRun runCli(const QStringList& args) {
-    QProcess p;
-    p.start(QString(PA_CLI_PROGRAM), QStringList{"plot"} + args);
-    p.waitForFinished(30000);
-    return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()),
-            QString::fromUtf8(p.readAllStandardError())};
+pa::testing::ProgramRun runCli(const QStringList& args) {
+    return pa::testing::runCli(QStringList{"plot"} + args);
 }
 
 TEST(PlotCliTest, PointsStatsImagesAndRefusals) {
     const std::string five = pa::testing::recordsFile("cli5.txt", 5);
-    CliRun r = runCli({QString::fromStdString(five), "--points", "--stats", "--quantity", "0"});
-    ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
+    pa::testing::ProgramRun r =
+        runCli({QString::fromStdString(five), "--points", "--stats", "--quantity", "0"});
+    ASSERT_EQ(r.status, 0) << r.err.toStdString();
     const QStringList lines = r.out.split('\n', Qt::SkipEmptyParts);
     ASSERT_EQ(lines.size(), 10); // 5 points, 5 statistics lines
     EXPECT_EQ(lines[0], "1,1,1,\"08:00:01.0, \"");
@@ -190,25 +184,25 @@ TEST(PlotCliTest, PointsStatsImagesAndRefusals) {
     QFile::remove(png);
     r = runCli(
         {QString::fromStdString(five), "--zoom", "2", "4", "--png", png, "--size", "640x360"});
-    EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
+    EXPECT_EQ(r.status, 0) << r.err.toStdString();
     EXPECT_EQ(QImage(png).size(), QSize(640, 360));
 
     r = runCli({QString::fromStdString(five), "--zoom", "4", "4", "--points"});
-    EXPECT_NE(r.exitCode, 0);
+    EXPECT_NE(r.status, 0);
     EXPECT_TRUE(r.err.contains("End record <= Start record"));
 
     const std::string odd = pa::testing::tempFile("cli_odd.txt");
     pa::testing::DataFileWriter(odd).raw("1\r\n2\r\n3\r\n");
     r = runCli({QString::fromStdString(odd), "--points"});
-    EXPECT_NE(r.exitCode, 0);
+    EXPECT_NE(r.status, 0);
     EXPECT_TRUE(r.err.contains("Inncorrect file format, proceed anyway"));
     r = runCli({QString::fromStdString(odd), "--points", "--force"});
-    EXPECT_EQ(r.exitCode, 0);
+    EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.out.count('\n'), 3);
 
-    EXPECT_NE(runCli({"--points"}).exitCode, 0);
-    EXPECT_NE(runCli({QString::fromStdString(five)}).exitCode, 0) << "nothing to do";
-    EXPECT_NE(runCli({QString::fromStdString(five), "--points", "--quantity", "9"}).exitCode, 0);
+    EXPECT_NE(runCli({"--points"}).status, 0);
+    EXPECT_NE(runCli({QString::fromStdString(five)}).status, 0) << "nothing to do";
+    EXPECT_NE(runCli({QString::fromStdString(five), "--points", "--quantity", "9"}).status, 0);
 }
 
 } // namespace

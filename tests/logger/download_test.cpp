@@ -52,8 +52,8 @@ TEST(RecordConversion, DisplayWordsBecomeValuesWithOneDecimal) {
 
 struct Download : ::testing::Test {
     pa::testing::LoggerRig rig;
-    std::string dir =
-        pa::testing::scratchFolder(::testing::UnitTest::GetInstance()->current_test_info()->name());
+    pa::testing::TempFolder temp;
+    std::string dir = temp.str();
     std::string path = dir + "/log.txt";
 
     void SetUp() override { rig.folder = dir; }
@@ -281,13 +281,14 @@ TEST_F(Download, CancellingTheDialogSendsNothing) {
 }
 
 TEST_F(Download, FullMemoryTakesItsSilenceWindowOnVirtualTime) {
-    EXPECT_EQ(rig.logger().fillRecords(5000, pa::testing::quietLoad()), sim::kLoggerCapacity);
+    // An 8K memory: 8192 bytes less the 96-byte status block, 8 bytes a record.
+    EXPECT_EQ(rig.logger().fillRecords(5000, pa::testing::quietLoad()), 1012);
     const double t0 = rig.clock.secondsSinceMidnight();
     download(path);
     const double took = rig.clock.secondsSinceMidnight() - t0;
     const std::string text = pa::testing::readFile(path);
-    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 1 + sim::kLoggerCapacity);
-    EXPECT_EQ(rig.messages(), std::vector<std::string>{report(sim::kLoggerCapacity)});
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 1 + 1012);
+    EXPECT_EQ(rig.messages(), std::vector<std::string>{report(1012)});
     EXPECT_NEAR(took, 0.7 + 2.0, 0.02); // the state query, then 2 s of silence
 }
 
@@ -361,7 +362,8 @@ TEST(DownloadFaults, NoisyLinesEndWithAMessageAndWriteNothing) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        const std::string dir = pa::testing::scratchFolder("noisy");
+        const pa::testing::TempFolder temp;
+        const std::string dir = temp.str();
         const std::string path = dir + "/log.txt";
         pa::testing::FakeClock clock;
         pa::testing::ScriptedUi ui;

@@ -1,6 +1,8 @@
 // The command exchange: bytes on the line, pacing on the virtual clock, the status query.
 #include "logger/logger_exchange.h"
+#include "support/bytes.h"
 #include "support/fake_clock.h"
+#include "support/message_texts.h"
 #include "support/recording_port.h"
 #include "support/scripted_ui.h"
 
@@ -12,12 +14,7 @@ namespace {
 using namespace pa;
 using logger::CheckLoggerReply;
 
-std::string bytes(std::initializer_list<int> values) {
-    std::string s;
-    for (int v : values)
-        s.push_back(static_cast<char>(v));
-    return s;
-}
+using pa::testing::bytes;
 
 // A port whose instrument answers each write through a function (nothing by default).
 struct AnsweringPort : pa::testing::RecordingPort {
@@ -46,12 +43,7 @@ struct Rig {
         f();
         return clock.secondsSinceMidnight() - t0;
     }
-    std::vector<std::string> texts() const {
-        std::vector<std::string> t;
-        for (const auto& m : ui.messages)
-            t.push_back(m.text);
-        return t;
-    }
+    std::vector<std::string> texts() const { return pa::testing::messageTexts(ui); }
 };
 
 TEST(LoggerExchange, CommandsPutTheirBytesOnTheLineWithTheirPacing) {

@@ -6,11 +6,10 @@
 #include "logger/logger_exchange.h"
 #include "logger/logger_session.h"
 #include "support/fake_clock.h"
+#include "support/message_texts.h"
 #include "support/scripted_ui.h"
+#include "support/test_files.h"
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -43,12 +42,7 @@ struct LoggerRig {
 
     sim::LoggerModel& logger() { return meter.logger(); }
 
-    std::vector<std::string> messages() const {
-        std::vector<std::string> texts;
-        for (const ShownMessage& m : ui.messages)
-            texts.push_back(m.text);
-        return texts;
-    }
+    std::vector<std::string> messages() const { return messageTexts(ui); }
     // The live exchange was handed back after every suspension, ending resumed.
     bool liveBracketed() const {
         if (live.empty() || live.back() != 1)
@@ -59,20 +53,5 @@ struct LoggerRig {
         return true;
     }
 };
-
-inline std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
-// A fresh folder for files a test writes.
-inline std::string scratchFolder(const std::string& name) {
-    const auto dir = std::filesystem::temp_directory_path() / ("pa_logger_" + name);
-    std::filesystem::remove_all(dir);
-    std::filesystem::create_directories(dir);
-    return datafile::utf8FromPath(dir);
-}
 
 } // namespace pa::testing

@@ -18,6 +18,9 @@ std::vector<std::string> boxes(std::string id, std::string date, std::string tim
 
 TEST(SettingsEncoding, EachBoxGivesItsWritesOrItsRefusal) {
     const auto ok = boxes("1", "02-25", "20:06:00", "1", "1");
+    std::vector<ByteWrite> clockWrites;
+    for (const char digit : std::string("0225200600"))
+        clockWrites.push_back({8 + static_cast<int>(clockWrites.size()), digit});
     const std::string dateError =
         "Date and Time format error, they must be in the form of MM-DD HH:MM:SS, and zero must "
         "be entered(eg. 02-25 20:06:00).\r\nUpdate function canceled !";
@@ -35,19 +38,7 @@ TEST(SettingsEncoding, EachBoxGivesItsWritesOrItsRefusal) {
          "ID value too large (max. 32767).Update function canceled."},
         {0, boxes("-3", "", "", "", ""), {}, "Out of range"},
         {0, boxes("", "02-25", "", "", ""), {}, "No input, update function canceled"},
-        {1,
-         ok,
-         {{8, '0'},
-          {9, '2'},
-          {10, '2'},
-          {11, '5'},
-          {12, '2'},
-          {13, '0'},
-          {14, '0'},
-          {15, '6'},
-          {16, '0'},
-          {17, '0'}},
-         ""},
+        {1, ok, clockWrites, ""}, // the ten digits MMDDHHMMSS at 8 to 17
         {2, boxes("", "2-25", "20:06:00", "", ""), {}, dateError},
         {1, boxes("", "02-25", "20:6:00", "", ""), {}, dateError},
         {1, boxes("", "13-25", "20:06:00", "", ""), {}, dateError},

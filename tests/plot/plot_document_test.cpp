@@ -1,6 +1,7 @@
 #include "plot/line_reader.h"
 #include "plot/plot_document.h"
 #include "plot_test_files.h"
+#include "support/message_texts.h"
 #include "support/scripted_ui.h"
 
 #include <cmath>
@@ -19,12 +20,7 @@ using pa::testing::recordsFile;
 
 class PlotDocumentTest : public ::testing::Test {
   protected:
-    std::vector<std::string> texts() const {
-        std::vector<std::string> t;
-        for (const auto& m : ui.messages)
-            t.push_back(m.text);
-        return t;
-    }
+    std::vector<std::string> texts() const { return pa::testing::messageTexts(ui); }
     pa::testing::ScriptedUi ui;
     PlotDocument doc{ui};
 };

@@ -1,6 +1,7 @@
 // The instrument model through receive(): what each byte from the program brings back.
 #include "instrument.h"
 #include "serial_line.h"
+#include "support/bytes.h"
 
 #include <gtest/gtest.h>
 
@@ -14,12 +15,7 @@ Load quiet(double volts = 230, double amps = 0.55, double pf = 0.92, double hz =
     return {volts, amps, pf, hz, 0.0};
 }
 
-std::string bytes(std::initializer_list<int> values) {
-    std::string s;
-    for (int v : values)
-        s.push_back(static_cast<char>(v));
-    return s;
-}
+using pa::testing::bytes;
 
 BlockWord block(const std::string& frame, int index) {
     const auto at = [&](int i) { return static_cast<unsigned char>(frame.at(i)); };

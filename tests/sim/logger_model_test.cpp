@@ -1,5 +1,6 @@
 // The simulated logger through the instrument's receive(): commands, memory and faults.
 #include "instrument.h"
+#include "support/bytes.h"
 
 #include <gtest/gtest.h>
 
@@ -7,12 +8,7 @@ namespace {
 
 using namespace pa::sim;
 
-std::string bytes(std::initializer_list<int> values) {
-    std::string s;
-    for (int v : values)
-        s.push_back(static_cast<char>(v));
-    return s;
-}
+using pa::testing::bytes;
 
 TEST(LoggerModel, CommandsAndTheirReplies) {
     Instrument meter;
