@@ -190,6 +190,21 @@ void reportSeeds(const fs::path& folder) {
           "2,12-31,00:00:00.0,500.0,0.5,200.0,5.0\r\n3,12-31,00:00:30.0,-OL,0.5,200.0,5.0\r\n");
 }
 
+// The alarm file target reads the whole input as an alarm file: every kind of condition and
+// action, delays and hysteresis.
+void alarmSeeds(const fs::path& folder) {
+    write(folder, "every_kind",
+          "# limits of a pump\n"
+          "[motor overload]\nquantity = W\nabove = 1500\nfor = 5\nhysteresis = 50\n"
+          "actions = banner, beep, mark, log, run, mqtt\nrun = /usr/bin/logger %n %v %u %t\n"
+          "[supply]\nquantity = V\noutside = 207..253\nfor = 2\nactions = log\n"
+          "[pf]\nquantity = PF\nbelow = 0.9\nhysteresis = 0.02\nactions = banner, record_start\n"
+          "[quiet]\nquantity = A\ninside = 0..0.05\nactions = record_stop\n"
+          "[overload]\nquantity = A\noverload = yes\nactions = beep\n"
+          "[silence]\nquantity = reading\nsilent_for = 10\nactions = log, mqtt\n"
+          "[budget]\nquantity = cost_per_day\nabove = 3\nactions = log\n");
+}
+
 int main(int argc, char** argv) {
     if (argc != 2) {
         std::fputs("usage: make_seeds FOLDER\n", stderr);
@@ -209,5 +224,6 @@ int main(int argc, char** argv) {
           "No.,Date,Time,Watts,PF,Volts,Amps\r\n1,12-31,23:59:59,116.4,0.9,230.0,0.6\r\n"
           "2,12-31,00:00:00.4,OL,0.9,230.0,0.6\r\n");
     reportSeeds(root / "report_survey_fuzz");
+    alarmSeeds(root / "alarm_file_fuzz");
     return 0;
 }

@@ -51,11 +51,13 @@ SettingsUpdate encodeId(const std::string& text) {
         u.refusal = "ID value too large (max. 32767).Update function canceled.";
         return u;
     }
-    const int id = static_cast<int>(text::roundHalfEven(value));
-    if (id < 0) {
+    // Looked at before the conversion: a hugely negative typed ID is no int.
+    const double rounded = text::roundHalfEven(value);
+    if (rounded < 0) {
         u.refusal = "Out of range";
         return u;
     }
+    const int id = static_cast<int>(rounded);
     writeWord(u, kIdAddress, id);
     return u;
 }

@@ -37,6 +37,7 @@ TEST(SettingsEncoding, EachBoxGivesItsWritesOrItsRefusal) {
          {},
          "ID value too large (max. 32767).Update function canceled."},
         {0, boxes("-3", "", "", "", ""), {}, "Out of range"},
+        {0, boxes("-3e64", "", "", "", ""), {}, "Out of range"}, // no int: refused before
         {0, boxes("", "02-25", "", "", ""), {}, "No input, update function canceled"},
         {1, ok, clockWrites, ""}, // the ten digits MMDDHHMMSS at 8 to 17
         {2, boxes("", "2-25", "20:06:00", "", ""), {}, dateError},
