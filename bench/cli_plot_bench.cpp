@@ -9,6 +9,7 @@
 // largest resident memory are printed, and the ratio.
 // Usage: cli_plot_bench [DATAFILE]   (written when missing; default plot_1m.txt beside this
 // program, where the two PNG files go too)
+#include "program_timing.h"
 #include "support/data_file_writer.h"
 
 #include <chrono>
@@ -23,72 +24,10 @@
 
 namespace {
 
+using namespace pa::bench;
+
 constexpr long kRecords = 1000000;
 constexpr int kRuns = 3;
-
-struct Run {
-    double seconds = 1e9;
-    long maxRssKb = 0;
-    bool ok = true;
-};
-
-// quiet: the program's standard output goes to /dev/null.
-Run runOnce(const std::vector<std::string>& argv, bool quiet = false) {
-    std::vector<char*> args;
-    for (const auto& a : argv)
-        args.push_back(const_cast<char*>(a.c_str()));
-    args.push_back(nullptr);
-    const auto t0 = std::chrono::steady_clock::now();
-    std::fflush(stdout); // else the child writes out what the parent has not yet
-    const pid_t pid = fork();
-    if (pid == 0) {
-        if (quiet)
-            std::freopen("/dev/null", "w", stdout);
-        execvp(args[0], args.data());
-        _exit(127);
-    }
-    int status = 0;
-    rusage usage{};
-    wait4(pid, &status, 0, &usage);
-    Run r;
-    r.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
-    r.maxRssKb = usage.ru_maxrss;
-    r.ok = WIFEXITED(status) && WEXITSTATUS(status) == 0;
-    return r;
-}
-
-Run best(const std::vector<std::string>& argv, bool quiet = false) {
-    Run b;
-    for (int i = 0; i < kRuns; ++i) {
-        const Run r = runOnce(argv, quiet);
-        b.ok = b.ok && r.ok;
-        b.seconds = std::min(b.seconds, r.seconds);
-        b.maxRssKb = std::max(b.maxRssKb, r.maxRssKb);
-    }
-    return b;
-}
-
-void writeDataFile(const std::string& path) {
-    std::printf("writing %ld records to %s ...\n", kRecords, path.c_str());
-    pa::testing::DataFileWriter w(path);
-    w.line(pa::testing::headerLine());
-    std::string block;
-    for (long i = 1; i < kRecords; ++i) {
-        pa::testing::RecordTexts r;
-        r.number = i;
-        r.clock = pa::testing::clockFor(i);
-        char watt[16];
-        std::snprintf(watt, sizeof watt, "%.1f", 800 + (i * 7919 % 4001) / 10.0);
-        r.watt = watt;
-        r.cost = "0.0";
-        block += pa::testing::recordLine(r) + "\r\n";
-        if (block.size() > (1 << 20)) {
-            w.raw(block);
-            block.clear();
-        }
-    }
-    w.raw(block);
-}
 
 } // namespace
 
@@ -96,7 +35,7 @@ int main(int argc, char** argv) {
     const auto here = std::filesystem::canonical("/proc/self/exe").parent_path();
     const std::string data = argc > 1 ? argv[1] : (here / "plot_1m.txt").string();
     if (!std::filesystem::exists(data))
-        writeDataFile(data);
+        writeDataFile(data, kRecords);
     const auto bytes = std::filesystem::file_size(data);
     {
         std::ifstream warm(data, std::ios::binary); // both start from the page cache
@@ -109,7 +48,7 @@ int main(int argc, char** argv) {
     const std::string peerPng = (here / "gnuplot.png").string();
     std::printf("data file: %s, %.1f MB\n", data.c_str(), bytes / 1e6);
 
-    const Run ours = best({cli, "plot", data, "--png", ourPng});
+    const Run ours = best({cli, "plot", data, "--png", ourPng}, kRuns);
     std::printf("poweranalyzer-cli plot --png : %7.3f s  max RSS %6.1f MB%s\n", ours.seconds,
                 ours.maxRssKb / 1024.0, ours.ok ? "" : "  (FAILED)");
 
@@ -117,7 +56,7 @@ int main(int argc, char** argv) {
         const std::string script = "set terminal png size 1280,720; set output '" + peerPng +
                                    "'; set datafile separator ','; plot '" + data +
                                    "' using 0:4 with lines title 'Watt'";
-        const Run peer = best({"gnuplot", "-e", script});
+        const Run peer = best({"gnuplot", "-e", script}, kRuns);
         std::printf("gnuplot (png, column 4)      : %7.3f s  max RSS %6.1f MB%s\n", peer.seconds,
                     peer.maxRssKb / 1024.0, peer.ok ? "" : "  (FAILED)");
         std::printf("ratio gnuplot / ours         : %7.1f x\n", peer.seconds / ours.seconds);
@@ -126,11 +65,11 @@ int main(int argc, char** argv) {
     }
 
     const std::string csv = (here / "export.csv").string();
-    const Run exported = best({cli, "export", data, "--out", csv});
+    const Run exported = best({cli, "export", data, "--out", csv}, kRuns);
     std::printf("poweranalyzer-cli export     : %7.3f s  max RSS %6.1f MB%s  (%.1f MB of CSV)\n",
                 exported.seconds, exported.maxRssKb / 1024.0, exported.ok ? "" : "  (FAILED)",
                 std::filesystem::exists(csv) ? std::filesystem::file_size(csv) / 1e6 : 0.0);
-    const Run stats = best({cli, "stats", data, "--per", "hour"}, true);
+    const Run stats = best({cli, "stats", data, "--per", "hour"}, kRuns);
     std::printf("poweranalyzer-cli stats      : %7.3f s  max RSS %6.1f MB%s\n", stats.seconds,
                 stats.maxRssKb / 1024.0, stats.ok ? "" : "  (FAILED)");
     return ours.ok && exported.ok && stats.ok ? 0 : 1;

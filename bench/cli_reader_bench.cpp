@@ -8,6 +8,7 @@
 // Each is run five times after a read of the file into the page cache; the median wall time
 // and the largest resident memory are printed, and the ratios.
 // Usage: cli_reader_bench [RECORDS...]   (default 1000000 10000000)
+#include "program_timing.h"
 #include "support/data_file_writer.h"
 
 #include <algorithm>
@@ -23,78 +24,13 @@
 
 namespace {
 
+using namespace pa::bench;
+
 constexpr int kRuns = 5;
-
-struct Run {
-    double seconds = 0;
-    long maxRssKb = 0;
-    bool ok = true;
-};
-
-Run runOnce(const std::vector<std::string>& argv) {
-    std::vector<char*> args;
-    for (const auto& a : argv)
-        args.push_back(const_cast<char*>(a.c_str()));
-    args.push_back(nullptr);
-    std::fflush(stdout);
-    const auto t0 = std::chrono::steady_clock::now();
-    const pid_t pid = fork();
-    if (pid == 0) {
-        // Only the times count: what the programs print goes nowhere.
-        if (!std::freopen("/dev/null", "w", stdout) || !std::freopen("/dev/null", "w", stderr))
-            _exit(126);
-        execvp(args[0], args.data());
-        _exit(127);
-    }
-    int status = 0;
-    rusage usage{};
-    wait4(pid, &status, 0, &usage);
-    Run r;
-    r.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
-    r.maxRssKb = usage.ru_maxrss;
-    r.ok = WIFEXITED(status) && WEXITSTATUS(status) == 0;
-    return r;
-}
-
-Run median(const std::vector<std::string>& argv) {
-    std::vector<double> times;
-    Run m;
-    for (int i = 0; i < kRuns; ++i) {
-        const Run r = runOnce(argv);
-        times.push_back(r.seconds);
-        m.ok = m.ok && r.ok;
-        m.maxRssKb = std::max(m.maxRssKb, r.maxRssKb);
-    }
-    std::sort(times.begin(), times.end());
-    m.seconds = times[kRuns / 2];
-    return m;
-}
 
 void print(const char* what, const Run& r) {
     std::printf("  %-34s %8.3f s  max RSS %7.1f MB%s\n", what, r.seconds, r.maxRssKb / 1024.0,
                 r.ok ? "" : "  (FAILED)");
-}
-
-void writeDataFile(const std::string& path, long records) {
-    std::printf("writing %ld records to %s ...\n", records, path.c_str());
-    pa::testing::DataFileWriter w(path);
-    w.line(pa::testing::headerLine());
-    std::string block;
-    for (long i = 1; i < records; ++i) {
-        pa::testing::RecordTexts r;
-        r.number = i;
-        r.clock = pa::testing::clockFor(i);
-        char watt[16];
-        std::snprintf(watt, sizeof watt, "%.1f", 800 + (i * 7919 % 4001) / 10.0);
-        r.watt = watt;
-        r.cost = "0.0";
-        block += pa::testing::recordLine(r) + "\r\n";
-        if (block.size() > (1 << 20)) {
-            w.raw(block);
-            block.clear();
-        }
-    }
-    w.raw(block);
 }
 
 bool have(const std::string& program) {
@@ -135,18 +71,20 @@ int main(int argc, char** argv) {
                 ;
         }
         std::printf("%ld records, %.0f MB:\n", records, std::filesystem::file_size(data) / 1e6);
-        const Run stats = median({cli, "stats", data});
+        const Run stats = median({cli, "stats", data}, kRuns);
         print("poweranalyzer-cli stats", stats);
         const Run exported =
-            median({cli, "export", data, "--out", (here / "reader_export.csv").string()});
+            median({cli, "export", data, "--out", (here / "reader_export.csv").string()}, kRuns);
         print("poweranalyzer-cli export --out CSV", exported);
-        const Run plot = median({cli, "plot", data, "--png", (here / "reader_plot.png").string()});
+        const Run plot =
+            median({cli, "plot", data, "--png", (here / "reader_plot.png").string()}, kRuns);
         print("poweranalyzer-cli plot --png", plot);
         ok = ok && stats.ok && exported.ok && plot.ok;
         if (gnuplot) {
             const Run peer =
                 median({"gnuplot", "-e",
-                        "set datafile separator ','; stats '" + data + "' using 4 nooutput"});
+                        "set datafile separator ','; stats '" + data + "' using 4 nooutput"},
+                       kRuns);
             print("gnuplot stats (column 4)", peer);
             std::printf("  %-34s %8.1f x\n", "ratio gnuplot / ours (stats)",
                         peer.seconds / stats.seconds);
@@ -156,7 +94,8 @@ int main(int argc, char** argv) {
                 median({"mawk", "-F,",
                         "NR>1{v=$4+0; s+=v; n++; if(n==1||v<lo)lo=v; if(n==1||v>hi)hi=v}"
                         " END{print n, lo, hi, s/n}",
-                        data});
+                        data},
+                       kRuns);
             print("mawk min/max/mean (column 4)", peer);
             std::printf("  %-34s %8.1f x\n", "ratio mawk / ours (stats)",
                         peer.seconds / stats.seconds);

@@ -7,6 +7,7 @@
 // Usage: cli_report_bench [FOLDER]   (the recordings are written there when missing; default:
 // beside this program)
 #include "datafile/recording_reader.h"
+#include "program_timing.h"
 #include "support/data_file_writer.h"
 
 #include <chrono>
@@ -22,47 +23,9 @@
 
 namespace {
 
+using namespace pa::bench;
+
 constexpr int kRuns = 3;
-
-struct Run {
-    double seconds = 1e9;
-    long maxRssKb = 0;
-    bool ok = true;
-};
-
-Run runOnce(const std::vector<std::string>& argv) {
-    std::vector<char*> args;
-    for (const auto& a : argv)
-        args.push_back(const_cast<char*>(a.c_str()));
-    args.push_back(nullptr);
-    const auto t0 = std::chrono::steady_clock::now();
-    std::fflush(stdout);
-    const pid_t pid = fork();
-    if (pid == 0) {
-        std::freopen("/dev/null", "w", stdout);
-        execvp(args[0], args.data());
-        _exit(127);
-    }
-    int status = 0;
-    rusage usage{};
-    wait4(pid, &status, 0, &usage);
-    Run r;
-    r.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
-    r.maxRssKb = usage.ru_maxrss;
-    r.ok = WIFEXITED(status) && WEXITSTATUS(status) == 0;
-    return r;
-}
-
-Run best(const std::vector<std::string>& argv) {
-    Run b;
-    for (int i = 0; i < kRuns; ++i) {
-        const Run r = runOnce(argv);
-        b.ok = b.ok && r.ok;
-        b.seconds = std::min(b.seconds, r.seconds);
-        b.maxRssKb = std::max(b.maxRssKb, r.maxRssKb);
-    }
-    return b;
-}
 
 // Writes `count` records a second apart, the first at 2026-11-01 00:00:00 plus `first` seconds;
 // a load that follows the day with a PF and a voltage that move with it.
@@ -139,10 +102,11 @@ int main(int argc, char** argv) {
     std::vector<std::string> json = args, pdf = args;
     json.insert(json.end(), {"--format", "json"});
     pdf.insert(pdf.end(), {"--pdf", (folder / "report_week.pdf").string()});
-    bool ok = report("week (604,800 records) to JSON", best(json), 1);
-    ok = report("week (604,800 records) to PDF", best(pdf), 2) && ok;
+    bool ok = report("week (604,800 records) to JSON", best(json, kRuns), 1);
+    ok = report("week (604,800 records) to PDF", best(pdf, kRuns), 2) && ok;
     warm({big});
-    ok = report("10,000,000 records to JSON", best({cli, "report", big, "--format", "json"}), 5) &&
+    ok = report("10,000,000 records to JSON", best({cli, "report", big, "--format", "json"}, kRuns),
+                5) &&
          ok;
     return ok ? 0 : 1;
 }
