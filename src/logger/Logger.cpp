@@ -4,6 +4,7 @@
 #include "logger/diag.h"
 #include "logger/status_block.h"
 #include "text/leading_number.h"
+#include "ui/CaptionText.h"
 
 #include <QDialog>
 #include <QDialogButtonBox>
@@ -65,10 +66,20 @@ Logger::Logger(app::Port& port, app::Clock& clock, app::Ui& ui, const app::Progr
     setCentralWidget(body);
 
     session_.load();
+    applyCaptions(state.language);
     refresh();
 }
 
 Logger::~Logger() = default;
+
+void Logger::applyCaptions(int language) {
+    using ui::Caption;
+    readStatus_->setText(ui::captionText(Caption::LoggerStatusButton, language));
+    readAll_->setText(ui::captionText(Caption::LoggerReadSaveButton, language));
+    Text1_[0]->setToolTip(ui::captionText(Caption::LoggerIdTip, language));
+    for (int box : {3, 4})
+        Text1_[box]->setToolTip(ui::captionText(Caption::LoggerIntervalTip, language));
+}
 
 QWidget* Logger::buildSetup() {
     auto* box = new QGroupBox("DATALOGGER SETUP", this);
@@ -92,11 +103,8 @@ QWidget* Logger::buildSetup() {
         connect(Text1_[i], &QLineEdit::returnPressed, this,
                 [this, i] { run([&] { session_.updateSetting(i); }); });
     }
-    Text1_[0]->setToolTip("0 to 32767");
     Text1_[1]->setPlaceholderText("MM-DD");
     Text1_[2]->setPlaceholderText("HH:MM:SS");
-    Text1_[3]->setToolTip("seconds, 0.4 to 26214 in steps of 0.4");
-    Text1_[4]->setToolTip("seconds, 0.4 to 26214 in steps of 0.4");
 
     int row = 0;
     grid->addWidget(caption("Recording Mode", box), row, 0);
@@ -154,12 +162,12 @@ QWidget* Logger::buildInformation() {
 QWidget* Logger::buildButtonsAndConsole() {
     auto* panel = new QWidget(this);
     auto* grid = new QGridLayout(panel);
-    readStatus_ = new QPushButton("&Status", panel);
+    readStatus_ = new QPushButton(panel);
     readStatus_->setObjectName("Read_Status");
     readStatus_->setMinimumWidth(110);
     connect(readStatus_, &QPushButton::clicked, this,
             [this] { run([&] { session_.Read_Status(); }); });
-    readAll_ = new QPushButton("&Read/Save", panel);
+    readAll_ = new QPushButton(panel);
     readAll_->setObjectName("Read_All");
     connect(readAll_, &QPushButton::clicked, this, [this] { run([&] { session_.Read_All(); }); });
     grid->addWidget(readStatus_, 0, 0);

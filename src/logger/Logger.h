@@ -36,6 +36,9 @@ class Logger : public QMainWindow {
     void dataDump();
     // Shows the session's state in every control.
     void refresh();
+    // The window's own buttons and hints in the language (1 English, 2 Chinese); the
+    // instrument's names for its settings stay in English.
+    void applyCaptions(int language);
 
   private:
     QWidget* buildSetup();

@@ -35,8 +35,6 @@ QString qs(const std::string& s) {
 }
 
 constexpr const char* kWindowTitle = "Power Analyzer  --  Plot Data ";
-constexpr const char* kEmptyHint =
-    "Open a data file (File > Open), then choose a quantity from the Data menu.";
 
 // A time label as the axis shows it: without the blanks and the field's comma around it.
 QString axisText(const std::string& label) {
@@ -46,9 +44,9 @@ QString axisText(const std::string& label) {
     return text.trimmed();
 }
 
-QString statisticsText(const Statistics& s) {
+QString statisticsText(const Statistics& s, int language) {
     auto n = [](double v) { return QString::number(v, 'g', 6); };
-    return QString("Statistics\nPoints  %1\nMinimum  %2\nMaximum  %3\nMean  %4\nStd. dev.  %5")
+    return ui::captionText(ui::Caption::PlotStatisticsBox, language)
         .arg(s.count)
         .arg(n(s.minimum), n(s.maximum), n(s.mean), n(s.standardDeviation));
 }
@@ -73,7 +71,8 @@ void addCornerText(QChart* chart, const QString& text, bool centre) {
 
 } // namespace
 
-QChart* buildChart(const PlotDocument& doc) {
+QChart* buildChart(const PlotDocument& doc, int language) {
+    using ui::Caption;
     auto* chart = new QChart;
     chart->setAnimationOptions(QChart::NoAnimation);
     chart->setTitle(qs(doc.graphTitle()));
@@ -93,7 +92,10 @@ QChart* buildChart(const PlotDocument& doc) {
         for (int i = 0; i < points; ++i)
             xy.append(QPointF(i + 1, data.sets[s][i]));
         line->replace(xy); // all at once: appending point by point is quadratic
-        line->setName(data.setCount == 2 ? (s == 0 ? "Minimum" : "Maximum") : qs(doc.yTitle()));
+        line->setName(
+            data.setCount == 2
+                ? ui::captionText(s == 0 ? Caption::TrendMinimum : Caption::TrendMaximum, language)
+                : qs(doc.yTitle()));
         line->setPen(QPen(colours[s], 1.5));
         series.append(line);
     }
@@ -101,10 +103,10 @@ QChart* buildChart(const PlotDocument& doc) {
         const Statistics st = doc.currentStatistics();
         auto* mean = new QLineSeries;
         mean->replace({QPointF(1, st.mean), QPointF(std::max(points, 2), st.mean)});
-        mean->setName("Mean");
+        mean->setName(ui::captionText(Caption::PlotMean, language));
         mean->setPen(QPen(QColor(0x2e, 0x7d, 0x32), 1.5, Qt::DashLine));
         series.append(mean);
-        addCornerText(chart, statisticsText(st), false);
+        addCornerText(chart, statisticsText(st, language), false);
     }
     for (auto* s : series)
         chart->addSeries(s);
@@ -142,7 +144,7 @@ QChart* buildChart(const PlotDocument& doc) {
     chart->legend()->setVisible(series.size() > 1);
     chart->legend()->setAlignment(Qt::AlignBottom);
     if (points == 0)
-        addCornerText(chart, kEmptyHint, true);
+        addCornerText(chart, ui::captionText(Caption::PlotEmptyHint, language), true);
     return chart;
 }
 
@@ -157,40 +159,53 @@ PlotFile::PlotFile(app::Ui& ui, QWidget* parent) : QMainWindow(parent), ui_(ui),
     statusBar()->addWidget(status_, 1);
     document_.setProgress([this](std::uint64_t bytes) {
         const qint64 total = QFileInfo(qs(document_.fileName())).size();
-        status_->setText(QString("Loading %1 ... %2 %")
+        status_->setText(ui::captionText(ui::Caption::PlotLoading, language_)
                              .arg(QFileInfo(qs(document_.fileName())).fileName())
                              .arg(total > 0 ? 100 * static_cast<qint64>(bytes) / total : 0));
         QApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
     });
     buildMenus();
     resize(1000, 640);
-    redraw();
+    setLanguage(1);
 }
 
 PlotFile::~PlotFile() = default;
 
 void PlotFile::buildMenus() {
-    QMenu* file = menuBar()->addMenu("&File");
+    using ui::Caption;
+    // Every item is named here and captioned in the window's language by setLanguage.
+    const auto add = [this](QMenu* menu, Caption text, auto slot) {
+        QAction* a = menu->addAction(QString(), this, slot);
+        captioned_.push_back({a, text});
+        return a;
+    };
+    const auto addMenu = [this](QMenu* parent, Caption text) {
+        QMenu* menu = parent ? parent->addMenu(QString()) : menuBar()->addMenu(QString());
+        captioned_.push_back({menu->menuAction(), text});
+        return menu;
+    };
+    QMenu* file = addMenu(nullptr, Caption::MenuFile);
     file->setObjectName("openfile");
     connect(file, &QMenu::aboutToShow, this, [this] {
         document_.openfile();
         showState();
     });
-    QAction* open = file->addAction("&Open Data File...", this, &PlotFile::openfileforplot);
+    QAction* open = add(file, Caption::PlotOpen, [this] { openfileforplot(); });
     open->setObjectName("openfileforplot");
     open->setShortcut(QKeySequence::Open);
-    file->addAction("&Export to CSV...", this,
-                    [this] { ui::exportRecording(ui_, this, document_.fileName()); })
-        ->setObjectName("exportCsv");
-    // The plot window's menus are in English.
-    file->addAction(ui::captionText(ui::Caption::ReportMenu, 1), this,
-                    [this] { ui::makeSurveyReport(ui_, this, document_.fileName(), 1); })
-        ->setObjectName("surveyReport");
+    add(file, Caption::ViewerExport, [this] {
+        ui::exportRecording(ui_, this, document_.fileName(), language_);
+    })->setObjectName("exportCsv");
+    add(file, Caption::ReportMenu, [this] {
+        ui::makeSurveyReport(ui_, this, document_.fileName(), language_);
+    })->setObjectName("surveyReport");
     file->addSeparator();
-    file->addAction("E&xit", QKeySequence::Close, this, &PlotFile::exit_plot)
-        ->setObjectName("exit_plot");
+    QAction* exit = add(file, Caption::MenuExit, [this] { exit_plot(); });
+    exit->setObjectName("exit_plot");
+    exit->setShortcut(QKeySequence::Close);
 
-    QMenu* data = menuBar()->addMenu("&Data");
+    // The quantities keep their names in every language: they are the file's columns.
+    QMenu* data = addMenu(nullptr, Caption::PlotMenuData);
     for (int i = 0; i < static_cast<int>(kQuantities.size()); ++i) {
         QAction* a = data->addAction(QString("&%1  %2").arg(i).arg(kQuantities[i].title), this,
                                      [this, i] { SelectData(i); });
@@ -199,56 +214,68 @@ void PlotFile::buildMenus() {
         quantity_.append(a);
     }
 
-    QMenu* graph = menuBar()->addMenu("&Graph");
-    const char* scale[] = {"&Fit Y Axis to Data", "Set Y M&inimum...", "Set Y M&aximum..."};
+    QMenu* graph = addMenu(nullptr, Caption::PlotMenuGraph);
+    const Caption scale[] = {Caption::PlotFitY, Caption::PlotSetYMinimum, Caption::PlotSetYMaximum};
     for (int i = 0; i < 3; ++i)
-        graph->addAction(scale[i], this, [this, i] { set_scale(i); })
-            ->setObjectName(QString("set_scale_%1").arg(i));
+        add(graph, scale[i], [this, i] {
+            set_scale(i);
+        })->setObjectName(QString("set_scale_%1").arg(i));
     graph->addSeparator();
-    QMenu* grid = graph->addMenu("&Grid");
+    QMenu* grid = addMenu(graph, Caption::PlotMenuGrid);
     auto* gridGroup = new QActionGroup(this);
-    const char* grids[] = {"&None", "&Horizontal Lines", "&Vertical Lines", "&Both"};
+    const Caption grids[] = {Caption::PlotGridNone, Caption::PlotGridHorizontal,
+                             Caption::PlotGridVertical, Caption::PlotGridBoth};
     for (int i = 0; i < 4; ++i) {
-        QAction* a = grid->addAction(grids[i], this, [this, i] { set_grid(i); });
+        QAction* a = add(grid, grids[i], [this, i] { set_grid(i); });
         a->setObjectName(QString("set_grid_%1").arg(i));
         a->setCheckable(true);
         gridGroup->addAction(a);
         grid_.append(a);
     }
-    QMenu* titles = graph->addMenu("&Titles");
-    const char* titleItems[] = {"Set &X Title...", "Set &Y Title...", "Set &Graph Title...",
-                                "Clear X Title",   "Clear Y Title",   "Clear Graph Title"};
+    QMenu* titles = addMenu(graph, Caption::PlotMenuTitles);
+    const Caption titleItems[] = {Caption::PlotSetXTitle,     Caption::PlotSetYTitle,
+                                  Caption::PlotSetGraphTitle, Caption::PlotClearXTitle,
+                                  Caption::PlotClearYTitle,   Caption::PlotClearGraphTitle};
     for (int i = 0; i < 6; ++i) {
         if (i == 3)
             titles->addSeparator();
-        titles->addAction(titleItems[i], this, [this, i] { set_title(i); })
-            ->setObjectName(QString("set_title_%1").arg(i));
+        add(titles, titleItems[i], [this, i] {
+            set_title(i);
+        })->setObjectName(QString("set_title_%1").arg(i));
     }
-    QMenu* labels = graph->addMenu("X &Labels");
+    QMenu* labels = addMenu(graph, Caption::PlotMenuXLabels);
     auto* labelGroup = new QActionGroup(this);
-    const char* labelItems[] = {"&Time", "&Record Number"};
+    const Caption labelItems[] = {Caption::PlotLabelTime, Caption::PlotLabelRecord};
     for (int i = 0; i < 2; ++i) {
-        QAction* a = labels->addAction(labelItems[i], this, [this, i] { set_x_label(i); });
+        QAction* a = add(labels, labelItems[i], [this, i] { set_x_label(i); });
         a->setObjectName(QString("set_x_label_%1").arg(i));
         a->setCheckable(true);
         labelGroup->addAction(a);
         xLabels_.append(a);
     }
     graph->addSeparator();
-    statistics_ = graph->addAction("&Statistics", this, &PlotFile::StatOption);
+    statistics_ = add(graph, Caption::PlotStatistics, [this] { StatOption(); });
     statistics_->setObjectName("StatOption");
     statistics_->setCheckable(true);
     graph->addSeparator();
-    graph->addAction("&Print...", QKeySequence::Print, this, &PlotFile::Pgraphics)
-        ->setObjectName("Pgraphics");
-    graph->addAction("Save as P&NG...", this, &PlotFile::savePngAs);
-    graph->addAction("Save as P&DF...", this, &PlotFile::savePdfAs);
+    QAction* print = add(graph, Caption::PlotPrint, [this] { Pgraphics(); });
+    print->setObjectName("Pgraphics");
+    print->setShortcut(QKeySequence::Print);
+    add(graph, Caption::PlotSavePng, [this] { savePngAs(); });
+    add(graph, Caption::PlotSavePdf, [this] { savePdfAs(); });
     graph->addSeparator();
-    graph->addAction("&Clear Graph", this, &PlotFile::clear_graphics)
-        ->setObjectName("clear_graphics");
+    add(graph, Caption::PlotClear, [this] { clear_graphics(); })->setObjectName("clear_graphics");
 
-    QAction* zoom = menuBar()->addAction("&Zoom", this, &PlotFile::ZoomIn);
+    QAction* zoom = menuBar()->addAction(QString(), this, &PlotFile::ZoomIn);
     zoom->setObjectName("ZoomIn");
+    captioned_.push_back({zoom, Caption::PlotZoom});
+}
+
+void PlotFile::setLanguage(int language) {
+    language_ = language;
+    for (const auto& [action, text] : captioned_)
+        action->setText(ui::captionText(text, language));
+    redraw();
 }
 
 void PlotFile::openfileforplot() {
@@ -294,7 +321,7 @@ void PlotFile::exit_plot() {
 
 void PlotFile::redraw() {
     QChart* old = view_->chart();
-    view_->setChart(buildChart(document_));
+    view_->setChart(buildChart(document_, language_));
     delete old;
     showState();
 }
@@ -309,29 +336,28 @@ void PlotFile::showState() {
     statistics_->setEnabled(document_.statisticsEnabled());
     statistics_->setChecked(document_.statisticsShown());
 
-    QString text = "No file open";
+    using ui::Caption;
+    const auto text_ = [this](Caption c) { return ui::captionText(c, language_); };
+    QString text = text_(Caption::PlotNoFile);
     if (!document_.fileName().empty()) {
         const PlotData& d = document_.data();
-        text = QString("%1   %2 records").arg(qs(document_.fileName())).arg(document_.records());
+        text = text_(Caption::PlotRecords).arg(qs(document_.fileName())).arg(document_.records());
         if (d.setCount == 0)
-            text += "   (choose a quantity from the Data menu)";
+            text += text_(Caption::PlotChoose);
         else if (document_.zoomed())
-            text += QString("   zoom: records %1 to %2")
+            text += text_(Caption::PlotZoomRange)
                         .arg(d.firstRecord)
                         .arg(d.firstRecord + static_cast<long>(d.points()) - 1);
         else if (d.setCount == 2)
-            text += QString("   minimum and maximum of every %1 records, %2 points")
-                        .arg(d.step)
-                        .arg(d.points());
+            text += text_(Caption::PlotMinMaxEvery).arg(d.step).arg(d.points());
         if (d.linesNotPlotted > 0)
-            text += QString("   (%1 lines past the estimated count not plotted)")
-                        .arg(d.linesNotPlotted);
+            text += text_(Caption::PlotNotPlotted).arg(d.linesNotPlotted);
     }
     status_->setText(text);
 }
 
 void PlotFile::renderChart(QPainter& painter, const QRectF& target, QSize logical) const {
-    QChartView view(buildChart(document_));
+    QChartView view(buildChart(document_, language_));
     view.setRenderHint(QPainter::Antialiasing);
     view.setFrameShape(QFrame::NoFrame);
     view.setAttribute(Qt::WA_DontShowOnScreen);
@@ -394,7 +420,8 @@ void PlotFile::Pgraphics() {
 }
 
 void PlotFile::savePngAs() {
-    auto path = ui_.saveFile("Save the graph as PNG", "PNG Images (*.png)");
+    auto path = ui_.saveFile(ui::caption(ui::Caption::PlotSavePngTitle, language_),
+                             ui::caption(ui::Caption::PngFilter, language_));
     if (!path || path->empty())
         return;
     QString file = qs(*path);
@@ -406,7 +433,8 @@ void PlotFile::savePngAs() {
 }
 
 void PlotFile::savePdfAs() {
-    auto path = ui_.saveFile("Save the graph as PDF", "PDF Documents (*.pdf)");
+    auto path = ui_.saveFile(ui::caption(ui::Caption::PlotSavePdfTitle, language_),
+                             ui::caption(ui::Caption::PdfFilter, language_));
     if (!path || path->empty())
         return;
     QString file = qs(*path);

@@ -4,10 +4,13 @@
 // command line's PNG/PDF output uses the same drawing.
 #include "app/ui.h"
 #include "plot/plot_document.h"
+#include "ui/captions.h"
 
 #include <QMainWindow>
 #include <QSize>
 #include <memory>
+#include <utility>
+#include <vector>
 
 class QAction;
 class QActionGroup;
@@ -27,6 +30,9 @@ class PlotFile : public QMainWindow {
     ~PlotFile() override;
 
     PlotDocument& document() { return document_; }
+    // Captions the menus, the status line, the dialogs and the chart (1 English, 2 Chinese).
+    // The quantities, the window's title and the document's prompts stay as they are.
+    void setLanguage(int language);
     QChartView* chartView() const { return view_; }
 
     // The window's commands.
@@ -71,9 +77,11 @@ class PlotFile : public QMainWindow {
     QList<QAction*> grid_;
     QList<QAction*> xLabels_;
     QAction* statistics_ = nullptr;
+    std::vector<std::pair<QAction*, ui::Caption>> captioned_;
+    int language_ = 1;
 };
 
-// A chart of the document's state (owned by the caller).
-QChart* buildChart(const PlotDocument& document);
+// A chart of the document's state (owned by the caller), its own texts in the language.
+QChart* buildChart(const PlotDocument& document, int language = 1);
 
 } // namespace pa::plot

@@ -231,6 +231,7 @@ logger::Logger* MeterRec::openLogger() {
             [] { return datafile::DataFolder().path; }, this);
         logger_->setWindowFlag(Qt::Window);
     }
+    logger_->applyCaptions(state_.language);
     if (!logger_->isVisible())
         placeOver(logger_, this);
     logger_->show();
@@ -448,6 +449,10 @@ void MeterRec::applyCaptions(int language) {
     createDataFile_->setText(qs(recorder_.createCaption()));
     if (viewer_)
         viewer_->applyCaptions(language);
+    if (plotWindow_)
+        plotWindow_->setLanguage(language);
+    if (logger_)
+        logger_->applyCaptions(language);
     startRecordingMenu_->setTitle(captionText(Caption::MenuStartRecording, language));
     recordAuto_->setText(captionText(Caption::MenuAuto, language));
     recordManual_->setText(captionText(Caption::MenuManual, language));
@@ -696,6 +701,7 @@ void MeterRec::openPlotWindow() {
     disconnect(plotWindow_, &plot::PlotFile::closed, this, nullptr);
     connect(plotWindow_, &plot::PlotFile::closed, this,
             [this, wasSampling] { resumeReadings(wasSampling); });
+    plotWindow_->setLanguage(state_.language);
     placeOver(plotWindow_, this);
     plotWindow_->show();
     plotWindow_->raise();

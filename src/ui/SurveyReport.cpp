@@ -109,7 +109,7 @@ bool makeSurveyReport(app::Ui& ui, QWidget* parent, const std::string& dataPath,
     if (!options)
         return false;
     const auto out = ui.saveFileAt(str(captionText(Caption::ReportSaveTitle, language)),
-                                   "PDF (*.pdf)", reportNameFor(dataPath));
+                                   caption(Caption::PdfFilter, language), reportNameFor(dataPath));
     if (!out)
         return false;
 

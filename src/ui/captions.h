@@ -205,6 +205,52 @@ enum class Caption {
     OtherPortPrompt,
     SampleTip,
     PfCapacitanceTip,
+    // The plot window: its menus, status line, save dialogs and the chart's own boxes.
+    PlotOpen,
+    PlotMenuData,
+    PlotMenuGraph,
+    PlotFitY,
+    PlotSetYMinimum,
+    PlotSetYMaximum,
+    PlotMenuGrid,
+    PlotGridNone,
+    PlotGridHorizontal,
+    PlotGridVertical,
+    PlotGridBoth,
+    PlotMenuTitles,
+    PlotSetXTitle,
+    PlotSetYTitle,
+    PlotSetGraphTitle,
+    PlotClearXTitle,
+    PlotClearYTitle,
+    PlotClearGraphTitle,
+    PlotMenuXLabels,
+    PlotLabelTime,
+    PlotLabelRecord,
+    PlotStatistics,
+    PlotPrint,
+    PlotSavePng,
+    PlotSavePdf,
+    PlotClear,
+    PlotZoom,
+    PlotSavePngTitle,
+    PlotSavePdfTitle,
+    PdfFilter,
+    PlotNoFile,
+    PlotRecords, // %1: the file, %2: how many records
+    PlotChoose,
+    PlotZoomRange,   // %1 to %2: the records shown
+    PlotMinMaxEvery, // %1: records per point, %2: points
+    PlotNotPlotted,  // %1: how many lines
+    PlotLoading,     // %1: the file, %2: percent read
+    PlotEmptyHint,
+    PlotStatisticsBox, // %1 points, %2 minimum, %3 maximum, %4 mean, %5 standard deviation
+    PlotMean,
+    // The datalogger window's own buttons and hints.
+    LoggerStatusButton,
+    LoggerReadSaveButton,
+    LoggerIdTip,
+    LoggerIntervalTip,
     Count
 };
 
