@@ -11,9 +11,9 @@
 namespace {
 
 using namespace pa;
+using logger::decodeStatusBlock;
 using pa::testing::LoggerRig;
 using pa::testing::RigStep;
-using logger::decodeStatusBlock;
 using sim::LoggerFault;
 
 RigStep console(std::string line) {
@@ -45,6 +45,7 @@ const std::string kStop = "Press record key to stop recording, then try again";
 const std::string kLeading = "Incorrecot leading byte, try again";
 const std::string kNoResponse = "No response, check your cable or DMM";
 const std::string kBadFrame = "Incorrect leading or ending byte";
+const std::string kNoReply = "No response, try again!";
 
 // An action ends with its messages, the progress window gone, no download file, and the
 // live exchange resumed.
@@ -64,6 +65,8 @@ TEST(Console, EveryLineEndsWithItsMessageAndTheLiveCycleResumed) {
     } cases[] = {
         {"W 8191 5", {}, 0, 1},
         {"W &H2C 7", {}, 0, 1},
+        {"W10 3", {}, 0, 1},
+        {"   R   12", {kBadFrame}, 1, 0},
         {"W 8192 5", {"Address > 8192 or Address < 0"}, 0, 0},
         {"W 99999999999999999999 1", {"Address > 8192 or Address < 0"}, 0, 0},
         {"R -1", {"Address > 8191 or address < 0"}, 0, 0},
@@ -96,7 +99,8 @@ TEST(Console, EveryLineEndsWithItsMessageAndTheLiveCycleResumed) {
     }
 }
 
-// Actions on a logger that is not idle, or on a faulty line, write nothing to it.
+// Actions on a logger that is not idle, or on a faulty line, write nothing to it; only a
+// status read that ends well fills the window.
 TEST(LoggerActions, RefusedOrFailedActionsWriteNothing) {
     const struct {
         const char* name;
@@ -112,6 +116,12 @@ TEST(LoggerActions, RefusedOrFailedActionsWriteNothing) {
          {"Bad sampling interval (range: 0.4 < t < 26214)."}},
         {"status, recording", kRecording, kReadStatus, {kStop}},
         {"status, silent", kSilent, kReadStatus, {kNoResponse}},
+        // One fault of a kind in the status read is retried silently, two end it (the fault
+        // hits address 40, after the state query and 40 bytes).
+        {"status, one lost reply", fault(LoggerFault::NoReply, 1, 41), kReadStatus, {}},
+        {"status, one bad frame", fault(LoggerFault::BadFraming, 1, 41), kReadStatus, {}},
+        {"status, two lost replies", fault(LoggerFault::NoReply, 2, 41), kReadStatus, {kNoReply}},
+        {"status, two bad frames", fault(LoggerFault::BadFraming, 2, 41), kReadStatus, {kBadFrame}},
         {"status, bad frame",
          fault(LoggerFault::BadFraming),
          kReadStatus,
@@ -136,7 +146,6 @@ TEST(LoggerActions, RefusedOrFailedActionsWriteNothing) {
         {"download, no reply", fault(LoggerFault::NoReply, 1, 1), kDownload, {kLeading}, 1},
         {"download, recording", kRecording, kDownload, {kStop}, 0},
         {"download, silent", kSilent, kDownload, {kNoResponse}, 0},
-        {"download cancelled", kNothing, [](LoggerRig& r) { r.download(std::nullopt); }, {}, 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -146,31 +155,9 @@ TEST(LoggerActions, RefusedOrFailedActionsWriteNothing) {
         c.act(rig);
         expectEnded(rig, c.messages);
         EXPECT_EQ(rig.logger().writes(), 0);
+        EXPECT_EQ(rig.session.Text1[1], c.messages.empty() ? "11-15" : "");
         if (c.downloads >= 0)
             EXPECT_EQ(rig.logger().downloads(), c.downloads);
-    }
-}
-
-// The status read: one fault of a kind is retried silently, two end the read and show
-// nothing (the fault hits address 40, after the state query and 40 bytes).
-TEST(StatusRead, OneFaultPerKindIsRetriedSilentlyTwoEndTheRead) {
-    const struct {
-        LoggerFault fault;
-        int replies;
-        std::vector<std::string> messages;
-        std::string date;
-    } cases[] = {
-        {LoggerFault::NoReply, 1, {}, "11-15"},
-        {LoggerFault::BadFraming, 1, {}, "11-15"},
-        {LoggerFault::NoReply, 2, {"No response, try again!"}, ""},
-        {LoggerFault::BadFraming, 2, {kBadFrame}, ""},
-    };
-    for (const auto& c : cases) {
-        LoggerRig rig;
-        rig.logger().setFault(c.fault, c.replies, 41);
-        rig.session.Read_Status();
-        expectEnded(rig, c.messages);
-        EXPECT_EQ(rig.session.Text1[1], c.date);
     }
 }
 
@@ -290,31 +277,14 @@ TEST(DropDowns, RefusedChoiceIsPutBack) {
     EXPECT_EQ(rig.logger().at(5), 0);
 }
 
-TEST(ConsoleParser, SplitsCommandAddressAndValue) {
-    const struct {
-        std::string line, command, address, value;
-    } cases[] = {
-        {"W 8191 5", "W", "8191", "5"}, {"   R   12", "R", "12", ""}, {"EEE", "EEE", "", ""},
-        {"EEEE", "EEEE", "", ""},       {"   ", "", "", ""},          {"W10 3", "W", "10", "3"},
-        {"R &H2C", "R", "&H2C", ""},
-    };
-    for (const auto& c : cases) {
-        const auto p = logger::parseConsoleLine(c.line);
-        EXPECT_EQ(p.command + "|" + p.address + "|" + p.value,
-                  c.command + "|" + c.address + "|" + c.value);
-    }
-    EXPECT_EQ(logger::consoleNumber("&H2C"), 44);
-    EXPECT_EQ(logger::consoleNumber("-1"), -1);
-    EXPECT_EQ(logger::consoleNumber("&HZZ"), std::nullopt);
-    EXPECT_EQ(logger::consoleNumber("12abc"), std::nullopt);
-}
-
 TEST(Console, WriteShowsAddressAndValueAndFoldsTheAddress) {
     LoggerRig rig;
     rig.session.consoleEnter("W 300 171");
     EXPECT_EQ(rig.logger().at(44), 171) << "300 reaches the logger as 44";
     EXPECT_EQ(rig.session.Label1[38] + " " + rig.session.Label1[39] + " " + rig.session.Label1[40],
               "300 171 AB");
+    rig.session.consoleEnter("W &H2D 9");
+    EXPECT_EQ(rig.logger().at(45), 9);
     rig.session.consoleEnter("W 12abc 5");
     EXPECT_EQ(rig.logger().at(12), 5) << "the address is the text's leading number";
     rig.session.consoleEnter("W 13 x");
@@ -330,6 +300,8 @@ TEST(DataDump, ReadsARangeAndFormatsIt) {
     LoggerRig rig;
     const auto bytes = rig.session.dataDump(0, 17);
     ASSERT_TRUE(bytes);
+    EXPECT_EQ(rig.ui.progress.back(), (std::pair{17, 18}));
+    EXPECT_TRUE(std::is_sorted(rig.ui.progress.begin(), rig.ui.progress.end()));
     EXPECT_EQ(logger::hexDump(0, *bytes),
               "0000  D4 08 01 00 00 00 20 00 31 31 31 35 31 36 35 38  ...... .11151658\n"
               "0010  30 30                                            00\n");
@@ -380,28 +352,10 @@ TEST(StatusBlock, DropDownCodesAndTheirFallbacks) {
             << c.address << "=" << c.byte;
 }
 
-TEST(StatusBlock, EveryShownField) {
-    std::string b =
-        block({{0, 0xD4}, {1, 0x08}, {2, 0x39}, {3, 0x30}, {6, 0x20}, {18, 3}, {60, 0x19}});
-    b.replace(8, 10, "0225200600");
-    // .050 kHz on the frequency display (unit bit clear): half digit off, digits 0 5 0, P 3.
-    b[57] = static_cast<char>(0x80);
-    b[58] = static_cast<char>(0xC2);
-    const auto s = decodeStatusBlock(b);
-    EXPECT_EQ(s.number, "2260");
-    EXPECT_EQ(s.id, 0x3039);
-    EXPECT_EQ(s.memorySize, "8K");
-    EXPECT_EQ(s.date + " " + s.time, "02-25 20:06:00");
-    EXPECT_EQ(s.samplingText, "1.2   ");
-    EXPECT_DOUBLE_EQ(s.samplingSeconds, 1.2);
-    EXPECT_EQ(s.outputText, "10.0   ");
-    EXPECT_EQ(s.writeCounts, "OK");
-    EXPECT_EQ(s.frequency, "50");
-    b[41] = 3;
-    b[42] = 1;
-    EXPECT_EQ(decodeStatusBlock(b).writeCounts, "259");
-    // A short block reads its missing bytes as zero.
-    EXPECT_EQ(decodeStatusBlock(b.substr(0, 10)).recordsText, "?");
+// Memory write failures (41-42) show as a count; a short block reads its missing bytes as 0.
+TEST(StatusBlock, WriteFailuresAndAShortBlock) {
+    EXPECT_EQ(decodeStatusBlock(block({{41, 3}, {42, 1}})).writeCounts, "259");
+    EXPECT_EQ(decodeStatusBlock(block({{20, 100}}).substr(0, 10)).recordsText, "?");
 }
 
 TEST(StatusRead, FreshLoggerFillsTheWindow) {
@@ -424,8 +378,10 @@ TEST(StatusRead, FreshLoggerFillsTheWindow) {
     }
     EXPECT_EQ(rig.logger().reads(), 96);
     EXPECT_EQ(rig.logger().writes(), 0) << "showing the block sends nothing back";
-    // Progress counts down the bytes still to read.
+    // Progress counts down the bytes still to read; the bar rises to the end.
     EXPECT_EQ(rig.ui.statusTexts.back(), "0");
+    EXPECT_EQ(rig.ui.progress.back(), (std::pair{95, 96}));
+    EXPECT_TRUE(std::is_sorted(rig.ui.progress.begin(), rig.ui.progress.end()));
     EXPECT_NE(std::find(rig.ui.statusTexts.begin(), rig.ui.statusTexts.end(), "95"),
               rig.ui.statusTexts.end());
 }
