@@ -133,43 +133,35 @@ TEST(LoggerExchange, StatusRepliesGiveTheStateAndTheirMessages) {
     }
 }
 
-// Kind 1 wants a body of more than one byte, kind 0 of one byte; no reply is -1 and an
-// unknown kind -2.
-TEST(LoggerExchange, CheckLoggerReplyByKind) {
-    const std::string stx(1, '\x02'), etx(1, '\x03');
-    const std::tuple<int, std::string, int> cases[] = {
-        {1, stx + "abc" + etx, 1},
-        {0, stx + "abc" + etx, 0},
-        {0, stx + "a" + etx, 1},
-        {1, stx + "a" + etx, 0},
-        {0, "", -1},
-        {1, "", -1},
-        {2, stx + "a" + etx, -2},
-        {-1, "", -2},
-        {0, "xa" + etx, 0},
-        {0, stx + "ab", 0},
-        {0, stx + "a" + etx + "z", 0},
-    };
-    for (const auto& [kind, reply, result] : cases)
-        EXPECT_EQ(CheckLoggerReply(kind, reply), result) << kind << " " << reply.size();
-}
-
-TEST(LoggerExchange, ReportReplyCheckShowsOneMessagePerFault) {
+// A reply's check by kind (1: a body of more than one byte, 0: of one byte): 1 good, 0 bad,
+// -1 none, -2 an unknown kind; the reported check shows one message for each fault.
+TEST(LoggerExchange, ReplyChecksByKind) {
+    const std::string stx(1, '\x02'), etx(1, '\x03'), format = "Incorrect data format";
     const struct {
         int kind;
         std::string reply;
         int result;
-        std::vector<std::string> messages;
+        std::string message; // of the reported check
     } cases[] = {
-        {0, bytes({2, 7, 3}), 1, {}},
-        {0, bytes({2, 7, 7}), 0, {"Incorrect data format"}},
-        {0, "", 0, {"No response"}},
-        {5, bytes({2, 7, 3}), 0, {"Program error"}},
+        {1, stx + "abc" + etx, 1, ""},
+        {0, stx + "abc" + etx, 0, format},
+        {0, stx + "a" + etx, 1, ""},
+        {1, stx + "a" + etx, 0, format},
+        {0, "", -1, "No response"},
+        {1, "", -1, "No response"},
+        {2, stx + "a" + etx, -2, "Program error"},
+        {-1, "", -2, "Program error"},
+        {0, "xa" + etx, 0, format},
+        {0, stx + "ab", 0, format},
+        {0, stx + "a" + etx + "z", 0, format},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(std::to_string(c.kind) + " " + std::to_string(c.reply.size()));
+        EXPECT_EQ(CheckLoggerReply(c.kind, c.reply), c.result);
         Rig rig;
-        EXPECT_EQ(rig.ex.ReportReplyCheck(c.kind, c.reply), c.result);
-        EXPECT_EQ(rig.texts(), c.messages);
+        EXPECT_EQ(rig.ex.ReportReplyCheck(c.kind, c.reply), c.result == 1 ? 1 : 0);
+        EXPECT_EQ(rig.texts(), c.message.empty() ? std::vector<std::string>{}
+                                                 : std::vector<std::string>{c.message});
     }
 }
 

@@ -324,38 +324,39 @@ std::string block(std::initializer_list<std::pair<int, int>> set) {
     return b;
 }
 
-TEST(StatusBlock, RecordCountRoundsHalfToEven) {
-    const std::pair<int, std::string> cases[] = {{96, "0"},      {100, "0"}, {104, "1"},
-                                                 {108, "2"},     {95, "?"},  {0, "?"},
-                                                 {8192, "1012"}, {116, "2"}, {124, "4"}};
-    for (const auto& [pointer, shown] : cases)
-        EXPECT_EQ(decodeStatusBlock(block({{20, pointer & 0xFF}, {21, pointer >> 8}})).recordsText,
-                  shown)
-            << pointer;
-}
-
-// The drop-downs' codes: baud at 48, mode at 5, output at 59; unknown codes show entry 0.
-TEST(StatusBlock, DropDownCodesAndTheirFallbacks) {
-    using S = logger::LoggerStatus;
+// Decoded block fields as "records baud mode output writes": the record count rounds half to
+// even ("?" below address 96), the drop-downs' codes (baud at 48, mode at 5, output at 59)
+// give their list entries with entry 0 for unknown codes, memory write failures (41-42) show
+// as a count; a short block reads its missing bytes as 0.
+TEST(StatusBlock, DecodedFields) {
     const struct {
-        int address, byte;
-        int S::*field;
-        int index;
+        std::string block;
+        const char* fields;
     } cases[] = {
-        {48, 1, &S::baudIndex, 3},   {48, 2, &S::baudIndex, 2},   {48, 4, &S::baudIndex, 1},
-        {48, 9, &S::baudIndex, 0},   {48, 3, &S::baudIndex, 0},   {5, 1, &S::modeIndex, 1},
-        {5, 2, &S::modeIndex, 2},    {5, 255, &S::modeIndex, 0},  {59, 1, &S::outputIndex, 1},
-        {59, 2, &S::outputIndex, 2}, {59, 3, &S::outputIndex, 0},
+        {block({{20, 96}}), "0 0 0 0 OK"},
+        {block({{20, 100}}), "0 0 0 0 OK"},
+        {block({{20, 104}}), "1 0 0 0 OK"},
+        {block({{20, 108}}), "2 0 0 0 OK"},
+        {block({{20, 116}}), "2 0 0 0 OK"},
+        {block({{20, 124}}), "4 0 0 0 OK"},
+        {block({{20, 95}}), "? 0 0 0 OK"},
+        {block({}), "? 0 0 0 OK"},
+        {block({{20, 0}, {21, 0x20}}), "1012 0 0 0 OK"},
+        {block({{48, 1}, {5, 1}, {59, 1}}), "? 3 1 1 OK"},
+        {block({{48, 2}, {5, 2}, {59, 2}}), "? 2 2 2 OK"},
+        {block({{48, 4}, {5, 3}, {59, 3}}), "? 1 0 0 OK"},
+        {block({{48, 9}, {5, 255}}), "? 0 0 0 OK"},
+        {block({{48, 3}}), "? 0 0 0 OK"},
+        {block({{41, 3}, {42, 1}}), "? 0 0 0 259"},
+        {block({{20, 100}}).substr(0, 10), "? 0 0 0 OK"},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(decodeStatusBlock(block({{c.address, c.byte}})).*c.field, c.index)
-            << c.address << "=" << c.byte;
-}
-
-// Memory write failures (41-42) show as a count; a short block reads its missing bytes as 0.
-TEST(StatusBlock, WriteFailuresAndAShortBlock) {
-    EXPECT_EQ(decodeStatusBlock(block({{41, 3}, {42, 1}})).writeCounts, "259");
-    EXPECT_EQ(decodeStatusBlock(block({{20, 100}}).substr(0, 10)).recordsText, "?");
+    for (const auto& c : cases) {
+        const auto s = decodeStatusBlock(c.block);
+        EXPECT_EQ(s.recordsText + " " + std::to_string(s.baudIndex) + " " +
+                      std::to_string(s.modeIndex) + " " + std::to_string(s.outputIndex) + " " +
+                      s.writeCounts,
+                  c.fields);
+    }
 }
 
 TEST(StatusRead, FreshLoggerFillsTheWindow) {
