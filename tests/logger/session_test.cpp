@@ -200,11 +200,12 @@ TEST(SettingsEncoding, EachBoxGivesItsWritesOrItsRefusal) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.typed);
         std::vector<std::string> texts(5);
-        const auto space = c.typed.find(' ');
-        if (c.box == 1 || c.box == 2)
-            texts[1] = c.typed.substr(0, space), texts[2] = c.typed.substr(space + 1);
-        else
-            texts[c.box] = c.typed;
+        texts[c.box] = c.typed;
+        if (c.box == 1 || c.box == 2) {
+            const auto space = c.typed.find(' ');
+            texts[1] = c.typed.substr(0, space);
+            texts[2] = c.typed.substr(space + 1);
+        }
         const auto u = logger::encodeSetting(c.box, texts);
         EXPECT_EQ(u.writes, c.writes);
         EXPECT_EQ(u.refusal, c.refusal);
