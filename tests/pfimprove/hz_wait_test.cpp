@@ -2,8 +2,6 @@
 #include "pfimprove/hz_wait.h"
 
 #include "display_word.h"
-#include "inprocess_port.h"
-#include "instrument.h"
 #include "support/fake_clock.h"
 #include "support/recording_port.h"
 #include "support/scripted_ui.h"
@@ -18,38 +16,6 @@ using pa::testing::FakeClock;
 using pa::testing::RecordingPort;
 using pa::testing::ScriptedUi;
 
-// Logs status-window requests on top of the script, to see the wait box's life.
-struct WatchingUi : ScriptedUi {
-    void statusShow() override { log.push_back("show"); }
-    void statusHide() override { log.push_back("hide"); }
-    void statusCaption(const std::string& caption) override { log.push_back("caption " + caption); }
-    void statusText(const std::string& text) override { log.push_back("text " + text); }
-    std::vector<std::string> log;
-};
-
-// A frequency is shown after Get Hz: the wait box comes up and goes, with no waiting.
-TEST(PrepareHz, GetsHzThenShowsTheWaitBox) {
-    pa::sim::Instrument instrument;
-    pa::sim::InProcessPort port(instrument);
-    port.setPortName("SIM");
-    ASSERT_TRUE(port.open());
-    FakeClock clock;
-    WatchingUi ui;
-    pa::app::ProgramState state;
-    LiveCycle cycle(port, clock, ui, state);
-    cycle.setLiveSampling([&](int on) { ui.log.push_back("sampling " + std::to_string(on)); });
-    int samples = 0;
-    const double start = clock.secondsSinceMidnight();
-    EXPECT_TRUE(pa::pfimprove::PrepareHz(cycle, clock, ui, [&] { ++samples; }));
-    EXPECT_EQ(cycle.readouts().Panel3D2[kHz], "50Hz");
-    EXPECT_TRUE(ui.messages.empty());
-    EXPECT_EQ(samples, 0);
-    EXPECT_NEAR(clock.secondsSinceMidnight() - start, 5.5, 1e-9);
-    // Get Hz runs first (live sampling off, then on again), then the wait box comes up.
-    EXPECT_EQ(ui.log, (std::vector<std::string>{"sampling 0", "sampling 1", "caption Getting Hz",
-                                                "text    Wait...", "show", "hide"}));
-}
-
 // Get Hz's measuring pause brings `reply` on the line (nothing by default).
 struct ReplyClock : FakeClock {
     RecordingPort* port = nullptr;
@@ -61,6 +27,28 @@ struct ReplyClock : FakeClock {
     }
 };
 
+// Logs the status window's life and the live sampling switches on top of the script.
+struct WatchingUi : ScriptedUi {
+    void statusShow() override {
+        ScriptedUi::statusShow();
+        log.push_back("show");
+    }
+    void statusHide() override {
+        ScriptedUi::statusHide();
+        log.push_back("hide");
+    }
+    void statusCaption(const std::string& caption) override { log.push_back("caption " + caption); }
+    void statusText(const std::string& text) override { log.push_back("text " + text); }
+    std::vector<std::string> log;
+};
+
+// The frequency block of a Get Hz reply showing `kHz` on the display.
+std::string hzReply(double kHz) {
+    const std::uint16_t word = pa::sim::encodeReading(kHz, 3);
+    return std::string{'\x02', static_cast<char>(pa::sim::kFrequencyCode),
+                       static_cast<char>(word & 0xFF), static_cast<char>(word >> 8), '\x03'};
+}
+
 // A line of no live frames, at noon and two seconds before midnight (the wait crosses it).
 class HzWait : public ::testing::TestWithParam<double> {
   protected:
@@ -70,6 +58,7 @@ class HzWait : public ::testing::TestWithParam<double> {
         port.open();
         clock.port = &port;
         clock.set(GetParam());
+        cycle.setLiveSampling([&](int on) { ui.log.push_back("sampling " + std::to_string(on)); });
     }
     double waitedSince(double start) {
         const double waited = clock.secondsSinceMidnight() - start;
@@ -77,11 +66,25 @@ class HzWait : public ::testing::TestWithParam<double> {
     }
     RecordingPort port;
     ReplyClock clock;
-    ScriptedUi ui;
+    WatchingUi ui;
     pa::app::ProgramState state;
     LiveCycle cycle{port, clock, ui, state};
     int samples = 0;
 };
+
+// A frequency comes with Get Hz: the wait box comes up and goes, with no waiting.
+TEST_P(HzWait, GetsHzThenShowsTheWaitBox) {
+    clock.reply = hzReply(0.050);
+    const double start = clock.secondsSinceMidnight();
+    EXPECT_TRUE(pa::pfimprove::PrepareHz(cycle, clock, ui, [&] { ++samples; }));
+    EXPECT_EQ(cycle.readouts().Panel3D2[kHz], "50Hz");
+    EXPECT_TRUE(ui.messages.empty());
+    EXPECT_EQ(samples, 0);
+    EXPECT_NEAR(waitedSince(start), 5.5, 1e-9);
+    // Get Hz runs first (live sampling off, then on again), then the wait box comes up.
+    EXPECT_EQ(ui.log, (std::vector<std::string>{"sampling 0", "sampling 1", "caption Getting Hz",
+                                                "text    Wait...", "show", "hide"}));
+}
 
 TEST_P(HzWait, NoReplyWaitsFiveSecondsThenRefusesAtZeroHz) {
     const double start = clock.secondsSinceMidnight();
@@ -116,7 +119,7 @@ TEST_P(HzWait, OpensWhenALiveFrequencyArrivesDuringTheWait) {
 
 // A frequency block reading 0 is refused without waiting.
 TEST_P(HzWait, ZeroHzReplyIsRefusedWithoutWaiting) {
-    clock.reply = std::string("\x02\x05\x15\x00\x03", 5);
+    clock.reply = hzReply(0);
     EXPECT_FALSE(pa::pfimprove::PrepareHz(cycle, clock, ui, [&] { ++samples; }));
     EXPECT_EQ(cycle.readouts().Panel3D2[kHz], "0Hz");
     EXPECT_EQ(samples, 0);
