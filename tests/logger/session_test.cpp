@@ -46,6 +46,11 @@ const std::string kLeading = "Incorrecot leading byte, try again";
 const std::string kNoResponse = "No response, check your cable or DMM";
 const std::string kBadFrame = "Incorrect leading or ending byte";
 const std::string kNoReply = "No response, try again!";
+const std::string kBadState = "Incorrect leading or trailing byte";
+const std::string kBadSampling = "Bad sampling interval (range: 0.4 < t < 26214).";
+const std::string kTesting = "Self-Testing, no data will be sent out of DMM";
+const std::string kFormat = "Incorrect data format";
+const std::string kNoEtx = "Inncorrect ending byte";
 
 // An action ends with its messages, the progress window gone, no download file, and the
 // live exchange resumed.
@@ -110,10 +115,7 @@ TEST(LoggerActions, RefusedOrFailedActionsWriteNothing) {
     } cases[] = {
         {"sampling, recording", kRecording, sampling("7"), {kStop}},
         {"sampling, silent", kSilent, sampling("7"), {kNoResponse, "Unknown status"}},
-        {"sampling 0.1",
-         kNothing,
-         sampling("0.1"),
-         {"Bad sampling interval (range: 0.4 < t < 26214)."}},
+        {"sampling 0.1", kNothing, sampling("0.1"), {kBadSampling}},
         {"status, recording", kRecording, kReadStatus, {kStop}},
         {"status, silent", kSilent, kReadStatus, {kNoResponse}},
         // One fault of a kind in the status read is retried silently, two end it (the fault
@@ -122,26 +124,16 @@ TEST(LoggerActions, RefusedOrFailedActionsWriteNothing) {
         {"status, one bad frame", fault(LoggerFault::BadFraming, 1, 41), kReadStatus, {}},
         {"status, two lost replies", fault(LoggerFault::NoReply, 2, 41), kReadStatus, {kNoReply}},
         {"status, two bad frames", fault(LoggerFault::BadFraming, 2, 41), kReadStatus, {kBadFrame}},
-        {"status, bad frame",
-         fault(LoggerFault::BadFraming),
-         kReadStatus,
-         {"Incorrect leading or trailing byte"}},
+        {"status, bad frame", fault(LoggerFault::BadFraming), kReadStatus, {kBadState}},
         {"mode, recording", kRecording, combo(logger::kModeCombo, 1), {kStop}},
         {"mode, silent", kSilent, combo(logger::kModeCombo, 1), {kNoResponse}},
-        {"self-test, testing",
-         kSelfTesting,
-         kSelfTestRead,
-         {"Self-Testing, no data will be sent out of DMM"}},
+        {"self-test, testing", kSelfTesting, kSelfTestRead, {kTesting}},
         {"self-test, silent", kSilent, kSelfTestRead, {kNoResponse, kNoResponse, "No response"}},
-        {"self-test, bad frames",
+        {"self-test, bad frame",
          fault(LoggerFault::BadFraming),
          kSelfTestRead,
-         {kBadFrame, "Incorrect data format"}},
-        {"download, no ETX",
-         fault(LoggerFault::NoEtx, 1),
-         kDownload,
-         {"Inncorrect ending byte"},
-         1},
+         {kBadFrame, kFormat}},
+        {"download, no ETX", fault(LoggerFault::NoEtx, 1), kDownload, {kNoEtx}, 1},
         {"download, bad frame", fault(LoggerFault::BadFraming, 1, 1), kDownload, {kLeading}, 1},
         {"download, no reply", fault(LoggerFault::NoReply, 1, 1), kDownload, {kLeading}, 1},
         {"download, recording", kRecording, kDownload, {kStop}, 0},
@@ -170,7 +162,6 @@ TEST(SettingsEncoding, EachBoxGivesItsWritesOrItsRefusal) {
     const std::string dateError =
         "Date and Time format error, they must be in the form of MM-DD HH:MM:SS, and zero must "
         "be entered(eg. 02-25 20:06:00).\r\nUpdate function canceled !";
-    const std::string badSampling = "Bad sampling interval (range: 0.4 < t < 26214).";
     const struct {
         int box;
         std::string typed;
@@ -190,8 +181,8 @@ TEST(SettingsEncoding, EachBoxGivesItsWritesOrItsRefusal) {
         {2, "02/25 20:06:00", {}, dateError},
         {3, "1", {{18, 2}, {19, 0}}, ""}, // 2.5 units of 0.4 s to 2
         {3, "26214", {{18, 255}, {19, 255}}, ""},
-        {3, "26215", {}, badSampling},
-        {3, "0.2", {}, badSampling},
+        {3, "26215", {}, kBadSampling},
+        {3, "0.2", {}, kBadSampling},
         {3, "0.3", {{18, 1}, {19, 0}}, ""},
         {3, "3", {{18, 8}, {19, 0}}, ""}, // 7.5 to 8
         {4, "102.4", {{60, 0}, {61, 1}}, ""},
