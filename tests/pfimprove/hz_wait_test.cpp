@@ -3,7 +3,6 @@
 
 #include "display_word.h"
 #include "support/fake_clock.h"
-#include "support/message_texts.h"
 #include "support/recording_port.h"
 #include "support/scripted_ui.h"
 
@@ -50,14 +49,15 @@ std::string hzReply(double kHz) {
                        static_cast<char>(word & 0xFF), static_cast<char>(word >> 8), '\x03'};
 }
 
-// A line of no live frames, on a clock set to `now`.
-struct HzRig {
-    explicit HzRig(double now) {
+// A line of no live frames, at noon and two seconds before midnight (the wait crosses it).
+class HzWait : public ::testing::TestWithParam<double> {
+  protected:
+    void SetUp() override {
         port.devices = {"COM1"};
         port.setPortName("COM1");
         port.open();
         clock.port = &port;
-        clock.set(now);
+        clock.set(GetParam());
         cycle.setLiveSampling([&](int on) { ui.log.push_back("sampling " + std::to_string(on)); });
     }
     double waitedSince(double start) {
@@ -72,67 +72,59 @@ struct HzRig {
     int samples = 0;
 };
 
-// At noon, and two seconds before midnight so that the wait crosses it.
-class HzWait : public ::testing::TestWithParam<double> {};
+// A frequency comes with Get Hz: the wait box comes up and goes, with no waiting.
+TEST_P(HzWait, GetsHzThenShowsTheWaitBox) {
+    clock.reply = hzReply(0.050);
+    const double start = clock.secondsSinceMidnight();
+    EXPECT_TRUE(pa::pfimprove::PrepareHz(cycle, clock, ui, [&] { ++samples; }));
+    EXPECT_EQ(cycle.readouts().Panel3D2[kHz], "50Hz");
+    EXPECT_TRUE(ui.messages.empty());
+    EXPECT_EQ(samples, 0);
+    EXPECT_NEAR(waitedSince(start), 5.5, 1e-9);
+    // Get Hz runs first (live sampling off, then on again), then the wait box comes up.
+    EXPECT_EQ(ui.log, (std::vector<std::string>{"sampling 0", "sampling 1", "caption Getting Hz",
+                                                "text    Wait...", "show", "hide"}));
+}
 
-// Get Hz runs first (live sampling off, then on again); unless it reads 0 Hz the wait box
-// comes up and, while no frequency is shown, the live cycle keeps running for 5 s. Without
-// a frequency the window does not open.
-TEST_P(HzWait, FrequencyBeforeTheWindowOpens) {
-    const std::string pressAgain = "Please press the Get Hz button again";
-    const std::string noHz = "0 Hz, Can not improve PF of a DC system";
-    // Four displays showing .050 kHz, as a live frame.
+TEST_P(HzWait, NoReplyWaitsFiveSecondsThenRefusesAtZeroHz) {
+    const double start = clock.secondsSinceMidnight();
+    EXPECT_FALSE(pa::pfimprove::PrepareHz(cycle, clock, ui, [&] { ++samples; }));
+    EXPECT_NEAR(waitedSince(start), 5.5 + 5.0, 0.06);
+    EXPECT_GT(samples, 50) << "the sampling cycle runs during the wait";
+    ASSERT_EQ(ui.messages.size(), 2u);
+    EXPECT_EQ(ui.messages[0].text, "Please press the Get Hz button again");
+    EXPECT_EQ(ui.messages[1].text, "0 Hz, Can not improve PF of a DC system");
+    EXPECT_EQ(ui.messages[1].icon, pa::app::Icon::Exclamation);
+    EXPECT_FALSE(ui.statusVisible);
+}
+
+TEST_P(HzWait, OpensWhenALiveFrequencyArrivesDuringTheWait) {
+    // The third sampling cycle finds a frame whose four displays show .050 kHz.
     const std::uint16_t word = pa::sim::encodeReading(0.050, 3);
     std::string frame(1, '\x02');
     for (int i = 0; i < 4; ++i)
         frame += {static_cast<char>(pa::sim::kFrequencyCode), static_cast<char>(word & 0xFF),
                   static_cast<char>(word >> 8), 0, 0};
-    const struct {
-        const char* name;
-        std::string reply;
-        bool liveFrame; // the third sampling cycle brings a live frame
-        bool opens, waitBox;
-        std::string hz;
-        std::vector<std::string> messages;
-        int samples; // -1: more than 50
-        double waited;
-    } cases[] = {
-        {"Get Hz answers", hzReply(0.050), false, true, true, "50Hz", {}, 0, 5.5},
-        {"no answer", "", false, false, true, "", {pressAgain, noHz}, -1, 10.5},
-        {"a live frame in the wait", "", true, true, true, "50Hz", {pressAgain}, 3, 5.65},
-        {"0 Hz", hzReply(0), false, false, false, "0Hz", {noHz}, 0, 5.5},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        HzRig rig(GetParam());
-        rig.clock.reply = c.reply;
-        const double start = rig.clock.secondsSinceMidnight();
-        EXPECT_EQ(pa::pfimprove::PrepareHz(rig.cycle, rig.clock, rig.ui,
-                                           [&] {
-                                               if (++rig.samples == 3 && c.liveFrame)
-                                                   rig.port.incoming = frame;
-                                               rig.cycle.Timer2Tick();
-                                           }),
-                  c.opens);
-        EXPECT_NEAR(rig.waitedSince(start), c.waited, 0.06);
-        if (!c.hz.empty())
-            EXPECT_EQ(rig.cycle.readouts().Panel3D2[kHz], c.hz);
-        EXPECT_EQ(pa::testing::messageTexts(rig.ui), c.messages);
-        if (c.samples < 0)
-            EXPECT_GT(rig.samples, 50);
-        else
-            EXPECT_EQ(rig.samples, c.samples);
-        if (!c.opens)
-            EXPECT_EQ(rig.ui.messages.back().icon, pa::app::Icon::Exclamation);
-        if (c.waitBox) {
-            const std::vector<std::string> first(rig.ui.log.begin(), rig.ui.log.begin() + 5);
-            EXPECT_EQ(first,
-                      (std::vector<std::string>{"sampling 0", "sampling 1", "caption Getting Hz",
-                                                "text    Wait...", "show"}));
-            EXPECT_EQ(rig.ui.log.back(), "hide");
-        }
-        EXPECT_FALSE(rig.ui.statusVisible);
-    }
+    const double start = clock.secondsSinceMidnight();
+    EXPECT_TRUE(pa::pfimprove::PrepareHz(cycle, clock, ui, [&] {
+        if (++samples == 3)
+            port.incoming = frame;
+        cycle.Timer2Tick();
+    }));
+    EXPECT_EQ(cycle.readouts().Panel3D2[kHz], "50Hz");
+    EXPECT_EQ(samples, 3);
+    EXPECT_LT(waitedSince(start), 6.0);
+    ASSERT_EQ(ui.messages.size(), 1u) << "only Get Hz's own message";
+}
+
+// A frequency block reading 0 is refused without waiting.
+TEST_P(HzWait, ZeroHzReplyIsRefusedWithoutWaiting) {
+    clock.reply = hzReply(0);
+    EXPECT_FALSE(pa::pfimprove::PrepareHz(cycle, clock, ui, [&] { ++samples; }));
+    EXPECT_EQ(cycle.readouts().Panel3D2[kHz], "0Hz");
+    EXPECT_EQ(samples, 0);
+    ASSERT_EQ(ui.messages.size(), 1u);
+    EXPECT_EQ(ui.messages[0].text, "0 Hz, Can not improve PF of a DC system");
 }
 
 INSTANTIATE_TEST_SUITE_P(Clock, HzWait, ::testing::Values(12 * 3600.0, 86398.0));
