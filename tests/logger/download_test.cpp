@@ -101,8 +101,9 @@ TEST(Download, RecordsStoredAndReported) {
         const double took = rig.timed([&] { rig.download(rig.path); });
         EXPECT_EQ(rig.messages(), std::vector<std::string>{report(rig, c.reported)});
         EXPECT_EQ(fs::exists(rig.path) ? rig.fileRecords() : -1, c.lines);
-        if (c.seconds >= 0)
+        if (c.seconds >= 0) {
             EXPECT_NEAR(took, c.seconds, 0.02);
+        }
     }
 }
 

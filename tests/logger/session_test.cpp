@@ -16,9 +16,6 @@ using pa::testing::LoggerRig;
 using pa::testing::RigStep;
 using sim::LoggerFault;
 
-RigStep console(std::string line) {
-    return [line](LoggerRig& r) { r.session.consoleEnter(line); };
-}
 RigStep sampling(std::string text) {
     return [text](LoggerRig& r) {
         r.session.Text1[3] = text;
@@ -148,8 +145,9 @@ TEST(LoggerActions, RefusedOrFailedActionsWriteNothing) {
         expectEnded(rig, c.messages);
         EXPECT_EQ(rig.logger().writes(), 0);
         EXPECT_EQ(rig.session.Text1[1], c.messages.empty() ? "11-15" : "");
-        if (c.downloads >= 0)
+        if (c.downloads >= 0) {
             EXPECT_EQ(rig.logger().downloads(), c.downloads);
+        }
     }
 }
 
@@ -388,11 +386,12 @@ TEST(SelfTest, StartWritesTheRequestUnlessTheAnswerIsNo) {
         EXPECT_EQ(rig.ui.messages[0].buttons, app::Buttons::YesNo);
         EXPECT_EQ(rig.logger().at(45), answer == app::Answer::Yes ? 150 : 1);
         EXPECT_EQ(rig.ui.messages.size(), answer == app::Answer::Yes ? 2u : 1u);
-        if (answer == app::Answer::Yes)
+        if (answer == app::Answer::Yes) {
             EXPECT_EQ(rig.ui.messages[1].text,
                       "Disconnect the cable, turn the power off, and turn it on again, then the "
                       "unit starts self-testing. It will takes about 15 minutes.  During "
                       "self-test, you will not be able to get data from the Power Analyzer");
+        }
         EXPECT_EQ(rig.live, (std::vector<int>{0, 1}));
     }
 }

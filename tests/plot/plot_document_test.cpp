@@ -84,17 +84,20 @@ TEST(PlotDocument, ChoosingAQuantityLoadsTheFile) {
         ui.answers = {c.answer};
         doc.SelectData(0);
         EXPECT_EQ(pa::testing::messageTexts(ui), c.messages);
-        if (!c.messages.empty())
+        if (!c.messages.empty()) {
             EXPECT_EQ(ui.messages[0].icon, c.icon);
-        if (c.points == kSome)
+        }
+        if (c.points == kSome) {
             EXPECT_GE(doc.data().points(), 1u);
-        else
+        } else {
             EXPECT_EQ(doc.data().points(), c.points);
+        }
         int quantities = 0;
         for (int entry = 0; entry <= 8; ++entry)
             quantities += doc.quantityEnabled(entry);
-        if (c.quantities >= 0)
+        if (c.quantities >= 0) {
             EXPECT_EQ(quantities, c.quantities);
+        }
         for (double v : doc.data().sets[0])
             EXPECT_TRUE(std::isfinite(v));
     }
@@ -147,14 +150,16 @@ TEST_F(PlotDocumentTest, ZoomChecksInOrder) {
         doc.ZoomIn();
         EXPECT_EQ(ui.asked[0],
                   (AskedInput{"Enter the starting record number", "Total 4000 records", "1"}));
-        if (ui.asked.size() > 1)
+        if (ui.asked.size() > 1) {
             EXPECT_EQ(ui.asked[1].prompt + "|" + ui.asked[1].title,
                       "Enter the ending record number (max. to_plot records 3600)|"
                       "Total 4000 records");
+        }
         EXPECT_EQ(texts(), c.message.empty() ? std::vector<std::string>{}
                                              : std::vector<std::string>{c.message});
-        if (!c.message.empty())
+        if (!c.message.empty()) {
             EXPECT_EQ(ui.messages[0].icon, Icon::Exclamation);
+        }
     }
     EXPECT_TRUE(doc.zoomed());
     EXPECT_EQ(doc.data().setCount, 1);
