@@ -78,6 +78,12 @@ FAULTS = [
     ("folder error message", "src/datafile/data_folder.cpp", '"Cannot create the folder "',
      '"Could not create the folder "', "datafile"),
     ("alarm unit", "src/alarms/alarm_set.cpp", '{"VAR", "var"}', '{"VAR", "VAr"}', "alarms"),
+    ("download header", "src/logger/record_converter.h", '"No.,Date,Time,Watts,PF,Volts,Amps"',
+     '"No.,Date,Time,Watt,PF,Volts,Amps"', "logger"),
+    ("plot envelope bound", "src/plot/plot_columns.h", "kEnvelopeFrom = 3600",
+     "kEnvelopeFrom = 3601", "plot"),
+    ("alarm log header", "src/alarms/alarm_actions.cpp", '"time,alarm,event,value,unit\\n"',
+     '"time,alarm,event,value\\n"', "alarms"),
 ]
 
 

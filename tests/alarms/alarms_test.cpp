@@ -2,11 +2,16 @@
 // events in, actions and log lines out.
 #include "alarms/alarm_actions.h"
 #include "support/test_files.h"
+#include "text/leading_number.h"
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <optional>
+#include <sstream>
+
+#ifndef _WIN32
+#include <sys/stat.h>
+#endif
 
 namespace {
 
@@ -80,10 +85,11 @@ TEST(AlarmFile, RefusesTheWholeFileNamingLineAndCause) {
     EXPECT_NE(parseAlarms(std::string(kMaxFileBytes + 1, '#'), "a.alarms").error, "");
 }
 
-// One alarm fed a series of (time, value) samples; the events as "R5 C9" (raised at t=5,
-// cleared at t=9). A missing value is NAN; a silent poll is -INFINITY; an overload +INFINITY.
-std::string run(const std::string& file, const std::vector<std::pair<double, double>>& series,
-                std::vector<double> acknowledgeAt = {}) {
+// One alarm fed a series of samples written as text: "101" a value at the next second,
+// "101@3.5" at 3.5 s, "na" no value, "silent" an unanswered poll, "OL" an overload, and each
+// "!" after a sample acknowledges all alarms. The events come as "R5 C9 A10" (raised at t=5,
+// cleared at t=9, acknowledged at t=10).
+std::string run(const std::string& file, const std::string& series) {
     Evaluator evaluator(parsed(file));
     const int q = static_cast<int>(evaluator.set().alarms.at(0).quantity);
     std::string out;
@@ -93,99 +99,62 @@ std::string run(const std::string& file, const std::vector<std::pair<double, dou
             out +=
                 (out.empty() ? "" : " ") + std::string(1, "RCA"[int(e.kind)]) + valueText(e.time);
     };
-    for (const auto& [t, v] : series) {
+    std::istringstream in(series);
+    double next = 0;
+    for (std::string item; in >> item; ++next) {
+        const std::size_t acks = item.size() - item.find_last_not_of('!') - 1;
+        item.resize(item.size() - acks);
+        const std::size_t at = item.find('@');
         Sample s;
-        s.time = t;
-        s.answered = v != -INFINITY;
-        if (s.answered && !std::isnan(v) && !std::isinf(v))
-            s.value[q] = v;
-        s.overload[q] = v == INFINITY;
+        s.time = at == std::string::npos ? next : pa::text::leadingNumber(item.substr(at + 1));
+        next = s.time;
+        item = item.substr(0, at);
+        s.answered = item != "silent";
+        s.overload[q] = item == "OL";
+        if (s.answered && item != "na" && item != "OL")
+            s.value[q] = pa::text::leadingNumber(item);
         evaluator.step(s, events);
         add();
-        if (!acknowledgeAt.empty() && acknowledgeAt.front() == t) {
-            acknowledgeAt.erase(acknowledgeAt.begin());
-            evaluator.acknowledgeAll(t, events);
+        for (std::size_t i = 0; i < acks; ++i) {
+            evaluator.acknowledgeAll(s.time, events);
             add();
         }
     }
     return out;
 }
 
-std::vector<std::pair<double, double>> series(std::initializer_list<double> values) {
-    std::vector<std::pair<double, double>> out;
-    for (double v : values)
-        out.push_back({double(out.size()), v});
-    return out;
-}
-
 TEST(AlarmEvaluator, ReadingsInEventsOut) {
-    const double na = NAN, silent = -INFINITY, ol = INFINITY;
     const std::string above = "[a]\nquantity = W\nabove = 100\n";
     // A value that crosses 100 on every sample, a hundred times, inside a band of 10.
-    std::vector<std::pair<double, double>> noisy;
+    std::string noisy;
     for (int i = 0; i < 200; ++i)
-        noisy.push_back({double(i), i % 2 ? 104.0 : 97.0});
-    noisy.push_back({200, 89});
+        noisy += i % 2 ? "104 " : "97 ";
     const struct {
         const char* what;
-        std::string file;
-        std::vector<std::pair<double, double>> series;
-        std::vector<double> acknowledgeAt;
+        std::string file, series;
         const char* events;
     } cases[] = {
-        {"raised at once", above, series({50, 100, 101, 150, 99}), {}, "R2 C4"},
-        {"held for 3 s", above + "for = 3\n", series({101, 101, 101, 101, 90}), {}, "R3 C4"},
-        {"a break restarts the delay",
-         above + "for = 3\n",
-         series({101, 101, 101, 99, 101, 101, 101, 101}),
-         {},
-         "R7"},
-        {"noise in the band: one alarm", above + "hysteresis = 10\n", noisy, {}, "R1 C200"},
-        {"clears and re-arms",
-         above + "hysteresis = 10\n",
-         series({120, 95, 90, 120, 80}),
-         {},
-         "R0 C2 R3 C4"},
-        {"a missing value neither fires, clears nor breaks the delay",
-         above + "for = 2\n",
-         series({101, na, 101, na, 50, na}),
-         {},
-         "R2 C4"},
-        {"below",
-         "[a]\nquantity = PF\nbelow = 0.9\nhysteresis = 0.02\n",
-         series({0.95, 0.89, 0.91, 0.92}),
-         {},
+        {"raised at once", above, "50 100 101 150 99", "R2 C4"},
+        {"held for 3 s", above + "for = 3\n", "101 101 101 101 90", "R3 C4"},
+        {"a break restarts the delay", above + "for = 3\n", "101 101 101 99 101 101 101 101", "R7"},
+        {"noise in the band: one alarm", above + "hysteresis = 10\n", noisy + "89", "R1 C200"},
+        {"clears and re-arms", above + "hysteresis = 10\n", "120 95 90 120 80", "R0 C2 R3 C4"},
+        {"a missing value neither fires, clears nor breaks the delay", above + "for = 2\n",
+         "101 na 101 na 50 na", "R2 C4"},
+        {"below", "[a]\nquantity = PF\nbelow = 0.9\nhysteresis = 0.02\n", "0.95 0.89 0.91 0.92",
          "R1 C3"},
-        {"outside",
-         "[a]\nquantity = V\noutside = 210..250\nhysteresis = 2\n",
-         series({230, 209, 211, 212, 251, 248}),
-         {},
-         "R1 C3 R4 C5"},
-        {"inside",
-         "[a]\nquantity = A\ninside = 1..2\n",
-         series({0.5, 1.5, 2.5, 1}),
-         {},
-         "R1 C2 R3"},
-        {"overload",
-         "[a]\nquantity = A\noverload = yes\n",
-         series({1, ol, ol, na, 2}),
-         {},
-         "R1 C4"},
-        {"an overload text is not a value", above, series({ol, 150, ol, 50}), {}, "R1 C3"},
-        {"no reading for 3 s",
-         "[a]\nquantity = reading\nsilent_for = 3\n",
-         {{0, 1}, {1, silent}, {2, silent}, {3.5, silent}, {4, silent}, {5, 7}, {6, silent}},
-         {},
-         "R3.5 C5"},
-        {"acknowledged while raised, then cleared",
-         above,
-         series({150, 150, 50, 150, 50}),
-         {1},
-         "R0 A1 C2 R3 C4"},
-        {"acknowledged after clearing", above, series({150, 50, 50}), {2, 2}, "R0 C1 A2"},
+        {"outside", "[a]\nquantity = V\noutside = 210..250\nhysteresis = 2\n",
+         "230 209 211 212 251 248", "R1 C3 R4 C5"},
+        {"inside", "[a]\nquantity = A\ninside = 1..2\n", "0.5 1.5 2.5 1", "R1 C2 R3"},
+        {"overload", "[a]\nquantity = A\noverload = yes\n", "1 OL OL na 2", "R1 C4"},
+        {"an overload text is not a value", above, "OL 150 OL 50", "R1 C3"},
+        {"no reading for 3 s", "[a]\nquantity = reading\nsilent_for = 3\n",
+         "1 silent silent silent@3.5 silent@4 7@5 silent@6", "R3.5 C5"},
+        {"acknowledged while raised, then cleared", above, "150 150! 50 150 50", "R0 A1 C2 R3 C4"},
+        {"acknowledged after clearing", above, "150 50 50!!", "R0 C1 A2"},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(run(c.file, c.series, c.acknowledgeAt), c.events) << c.what;
+        EXPECT_EQ(run(c.file, c.series), c.events) << c.what;
 }
 
 TEST(AlarmEvaluator, SamplesTakeOnlyNumbersFromThePanels) {
@@ -260,6 +229,23 @@ TEST(AlarmActions, EventsCarryTheUnitOfTheirQuantity) {
         actions.carryOut({{0, EventKind::Raised, 2, 1}}, "T");
         EXPECT_EQ(sink.got, std::string("<alarm raised: x 2") + unit + " T> banner ") << quantity;
     }
+}
+
+// Where the alarm log may not go: what is no file is refused at once, never waited on.
+TEST(AlarmLog, WhatIsNoFileIsRefusedWithoutWaiting) {
+    pa::testing::TempFolder dir;
+    AlarmLog log;
+    EXPECT_EQ(log.open(dir.str()),
+              "cannot write the alarm log " + dir.str() + ": it is not a regular file");
+#ifndef _WIN32
+    const std::string fifo = dir.str() + "/log.csv";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    EXPECT_NE(log.open(fifo).find("it is not a regular file"), std::string::npos);
+    EXPECT_EQ(log.open("/dev/null"), "") << "a device takes lines";
+#endif
+    EXPECT_NE(log.open(dir.str() + "/missing/log.csv").find(pa::datafile::systemReason(ENOENT)),
+              std::string::npos);
+    EXPECT_FALSE(log.isOpen());
 }
 
 } // namespace

@@ -46,52 +46,55 @@ struct Rig {
     std::vector<std::string> texts() const { return pa::testing::messageTexts(ui); }
 };
 
+// Each command's bytes on the line, its result and messages, and its pacing (slow links
+// below 4800 baud, or no baud chosen yet, wait 0.04 s more).
 TEST(LoggerExchange, CommandsPutTheirBytesOnTheLineWithTheirPacing) {
+    const std::vector<std::string> none, tooLarge{"value too large"};
     const struct {
         const char* command;
         int address, value, baudCode;
         std::string written;
         double seconds;
+        int result;
+        std::vector<std::string> messages;
     } cases[] = {
         // The address is folded onto one byte and followed by a zero byte.
-        {"W", 300, 7, 9, "W" + bytes({0x2C, 0, 7}), 0.06},
-        {"W", 5, 255, 9, "W" + bytes({5, 0, 255}), 0.06},
-        {"R", 8191, 0, 9, "R" + bytes({0xFF, 0}), 0.06},
-        {"R", 5, 0, 1, "R" + bytes({5, 0}), 0.10}, // 1200 baud: 0.04 s more
-        {"R", 5, 0, 2, "R" + bytes({5, 0}), 0.10},
-        {"R", 5, 0, 4, "R" + bytes({5, 0}), 0.06},
-        {"R", 5, 0, 0, "R" + bytes({5, 0}), 0.10}, // no baud chosen yet
-        {"S", 0, 0, 9, "S", 0},
-        {"T", 0, 0, 9, "T", 0},
-        {"G", 0, 0, 9, "G", 0},
-        {"N", 0, 0, 9, "N", 0},
-        {"EEE", 0, 0, 9, "EEE", 0},
-        {"EEE", 0, 0, 2, "EEE", 0.04},
-        {"w", 1, 1, 9, "", 0}, // case matters
-        {"EE", 0, 0, 9, "", 0},
-        {"U", 0, 0, 1, "", 0.04}, // unknown here: nothing sent, the slow-link pause still taken
+        {"W", 300, 7, 9, "W" + bytes({0x2C, 0, 7}), 0.06, 0, none},
+        {"W", 5, 255, 9, "W" + bytes({5, 0, 255}), 0.06, 0, none},
+        {"R", 8191, 0, 9, "R" + bytes({0xFF, 0}), 0.06, 0, none},
+        {"R", 5, 0, 1, "R" + bytes({5, 0}), 0.10, 0, none},
+        {"R", 5, 0, 2, "R" + bytes({5, 0}), 0.10, 0, none},
+        {"R", 5, 0, 4, "R" + bytes({5, 0}), 0.06, 0, none},
+        {"R", 5, 0, 0, "R" + bytes({5, 0}), 0.10, 0, none},
+        {"S", 0, 0, 9, "S", 0, 0, none},
+        {"T", 0, 0, 9, "T", 0, 0, none},
+        {"G", 0, 0, 9, "G", 0, 0, none},
+        {"N", 0, 0, 9, "N", 0, 0, none},
+        {"EEE", 0, 0, 9, "EEE", 0, 0, none},
+        {"EEE", 0, 0, 2, "EEE", 0.04, 0, none},
+        {"w", 1, 1, 9, "", 0, 0, none}, // case matters
+        {"EE", 0, 0, 9, "", 0, 0, none},
+        {"U", 0, 0, 1, "", 0.04, 0, none}, // unknown here: nothing sent, the pause still taken
+        // Values beyond one byte are refused before anything is sent.
+        {"W", 5, 256, 9, "", 0, -1, tooLarge},
+        {"W", 5, -1, 9, "", 0, -1, tooLarge},
+        {"W", 5, 32767, 9, "", 0, -1, tooLarge},
+        // "X" runs the whole state query but gives no state.
+        {"X", 0, 0, 9, "X", 0.7, 0, {"No response, check your cable or DMM"}},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.command) + " " + std::to_string(c.value) + " at " +
+                     std::to_string(c.baudCode));
         Rig rig;
         rig.state.baudCode = c.baudCode;
+        rig.port.incoming = "stale";
         int result = 99;
         const double took =
             rig.timed([&] { result = rig.ex.SendLoggerCommand(c.command, c.address, c.value); });
-        EXPECT_EQ(result, 0) << c.command;
-        EXPECT_EQ(rig.port.written, c.written) << c.command << " " << c.address;
-        EXPECT_NEAR(took, c.seconds, 1e-9) << c.command << " at " << c.baudCode;
-        EXPECT_TRUE(rig.ui.messages.empty());
-    }
-}
-
-TEST(LoggerExchange, ValuesBeyondOneByteAreRefusedBeforeAnythingIsSent) {
-    for (int value : {256, -256, 1000, 32767, -1}) {
-        Rig rig;
-        rig.port.incoming = "stale";
-        EXPECT_EQ(rig.ex.SendLoggerCommand("W", 5, value), -1) << value;
-        EXPECT_EQ(rig.port.written, "") << value;
-        EXPECT_EQ(rig.texts(), std::vector<std::string>{"value too large"});
-        EXPECT_EQ(rig.ui.messages[0].icon, app::Icon::Exclamation);
+        EXPECT_EQ(result, c.result);
+        EXPECT_EQ(rig.port.written, c.written);
+        EXPECT_NEAR(took, c.seconds, 1e-9);
+        EXPECT_EQ(rig.texts(), c.messages);
         EXPECT_EQ(rig.port.incoming, "") << "the receive buffer is drained first";
     }
 }
@@ -130,55 +133,35 @@ TEST(LoggerExchange, StatusRepliesGiveTheStateAndTheirMessages) {
     }
 }
 
-TEST(LoggerExchange, XThroughSendLoggerCommandRunsTheWholeExchangeButReturnsNoState) {
-    Rig rig;
-    rig.port.answer = [](const std::string&) { return bytes({2, 1, 3}); };
-    EXPECT_EQ(rig.ex.SendLoggerCommand("X", 0, 0), 0);
-    EXPECT_EQ(rig.port.written, "X");
-    Rig silent;
-    EXPECT_EQ(silent.ex.SendLoggerCommand("X", 0, 0), 0);
-    EXPECT_EQ(silent.texts(), std::vector<std::string>{"No response, check your cable or DMM"});
-}
-
-TEST(LoggerExchange, CheckLoggerReplyByKind) {
-    const std::string stx(1, '\x02'), etx(1, '\x03');
+// A reply's check by kind (1: a body of more than one byte, 0: of one byte): 1 good, 0 bad,
+// -1 none, -2 an unknown kind; the reported check shows one message for each fault.
+TEST(LoggerExchange, ReplyChecksByKind) {
+    const std::string stx(1, '\x02'), etx(1, '\x03'), format = "Incorrect data format";
     const struct {
         int kind;
         std::string reply;
         int result;
+        std::string message; // of the reported check
     } cases[] = {
-        {1, stx + "abc" + etx, 1},
-        {0, stx + "abc" + etx, 0},
-        {0, stx + "a" + etx, 1},
-        {1, stx + "a" + etx, 0},
-        {0, "", -1},
-        {1, "", -1},
-        {2, stx + "a" + etx, -2},
-        {-1, "", -2},
-        {0, "x" + std::string("a") + etx, 0},
-        {0, stx + "ab", 0},
-        {0, stx + "a" + etx + "z", 0},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(CheckLoggerReply(c.kind, c.reply), c.result) << c.kind << " " << c.reply.size();
-}
-
-TEST(LoggerExchange, ReportReplyCheckShowsOneMessagePerFault) {
-    const struct {
-        int kind;
-        std::string reply;
-        int result;
-        std::vector<std::string> messages;
-    } cases[] = {
-        {0, bytes({2, 7, 3}), 1, {}},
-        {0, bytes({2, 7, 7}), 0, {"Incorrect data format"}},
-        {0, "", 0, {"No response"}},
-        {5, bytes({2, 7, 3}), 0, {"Program error"}},
+        {1, stx + "abc" + etx, 1, ""},
+        {0, stx + "abc" + etx, 0, format},
+        {0, stx + "a" + etx, 1, ""},
+        {1, stx + "a" + etx, 0, format},
+        {0, "", -1, "No response"},
+        {1, "", -1, "No response"},
+        {2, stx + "a" + etx, -2, "Program error"},
+        {-1, "", -2, "Program error"},
+        {0, "xa" + etx, 0, format},
+        {0, stx + "ab", 0, format},
+        {0, stx + "a" + etx + "z", 0, format},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(std::to_string(c.kind) + " " + std::to_string(c.reply.size()));
+        EXPECT_EQ(CheckLoggerReply(c.kind, c.reply), c.result);
         Rig rig;
-        EXPECT_EQ(rig.ex.ReportReplyCheck(c.kind, c.reply), c.result);
-        EXPECT_EQ(rig.texts(), c.messages);
+        EXPECT_EQ(rig.ex.ReportReplyCheck(c.kind, c.reply), c.result == 1 ? 1 : 0);
+        EXPECT_EQ(rig.texts(), c.message.empty() ? std::vector<std::string>{}
+                                                 : std::vector<std::string>{c.message});
     }
 }
 

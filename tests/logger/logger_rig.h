@@ -1,5 +1,6 @@
 #pragma once
-// The Logger window's logic against the in-process simulated instrument, on virtual time.
+// The Logger window's logic against the in-process simulated instrument, on virtual time,
+// with a temporary data folder.
 #include "datafile/data_folder.h"
 #include "inprocess_port.h"
 #include "instrument.h"
@@ -10,6 +11,9 @@
 #include "support/scripted_ui.h"
 #include "support/test_files.h"
 
+#include <algorithm>
+#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,7 +33,9 @@ struct LoggerRig {
     app::ProgramState state;
     logger::LoggerExchange exchange{port, clock, ui, state};
     std::vector<int> live; // SetLiveSampling calls, in order
-    std::string folder;
+    TempFolder temp;
+    std::string folder = temp.str();
+    std::string path = folder + "/log.txt";
     logger::LoggerSession session{exchange, [this](int on) { live.push_back(on); },
                                   [this] { return folder; }};
 
@@ -41,17 +47,24 @@ struct LoggerRig {
     }
 
     sim::LoggerModel& logger() { return meter.logger(); }
-
     std::vector<std::string> messages() const { return messageTexts(ui); }
-    // The live exchange was handed back after every suspension, ending resumed.
-    bool liveBracketed() const {
-        if (live.empty() || live.back() != 1)
-            return false;
-        for (std::size_t i = 0; i < live.size(); ++i)
-            if (live[i] != (i % 2 == 0 ? 0 : 1))
-                return false;
-        return true;
+    double timed(const std::function<void()>& f) {
+        const double t0 = clock.secondsSinceMidnight();
+        f();
+        return clock.secondsSinceMidnight() - t0;
+    }
+    // Read/Save with the file dialog answered by `file` (nullopt: cancelled).
+    void download(std::optional<std::string> file) {
+        ui.files.push_back(std::move(file));
+        session.Read_All();
+    }
+    // The records written to the download file, header excluded.
+    long fileRecords() const {
+        const std::string text = readFile(datafile::pathFromUtf8(path));
+        return static_cast<long>(std::count(text.begin(), text.end(), '\n')) - 1;
     }
 };
+
+using RigStep = std::function<void(LoggerRig&)>;
 
 } // namespace pa::testing

@@ -16,6 +16,7 @@ using namespace pa::plot;
 using pa::app::Answer;
 using pa::app::Icon;
 using pa::testing::AskedInput;
+using pa::testing::rawFile;
 using pa::testing::recordsFile;
 
 class PlotDocumentTest : public ::testing::Test {
@@ -25,12 +26,81 @@ class PlotDocumentTest : public ::testing::Test {
     PlotDocument doc{ui};
 };
 
-TEST_F(PlotDocumentTest, ChoosingAQuantityBeforeAFileIsRefused) {
-    doc.SelectData(2);
-    ASSERT_EQ(ui.messages.size(), 1u);
-    EXPECT_EQ(ui.messages[0].text, "Please first open a file where data is stored");
-    EXPECT_EQ(ui.messages[0].icon, Icon::Critical);
-    EXPECT_EQ(doc.data().setCount, 0);
+// A first line of `length` characters with the format check's three commas, twice.
+std::string linesOf(std::size_t length, const std::string& tail = "") {
+    std::string line(length, 'x');
+    line[10] = line[42] = line[60] = ',';
+    line.replace(length - tail.size(), tail.size(), tail);
+    return line + "\r\n" + line + "\r\n";
+}
+
+// Choosing a quantity loads the file: the messages, the points plotted and how many of the
+// nine quantities can be chosen (those from 4 on need lines of 70 characters or more, counted
+// in characters). Hostile files (each pinned a bug) give a message or a plot, never a crash.
+TEST(PlotDocument, ChoosingAQuantityLoadsTheFile) {
+    std::string binary;
+    for (int i = 0; i < 40000; ++i)
+        binary += static_cast<char>((i * 7919) % 256);
+    // A short first line underestimates the count: 20 longer lines after it.
+    std::string uneven = pa::testing::headerLine().substr(0, 70) + "\r\n";
+    for (int i = 0; i < 20; ++i) {
+        pa::testing::RecordTexts r;
+        r.watt = std::to_string(i);
+        uneven += pa::testing::recordLine(r) + std::string(i * 10, ' ') + "\r\n";
+    }
+    const std::size_t kSome = SIZE_MAX;
+    const std::string nines(3 << 20, '9');
+    const std::string format = "Inncorrect file format, proceed anyway", digits = "1\r\n2\r\n3\r\n";
+    const std::string one =
+        "Only one record, can not plot.  Please use VIEW to review your record.";
+    const std::string many = "Records more than 3600, STATIStics function disabled";
+    const struct {
+        std::string path; // "": no file chosen yet
+        Answer answer;    // to the format question
+        std::vector<std::string> messages;
+        Icon icon;
+        std::size_t points; // kSome: at least one
+        int quantities;     // -1: not looked at
+    } cases[] = {
+        {"", Answer::Yes, {"Please first open a file where data is stored"}, Icon::Critical, 0, 9},
+        {recordsFile("doc1.txt", 1), Answer::Yes, {one}, Icon::Exclamation, 0, 9},
+        {recordsFile("doc4000.txt", 4000), Answer::Yes, {many}, Icon::None, 1334, 9},
+        {rawFile("no.txt", digits), Answer::No, {format}, Icon::Question, 0, 9},
+        {rawFile("yes.txt", digits), Answer::Yes, {format}, Icon::Question, 3, 4},
+        {rawFile("binary.dat", binary), Answer::Yes, {format}, Icon::Question, kSome, -1},
+        {rawFile("3MB.txt", nines), Answer::Yes, {format, one}, Icon::Question, 0, 9},
+        {rawFile("uneven.txt", uneven), Answer::Yes, {}, Icon::None, 21, 9},
+        {rawFile("len69.txt", linesOf(69)), Answer::Yes, {}, Icon::None, 2, 4},
+        {rawFile("len70.txt", linesOf(70)), Answer::Yes, {}, Icon::None, 2, 9},
+        {rawFile("len71.txt", linesOf(71)), Answer::Yes, {}, Icon::None, 2, 9},
+        {rawFile("len69u.txt", linesOf(68, "\u00e9")), Answer::Yes, {}, Icon::None, 2, 4},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.path);
+        pa::testing::ScriptedUi ui;
+        PlotDocument doc{ui};
+        if (!c.path.empty())
+            doc.setFileName(c.path);
+        ui.answers = {c.answer};
+        doc.SelectData(0);
+        EXPECT_EQ(pa::testing::messageTexts(ui), c.messages);
+        if (!c.messages.empty()) {
+            EXPECT_EQ(ui.messages[0].icon, c.icon);
+        }
+        if (c.points == kSome) {
+            EXPECT_GE(doc.data().points(), 1u);
+        } else {
+            EXPECT_EQ(doc.data().points(), c.points);
+        }
+        int quantities = 0;
+        for (int entry = 0; entry <= 8; ++entry)
+            quantities += doc.quantityEnabled(entry);
+        if (c.quantities >= 0) {
+            EXPECT_EQ(quantities, c.quantities);
+        }
+        for (double v : doc.data().sets[0])
+            EXPECT_TRUE(std::isfinite(v));
+    }
 }
 
 TEST_F(PlotDocumentTest, OpensLoadsAndSetsTheAxisTitle) {
@@ -42,69 +112,16 @@ TEST_F(PlotDocumentTest, OpensLoadsAndSetsTheAxisTitle) {
     doc.SelectData(2);
     EXPECT_TRUE(ui.messages.empty());
     EXPECT_EQ(doc.yTitle(), "Volt");
-    EXPECT_EQ(doc.data().sets[0].size(), 20u);
     EXPECT_DOUBLE_EQ(doc.data().sets[0][0], 230.1);
     EXPECT_TRUE(doc.statisticsEnabled());
     doc.StatOption();
     EXPECT_TRUE(doc.statisticsShown());
     doc.openfile();
     EXPECT_EQ(doc.quantity(), 0);
-    EXPECT_EQ(doc.yTitle(), "Watt");
-    EXPECT_EQ(doc.xTitle(), "Time");
-}
-
-TEST_F(PlotDocumentTest, FormatQuestionNoEndsTheLoadYesGoesOn) {
-    const std::string path = pa::testing::tempFile("badformat.txt");
-    pa::testing::DataFileWriter(path).raw("1\r\n2\r\n3\r\n");
-    doc.setFileName(path);
-    ui.answers = {Answer::No};
+    EXPECT_EQ(doc.yTitle() + "/" + doc.xTitle(), "Watt/Time");
+    // Beyond 3600 records the statistics cannot be shown.
+    doc.setFileName(recordsFile("doc4000s.txt", 4000));
     doc.SelectData(0);
-    ASSERT_EQ(texts(), std::vector<std::string>{"Inncorrect file format, proceed anyway"});
-    EXPECT_EQ(ui.messages[0].buttons, pa::app::Buttons::YesNo);
-    EXPECT_EQ(doc.data().setCount, 0);
-    ui.answers = {Answer::Yes};
-    doc.SelectData(0);
-    EXPECT_EQ(doc.data().sets[0].size(), 3u) << "short lines read as 0";
-    EXPECT_FALSE(doc.quantityEnabled(4)) << "lines under 70 characters have no phase angle";
-    EXPECT_TRUE(doc.quantityEnabled(3));
-}
-
-// Entries 4 to 8 need columns that only lines of 70 characters or more have; the first
-// line's length is counted in characters, not bytes.
-TEST_F(PlotDocumentTest, FirstLineOf70CharactersEnablesTheLaterQuantities) {
-    const struct {
-        const char* name;
-        std::string first;
-        bool later;
-    } cases[] = {{"len69.txt", std::string(69, 'x'), false},
-                 {"len70.txt", std::string(70, 'x'), true},
-                 {"len71.txt", std::string(71, 'x'), true},
-                 {"len69u.txt", std::string(68, 'x') + "\u00e9", false}}; // 70 bytes
-    for (auto c : cases) {
-        c.first[10] = c.first[42] = c.first[60] = ','; // the format check's three columns
-        const std::string path = pa::testing::tempFile(c.name);
-        pa::testing::DataFileWriter(path).raw(c.first + "\r\n" + c.first + "\r\n");
-        doc.setFileName(path);
-        doc.SelectData(0);
-        ASSERT_TRUE(ui.messages.empty()) << c.name << ": " << ui.messages[0].text;
-        for (int entry = 0; entry <= 8; ++entry)
-            EXPECT_EQ(doc.quantityEnabled(entry), entry < 4 || c.later) << c.name << " " << entry;
-    }
-}
-
-TEST_F(PlotDocumentTest, OneRecordAndEnvelopeMessages) {
-    doc.setFileName(recordsFile("doc1.txt", 1));
-    doc.SelectData(0);
-    EXPECT_EQ(texts(),
-              std::vector<std::string>{
-                  "Only one record, can not plot.  Please use VIEW to review your record."});
-    ui.messages.clear();
-    doc.setFileName(recordsFile("doc4000.txt", 4000));
-    doc.SelectData(0);
-    EXPECT_EQ(texts(),
-              std::vector<std::string>{"Records more than 3600, STATIStics function disabled"});
-    EXPECT_EQ(ui.messages[0].icon, Icon::None);
-    EXPECT_EQ(doc.data().setCount, 2);
     EXPECT_FALSE(doc.statisticsEnabled());
     doc.StatOption();
     EXPECT_FALSE(doc.statisticsShown());
@@ -112,7 +129,7 @@ TEST_F(PlotDocumentTest, OneRecordAndEnvelopeMessages) {
 
 TEST_F(PlotDocumentTest, ZoomChecksInOrder) {
     doc.setFileName(recordsFile("doc4000z.txt", 4000));
-    struct Case {
+    const struct {
         std::vector<std::optional<std::string>> answers;
         std::string message; // "" = plotted
     } cases[] = {
@@ -131,7 +148,6 @@ TEST_F(PlotDocumentTest, ZoomChecksInOrder) {
         ui.asked.clear();
         ui.inputs.assign(c.answers.begin(), c.answers.end());
         doc.ZoomIn();
-        ASSERT_FALSE(ui.asked.empty());
         EXPECT_EQ(ui.asked[0],
                   (AskedInput{"Enter the starting record number", "Total 4000 records", "1"}));
         if (ui.asked.size() > 1) {
@@ -139,10 +155,9 @@ TEST_F(PlotDocumentTest, ZoomChecksInOrder) {
                       "Enter the ending record number (max. to_plot records 3600)|"
                       "Total 4000 records");
         }
-        if (c.message.empty()) {
-            EXPECT_TRUE(ui.messages.empty()) << ui.messages[0].text;
-        } else {
-            ASSERT_EQ(texts(), std::vector<std::string>{c.message});
+        EXPECT_EQ(texts(), c.message.empty() ? std::vector<std::string>{}
+                                             : std::vector<std::string>{c.message});
+        if (!c.message.empty()) {
             EXPECT_EQ(ui.messages[0].icon, Icon::Exclamation);
         }
     }
@@ -191,9 +206,7 @@ TEST_F(PlotDocumentTest, GridTitlesAndLabels) {
     doc.set_title(2);
     doc.set_title(0);
     doc.set_title(1);
-    EXPECT_EQ(doc.graphTitle(), "Load test");
-    EXPECT_EQ(doc.xTitle(), "Time");
-    EXPECT_EQ(doc.yTitle(), "Watt");
+    EXPECT_EQ(doc.graphTitle() + "|" + doc.xTitle() + "|" + doc.yTitle(), "Load test|Time|Watt");
     // The present title is the default answer.
     EXPECT_EQ(ui.asked,
               (std::vector<AskedInput>{{"Enter Graph title", "Graph Title", ""},
@@ -201,8 +214,7 @@ TEST_F(PlotDocumentTest, GridTitlesAndLabels) {
                                        {"Enter title for the Y axis", "Y Title", "Watt"}}));
     doc.set_title(5);
     doc.set_title(3);
-    EXPECT_EQ(doc.graphTitle(), "");
-    EXPECT_EQ(doc.xTitle(), "");
+    EXPECT_EQ(doc.graphTitle() + "|" + doc.xTitle(), "|");
 
     doc.setFileName(recordsFile("doc4000l.txt", 4000));
     doc.SelectData(0);
@@ -221,69 +233,9 @@ TEST(NumberTextTest, AsMessagesShowThem) {
     EXPECT_EQ(numberText(3601), "3601");
     EXPECT_EQ(numberText(2.5), "2.5");
     EXPECT_EQ(numberText(-0.125), "-0.125");
-    const NiceRange r = niceRange(1, 30);
-    EXPECT_LE(r.low, 1);
-    EXPECT_GE(r.high, 30);
-    EXPECT_GE(r.ticks, 3);
     const NiceRange flat = niceRange(5, 5);
     EXPECT_LT(flat.low, 5);
     EXPECT_GT(flat.high, 5);
-}
-
-} // namespace
-
-namespace {
-
-// Bad input gives a message or a plot, never a crash or a hang.
-TEST(PlotBadInputTest, BinaryEnormousUnevenAndChangingFiles) {
-    pa::testing::ScriptedUi ui;
-    PlotDocument doc(ui);
-
-    const std::string binary = pa::testing::tempFile("binary.dat");
-    {
-        std::string bytes;
-        for (int i = 0; i < 40000; ++i)
-            bytes += static_cast<char>((i * 7919) % 256);
-        pa::testing::DataFileWriter(binary).raw(bytes);
-    }
-    doc.setFileName(binary);
-    ui.answers = {Answer::Yes};
-    doc.SelectData(3);
-    ASSERT_FALSE(ui.messages.empty());
-    EXPECT_EQ(ui.messages[0].text, "Inncorrect file format, proceed anyway");
-    EXPECT_GE(doc.data().points(), 1u);
-    for (double v : doc.data().sets[0])
-        EXPECT_TRUE(std::isfinite(v));
-
-    const std::string enormous = pa::testing::tempFile("enormous.txt");
-    pa::testing::DataFileWriter(enormous).raw(std::string(3 << 20, '9'));
-    ui.messages.clear();
-    ui.answers = {Answer::Yes};
-    doc.setFileName(enormous);
-    doc.SelectData(0);
-    ASSERT_EQ(ui.messages.size(), 2u);
-    EXPECT_EQ(ui.messages[1].text,
-              "Only one record, can not plot.  Please use VIEW to review your record.");
-
-    // A short first line underestimates nothing here: 20 long lines after it are counted as
-    // more records than there are, and the plot holds the lines there are.
-    const std::string uneven = pa::testing::tempFile("uneven.txt");
-    {
-        pa::testing::DataFileWriter w(uneven);
-        w.line(pa::testing::headerLine().substr(0, 70));
-        for (int i = 0; i < 20; ++i) {
-            pa::testing::RecordTexts r;
-            r.watt = std::to_string(i);
-            w.line(pa::testing::recordLine(r) + std::string(i * 10, ' '));
-        }
-    }
-    ui.messages.clear();
-    doc.setFileName(uneven);
-    doc.SelectData(0);
-    EXPECT_TRUE(ui.messages.empty());
-    EXPECT_GT(doc.records(), 21);
-    EXPECT_EQ(doc.data().points(), 21u);
-    EXPECT_EQ(doc.data().sets[0][20], 19);
 }
 
 TEST(PlotBadInputTest, FileThatShrinksOrGrowsAfterTheCount) {
@@ -303,15 +255,12 @@ TEST(PlotBadInputTest, FileThatShrinksOrGrowsAfterTheCount) {
 
 TEST(PlotBadInputTest, AFileStillBeingWrittenIsReadToTheLengthItHadWhenOpened) {
     const std::string path = recordsFile("growing.txt", 3);
-    pa::plot::LineReader reader;
-    ASSERT_TRUE(reader.open(path));
-    std::ofstream(path, std::ios::binary | std::ios::app) << "a line written meanwhile\r\n";
-    std::string_view head;
-    std::uint64_t length = 0;
-    int lines = 0;
-    while (reader.next(head, length))
-        ++lines;
-    EXPECT_EQ(lines, 3);
+    EXPECT_EQ(pa::testing::countLines(path,
+                                      [&] {
+                                          std::ofstream(path, std::ios::binary | std::ios::app)
+                                              << "written meanwhile\r\n";
+                                      }),
+              3u);
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include "plot/line_reader.h"
 #include "plot/plot_loader.h"
 #include "plot_test_files.h"
-#include "text/leading_number.h"
 
 #include <gtest/gtest.h>
 
@@ -33,18 +32,16 @@ TEST(PlotLoaderTest, WriterLinesMatchTheColumnsThePlotterReads) {
 }
 
 TEST(PlotLoaderTest, EstimatesAndEnvelopeFigures) {
-    struct Case {
+    const struct {
         long records, step, points;
         int interval;
-    } cases[] = {
-        {3600, 2, 1800, 360},
-        {3599, 1, 3599, 720},
-        {5, 1, 5, 1},
-        {2, 1, 2, 1},
-        {5401, 4, 1351, 270},
-        {3601, 3, 1201, 240},
-        {1000000, 556, 1799, 360},
-    };
+    } cases[] = {{3600, 2, 1800, 360},
+                 {3599, 1, 3599, 720},
+                 {5, 1, 5, 1},
+                 {2, 1, 2, 1},
+                 {5401, 4, 1351, 270},
+                 {3601, 3, 1201, 240},
+                 {1000000, 556, 1799, 360}};
     for (const auto& c : cases) {
         const bool envelope = c.records >= kEnvelopeFrom;
         const long step = envelope ? envelopeStep(c.records) : 1;
@@ -58,40 +55,46 @@ TEST(PlotLoaderTest, EstimatesAndEnvelopeFigures) {
     EXPECT_EQ(estimateRecords(250, 98), 2); // 2.5 rounds to even
 }
 
-TEST(PlotLoaderTest, ThirtySixHundredRecordsMakeAnEnvelopeOfPairs) {
-    const std::string path = recordsFile("r3600.txt", 3600);
-    const auto probe = probeFile(path);
-    ASSERT_TRUE(probe);
-    EXPECT_EQ(probe->records, 3600);
-    EXPECT_TRUE(probe->formatOk);
-    const auto data = loadRecords(path, kWatt, probe->records);
-    ASSERT_TRUE(data);
-    EXPECT_EQ(data->setCount, 2);
-    ASSERT_EQ(data->sets[0].size(), 1800u);
-    ASSERT_EQ(data->sets[1].size(), 1800u);
-    EXPECT_EQ(data->sets[0][0], 1);
-    EXPECT_EQ(data->sets[1][0], 2);
-    EXPECT_EQ(data->sets[0][1799], 3599);
-    EXPECT_EQ(data->sets[1][1799], 3600);
-    EXPECT_EQ(data->step, 2);
-    EXPECT_EQ(data->labelInterval, 360);
-    ASSERT_EQ(data->labels.size(), 5u);
-    // Point 361 starts with record 721.
-    EXPECT_EQ(data->labels[1], pa::testing::clockFor(721) + ", ");
-}
-
-TEST(PlotLoaderTest, EnvelopeLastGroupMayBeShort) {
-    // 3601 records: groups of 3, the last holds record 3601 alone. Values zigzag so that
-    // minimum and maximum of each group differ from its first and last record.
+// Files of records 1..n (wattage i, or zigzagging so that each group's minimum and maximum
+// differ from its first and last record) as loaded whole or as a zoomed range: from 3600
+// records on, an envelope of minimum and maximum per group.
+TEST(PlotLoaderTest, RecordsAndEnvelopes) {
     auto zigzag = [](long i) { return i % 3 == 2 ? -static_cast<double>(i) : i * 2.0; };
-    const std::string path = recordsFile("r3601.txt", 3601, zigzag);
-    const auto data = loadRecords(path, kWatt, probeFile(path)->records);
-    ASSERT_TRUE(data);
-    ASSERT_EQ(data->sets[0].size(), 1201u);
-    EXPECT_EQ(data->sets[0][0], -2); // records 1, 2, 3: 2, -2, 6
-    EXPECT_EQ(data->sets[1][0], 6);
-    EXPECT_EQ(data->sets[0][1200], 7202); // record 3601 alone
-    EXPECT_EQ(data->sets[1][1200], 7202);
+    const struct {
+        const char* name;
+        long records;
+        bool zigzag;
+        long zoomFrom, zoomTo;    // 0: the whole file
+        std::vector<double> ends; // each set's first and last value
+        int interval;
+        std::size_t labels, label;
+        long labelRecord; // the record whose clock the label shows
+    } cases[] = {
+        {"3600: pairs", 3600, false, 0, 0, {1, 3599, 2, 3600}, 360, 5, 1, 721},
+        // Groups of 3; the last holds record 3601 alone. Records 1, 2, 3 are 2, -2, 6.
+        {"3601: a short last group", 3601, true, 0, 0, {-2, 7202, 6, 7202}, 240, 6, 5, 3601},
+        {"3599: every record", 3599, false, 0, 0, {1, 3599}, 720, 5, 4, 2881},
+        {"5: every point labelled", 5, false, 0, 0, {1, 5}, 1, 5, 4, 5},
+        {"zoom 11 to 20", 50, false, 11, 20, {11, 20}, 2, 5, 0, 11},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::string path = recordsFile(std::to_string(c.records) + ".txt", c.records,
+                                             c.zigzag ? zigzag : std::function<double(long)>{});
+        const auto probe = probeFile(path);
+        ASSERT_TRUE(probe && probe->formatOk);
+        EXPECT_EQ(probe->records, c.records);
+        const auto data = c.zoomFrom ? loadRange(path, kWatt, c.zoomFrom, c.zoomTo)
+                                     : loadRecords(path, kWatt, probe->records);
+        ASSERT_TRUE(data);
+        std::vector<double> ends;
+        for (int set = 0; set < data->setCount; ++set)
+            ends.insert(ends.end(), {data->sets[set].front(), data->sets[set].back()});
+        EXPECT_EQ(ends, c.ends);
+        EXPECT_EQ(data->labelInterval, c.interval);
+        ASSERT_EQ(data->labels.size(), c.labels);
+        EXPECT_EQ(data->labels[c.label], pa::testing::clockFor(c.labelRecord) + ", ");
+    }
 }
 
 TEST(PlotLoaderTest, EnvelopeReadInPiecesIsTheSame) {
@@ -112,26 +115,8 @@ TEST(PlotLoaderTest, EnvelopeReadInPiecesIsTheSame) {
     }
 }
 
-TEST(PlotLoaderTest, EveryRecordBelowThirtySixHundred) {
-    const std::string path = recordsFile("r3599.txt", 3599);
-    const auto probe = probeFile(path);
-    const auto data = loadRecords(path, kWatt, probe->records);
-    ASSERT_TRUE(data);
-    EXPECT_EQ(data->setCount, 1);
-    ASSERT_EQ(data->sets[0].size(), 3599u);
-    EXPECT_EQ(data->sets[0][3598], 3599);
-    EXPECT_EQ(data->labelInterval, 720);
-    ASSERT_EQ(data->labels.size(), 5u);
-    EXPECT_EQ(data->labels[4], pa::testing::clockFor(2881) + ", ");
-
-    const std::string five = recordsFile("r5.txt", 5);
-    const auto small = loadRecords(five, kWatt, probeFile(five)->records);
-    EXPECT_EQ(small->labelInterval, 1);
-    EXPECT_EQ(small->labels.size(), 5u) << "every point carries its label";
-}
-
 TEST(PlotLoaderTest, HeaderLostCommunicationOverloadAndShortLinesReadAsZero) {
-    const std::string path = tempFile("mixed.txt");
+    const std::string path = pa::testing::tempFile("mixed.txt");
     {
         pa::testing::DataFileWriter w(path);
         w.line(pa::testing::headerLine());
@@ -180,31 +165,22 @@ TEST(PlotLoaderTest, TinyAndOddFiles) {
         {"short.txt", std::string(60, ' ') + "\r\n" + std::string(60, ' ') + "\r\n", 2, 2, false},
     };
     for (const auto& c : cases) {
-        const std::string path = tempFile(c.name);
-        pa::testing::DataFileWriter(path).raw(c.bytes);
+        const std::string path = pa::testing::rawFile(c.name, c.bytes);
         const auto probe = probeFile(path);
         ASSERT_TRUE(probe) << c.name;
         EXPECT_EQ(probe->records, c.records) << c.name;
         EXPECT_EQ(probe->fullLines, c.full) << c.name;
-        LineReader reader;
-        ASSERT_TRUE(reader.open(path));
-        std::string_view head;
-        std::uint64_t length;
-        std::size_t lines = 0;
-        while (reader.next(head, length))
-            ++lines;
-        EXPECT_EQ(lines, c.lines) << c.name;
+        EXPECT_EQ(pa::testing::countLines(path), c.lines) << c.name;
     }
     EXPECT_FALSE(probeFile(tempFile("does-not-exist.txt")));
 }
 
 TEST(PlotLoaderTest, LongLinesKeepTheirHeadAndLength) {
     // One line longer than a read block, a CR at the block's edge, then a normal line.
-    const std::string path = tempFile("long.txt");
     const std::size_t big = LineReader::kBlockBytes + 10;
     std::string first(big, '7');
     first[0] = ' ';
-    pa::testing::DataFileWriter(path).raw(first + "\r\nnext\r\n");
+    const std::string path = pa::testing::rawFile("long.txt", first + "\r\nnext\r\n");
     LineReader reader;
     ASSERT_TRUE(reader.open(path));
     std::string_view head;
@@ -229,47 +205,28 @@ TEST(PlotLoaderTest, ColumnsCountCharactersNotBytes) {
     EXPECT_EQ(characterCount(line), 13u);
 }
 
-TEST(PlotLoaderTest, SliceValueAgreesWithTheGeneralReader) {
-    const char* slices[] = {"  123.4W,",
-                            " 0.98 PF,",
-                            "   -0.5V,",
-                            "      OL,",
-                            "     -OL,",
-                            "1 2 3",
-                            "1.5E3",
-                            "&H1F",
-                            "",
-                            " .5A",
-                            "-0",
-                            "+7.25",
-                            "99999999999999999",
-                            "12.",
-                            " 1.2.3",
-                            "\t5",
-                            "7 e2",
-                            "0.000000000000001"};
-    for (const char* s : slices)
-        EXPECT_EQ(sliceValue(s), pa::text::leadingNumber(s)) << '"' << s << '"';
-}
-
-TEST(PlotLoaderTest, ZoomReadsARangeOfRecords) {
-    const std::string path = recordsFile("zoom.txt", 50);
-    const auto data = loadRange(path, kWatt, 11, 20);
-    ASSERT_TRUE(data);
-    EXPECT_EQ(data->sets[0].front(), 11);
-    EXPECT_EQ(data->sets[0].back(), 20);
-    EXPECT_EQ(data->firstRecord, 11);
-    EXPECT_EQ(data->labelInterval, 2);
-    EXPECT_EQ(data->labels.size(), 5u);
-    EXPECT_EQ(data->labels[0], pa::testing::clockFor(11) + ", ");
+// A column's text reads as its leading number, as typed numbers are read: blanks anywhere are
+// skipped, "OL" reads as 0.
+TEST(PlotLoaderTest, SliceValues) {
+    const std::pair<const char*, double> cases[] = {
+        {"  123.4W,", 123.4},
+        {" 0.98 PF,", 0.98},
+        {"   -0.5V,", -0.5},
+        {"      OL,", 0},
+        {"     -OL,", 0},
+        {"1 2 3", 123},
+        {"", 0},
+        {" 1.2.3", 1.2},
+        {"7 e2", 700},
+    };
+    for (const auto& [slice, value] : cases)
+        EXPECT_DOUBLE_EQ(sliceValue(slice), value) << '"' << slice << '"';
 }
 
 TEST(PlotLoaderTest, Statistics) {
     const Statistics s = statistics({2, 4, 4, 4, 5, 5, 7, 9});
-    EXPECT_EQ(s.count, 8);
-    EXPECT_EQ(s.minimum, 2);
-    EXPECT_EQ(s.maximum, 9);
-    EXPECT_DOUBLE_EQ(s.mean, 5);
+    EXPECT_EQ(std::vector<double>({double(s.count), s.minimum, s.maximum, s.mean}),
+              std::vector<double>({8, 2, 9, 5}));
     EXPECT_NEAR(s.standardDeviation, 2.1380899, 1e-6);
     EXPECT_EQ(statistics({3}).standardDeviation, 0);
     EXPECT_EQ(statistics({}).count, 0);

@@ -1,5 +1,6 @@
 #pragma once
 // Data files for the plotting tests, written in a temporary folder.
+#include "plot/line_reader.h"
 #include "support/data_file_writer.h"
 #include "text/mask_format.h"
 
@@ -12,6 +13,12 @@ namespace pa::testing {
 
 inline std::string tempFile(const std::string& name) {
     return (std::filesystem::path(::testing::TempDir()) / name).string();
+}
+
+inline std::string rawFile(const std::string& name, const std::string& bytes) {
+    const std::string path = tempFile(name);
+    DataFileWriter(path).raw(bytes);
+    return path;
 }
 
 // Records 1..n of equal length (141 characters, as long as the header); the wattage of record
@@ -29,6 +36,21 @@ inline std::string recordsFile(const std::string& name, long n,
         w.line(recordLine(r));
     }
     return path;
+}
+
+// The lines a LineReader finds in the file; `meanwhile` runs once the file is open.
+inline std::size_t countLines(const std::string& path,
+                              const std::function<void()>& meanwhile = {}) {
+    plot::LineReader reader;
+    EXPECT_TRUE(reader.open(path)) << path;
+    if (meanwhile)
+        meanwhile();
+    std::string_view head;
+    std::uint64_t length = 0;
+    std::size_t lines = 0;
+    while (reader.next(head, length))
+        ++lines;
+    return lines;
 }
 
 } // namespace pa::testing
