@@ -205,7 +205,10 @@ def main():
     tree = os.path.abspath(a.tree)
     if a.tests_from:
         shutil.rmtree(os.path.join(tree, "tests"))
-        shutil.copytree(os.path.join(a.tests_from, "tests"), os.path.join(tree, "tests"))
+        # copyfile, not copy2: the copies get the time of now, so the build takes them even
+        # where the scratch build is newer than the originals.
+        shutil.copytree(os.path.join(a.tests_from, "tests"), os.path.join(tree, "tests"),
+                        copy_function=shutil.copyfile)
     # A stop (Ctrl-C, kill) still restores the file being changed.
     signal.signal(signal.SIGTERM, lambda *_: sys.exit("stopped"))
     faults = [f for f in FAULTS if not a.only or f[0] in a.only]
