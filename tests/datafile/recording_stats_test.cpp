@@ -14,17 +14,8 @@ using namespace pa::datafile;
 
 Entry record(RecordingReader& reader, const char* clock, const char* watts,
              const char* pf = "0.90") {
-    RecordTexts t;
-    t.date = "11-15-2026";
-    t.clock = clock;
-    t.watts = watts;
-    t.powerFactor = pf;
-    t.volts = "230.0";
-    t.amps = "1.000";
-    t.energyPerPeriod = "10.00";
-    t.period = "month";
-    t.hoursPerDay = "8";
-    t.cost = "$2.00";
+    const RecordTexts t{"11-15-2026", clock, watts, pf,      "230.0", "1.000", "",
+                        "",           "",    "",    "10.00", "month", "8",     "$2.00"};
     return reader.read(recordLine(0, t));
 }
 
@@ -91,18 +82,23 @@ TEST(RecordingStats, PerHour) {
     EXPECT_EQ(eleven.quantities[0].minimum, 200);
 }
 
+// At most 50,000 groups: records past them are counted as ungrouped, and in the whole.
 TEST(RecordingStats, GroupsAreCappedAndTheWholeStillCountsEverything) {
     RecordingStats s(StatsPer::Hour);
     Entry e;
     e.kind = EntryKind::Record;
-    const std::uint64_t hours = RecordingStats::kMostGroups + 10;
-    for (std::uint64_t h = 0; h < hours; ++h) {
-        e.timeMs = static_cast<std::int64_t>(h) * 3'600'000;
-        s.add(e);
+    const std::pair<std::uint64_t, std::uint64_t> hoursAndUngrouped[] = {
+        {49'999, 0}, {50'000, 0}, {50'001, 1}, {50'010, 10}};
+    std::int64_t hour = 0;
+    for (const auto& [hours, ungrouped] : hoursAndUngrouped) {
+        for (; hour < static_cast<std::int64_t>(hours); ++hour) {
+            e.timeMs = hour * 3'600'000;
+            s.add(e);
+        }
+        EXPECT_EQ(s.groups().size(), std::min<std::uint64_t>(hours, 50'000)) << hours;
+        EXPECT_EQ(s.ungroupedCounts(), ungrouped) << hours;
+        EXPECT_EQ(s.whole().records, hours);
     }
-    EXPECT_EQ(s.groups().size(), RecordingStats::kMostGroups);
-    EXPECT_GT(s.ungroupedCounts(), 0u);
-    EXPECT_EQ(s.whole().records, hours);
 }
 
 TEST(RecordingStats, SilenceAtTheEndAndClockGoingBack) {
