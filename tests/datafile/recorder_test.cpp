@@ -15,6 +15,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <sstream>
 
 namespace {
 
@@ -52,32 +53,75 @@ struct Rig {
         recorder.setEntryTexts([] { return EntryTexts{"month", "0"}; });
         cycle.setRecordingHook(&recorder);
     }
+    // Create Data File with a name typed (or cancelled); none is left for a later box.
     bool create(std::optional<std::string> typed) {
-        ui.inputs.push_back(std::move(typed));
-        return recorder.CreateDataFile();
+        ui.inputs = {std::move(typed)};
+        const bool made = recorder.CreateDataFile();
+        ui.inputs.clear();
+        return made;
     }
     fs::path dataFile(const char* name) const {
         return profile.path() / "Documents" / "KV2260" / name;
     }
-    void startAuto() {
-        recorder.StartRecording();
-        recorder.NowAuto();
+    // One sample tick and a poll tick with a frame waiting; one second.
+    void sample() {
+        cycle.Timer1Tick();
+        port.incoming = instrument.liveFrame();
+        cycle.Timer2Tick();
+        clock.advance(1);
     }
-    // Sample ticks, each followed by a poll tick with a frame waiting.
-    void sample(int times = 1) {
-        for (int i = 0; i < times; ++i) {
-            cycle.Timer1Tick();
-            port.incoming = instrument.liveFrame();
-            cycle.Timer2Tick();
-            clock.advance(1);
+    // Runs a script of steps separated by blanks: create (the name "test"), cancel (the name
+    // box), start, auto, manual, record, end, type=N and enter (the record-number box), sample
+    // (a tick with a frame), silent (a sample tick and five, or silent=N, unanswered polls),
+    // poll (a frame without a sample tick) and ticks=N (the tick counter); box?N and ticks?N
+    // expect the number box and the tick counter. A step*3 is run three times.
+    void run(const std::string& script) {
+        std::istringstream steps(script);
+        for (std::string step; steps >> step;) {
+            const auto star = step.find('*');
+            const std::string body = step.substr(0, star);
+            const auto mark = body.find_first_of("=?");
+            const std::string arg = mark == std::string::npos ? "" : body.substr(mark + 1);
+            for (int i = star == std::string::npos ? 1 : std::stoi(step.substr(star + 1)); i > 0;
+                 --i)
+                act(body.substr(0, mark), arg, body);
         }
     }
-    // One second without an answer: a sample tick and `polls` poll ticks.
-    void silentSecond(int polls = 5) {
-        cycle.Timer1Tick();
-        for (int poll = 0; poll < polls; ++poll)
+    void act(const std::string& name, const std::string& arg, const std::string& step) {
+        if (name == "create" || name == "cancel")
+            create(name == "create" ? std::optional<std::string>("test") : std::nullopt);
+        else if (name == "start")
+            recorder.StartRecording();
+        else if (name == "auto")
+            recorder.NowAuto();
+        else if (name == "manual")
+            recorder.Manually();
+        else if (name == "record")
+            recorder.Record();
+        else if (name == "end")
+            recorder.EndRecording();
+        else if (name == "type")
+            recorder.recordNumberTyped(arg);
+        else if (name == "enter")
+            recorder.recordNumberEntered();
+        else if (name == "sample")
+            sample();
+        else if (name == "silent") {
+            cycle.Timer1Tick();
+            for (int poll = 0; poll < (arg.empty() ? 5 : std::stoi(arg)); ++poll)
+                cycle.Timer2Tick();
+            clock.advance(1);
+        } else if (name == "poll") {
+            port.incoming = instrument.liveFrame();
             cycle.Timer2Tick();
-        clock.advance(1);
+        } else if (step.starts_with("ticks="))
+            state.sampleTickCounter = std::stoi(arg);
+        else if (step.starts_with("ticks?"))
+            EXPECT_EQ(state.sampleTickCounter, std::stoi(arg)) << step;
+        else if (step.starts_with("box?"))
+            EXPECT_EQ(recorder.recordNumberText(), arg) << step;
+        else
+            ADD_FAILURE() << "no such step: " << step;
     }
 
     pa::testing::TempFolder profile;
@@ -93,25 +137,19 @@ struct Rig {
 class RecorderTest : public ::testing::Test, public Rig {};
 
 TEST_F(RecorderTest, StateTableDrivesItemsAndButton) {
-    const struct {
-        const char* step;
-        std::function<void()> act;
-        RecordingState state;
-    } steps[] = {
-        {"start-up", [] {}, RecordingState::NoFile},
-        {"auto before a file", [&] { recorder.NowAuto(); }, RecordingState::NoFile},
-        {"create", [&] { create("test"); }, RecordingState::FileReady},
-        {"create again", [&] { create("other"); }, RecordingState::FileReady},
-        {"auto", [&] { recorder.NowAuto(); }, RecordingState::Automatic},
-        {"create while recording", [&] { recorder.CreateDataFile(); }, RecordingState::Automatic},
-        {"manual while recording", [&] { recorder.Manually(); }, RecordingState::Automatic},
-        {"end", [&] { recorder.EndRecording(); }, RecordingState::NoFile},
-        {"create", [&] { create("test"); }, RecordingState::FileReady},
-        {"cancel the next create", [&] { recorder.CreateDataFile(); }, RecordingState::NoFile},
-        {"create", [&] { create("test"); }, RecordingState::FileReady},
-        {"manual", [&] { recorder.Manually(); }, RecordingState::Manual},
-        {"end", [&] { recorder.EndRecording(); }, RecordingState::NoFile},
-        {"end again", [&] { recorder.EndRecording(); }, RecordingState::NoFile},
+    const std::pair<const char*, RecordingState> steps[] = {
+        {"", RecordingState::NoFile},
+        {"auto", RecordingState::NoFile}, // before a file
+        {"create", RecordingState::FileReady},
+        {"create", RecordingState::FileReady},
+        {"auto", RecordingState::Automatic},
+        {"create", RecordingState::Automatic}, // while recording
+        {"manual", RecordingState::Automatic},
+        {"end", RecordingState::NoFile},
+        {"create", RecordingState::FileReady},
+        {"cancel", RecordingState::NoFile},
+        {"create manual", RecordingState::Manual},
+        {"end end", RecordingState::NoFile},
     };
     // Create, Start, End enabled and Record shown, per state.
     const std::map<RecordingState, std::array<bool, 4>> table = {
@@ -120,16 +158,16 @@ TEST_F(RecorderTest, StateTableDrivesItemsAndButton) {
         {RecordingState::Automatic, {false, false, true, false}},
         {RecordingState::Manual, {false, false, true, true}},
     };
-    for (const auto& s : steps) {
-        SCOPED_TRACE(s.step);
-        s.act();
-        ASSERT_EQ(recorder.state(), s.state);
-        const auto& row = table.at(s.state);
+    for (const auto& [step, expected] : steps) {
+        SCOPED_TRACE(step);
+        run(step);
+        ASSERT_EQ(recorder.state(), expected);
+        const auto& row = table.at(expected);
         const std::array<bool, 4> shown = {recorder.createEnabled(), recorder.startEnabled(),
                                            recorder.endEnabled(), recorder.recordButtonVisible()};
         EXPECT_EQ(shown, row);
         EXPECT_EQ(recorder.recordingRunning(), row[2]);
-        EXPECT_EQ(recorder.fileCreated(), s.state != RecordingState::NoFile);
+        EXPECT_EQ(recorder.fileCreated(), expected != RecordingState::NoFile);
         EXPECT_EQ(ui.statusVisible, row[2]);
         if (row[2]) {
             EXPECT_EQ(ui.statusTextNow + "|" + ui.statusCaptionText, "Recording !|");
@@ -152,59 +190,46 @@ TEST_F(RecorderTest, CreateCaptionGainsTheNameAndABlankEachTime) {
     EXPECT_EQ(ui.asked.back(), (pa::testing::AskedInput{"", "請輸入檔案名稱", "b.txt"}))
         << "no prompt in Chinese; the last name is the default";
     EXPECT_EQ(recorder.createCaption(), "建立檔案名稱  = c.txt");
-    startAuto();
-    recorder.EndRecording();
+    run("start auto end");
     EXPECT_EQ(recorder.createCaption(), "建立檔案名稱");
-    ASSERT_TRUE(create("d"));
-    recorder.CreateDataFile(); // cancelled: the caption stays cut before "="
+    run("create cancel"); // the caption stays cut before "="
     EXPECT_EQ(recorder.createCaption(), "建立檔案名稱 ");
 }
 
 // Cancel and blank names give no file silently; names no file may have say why.
 TEST_F(RecorderTest, NamesThatGiveNoFile) {
-    const std::string typeAName = " Type a name such as test; ";
-    const auto unnamed = [&](const std::string& typed) {
-        return "\"" + typed + "\" does not give a file name." + typeAName +
-               "the file is made in the data folder with the ending .txt.";
+    const std::string refused = "\" cannot be the name of a data file. ";
+    const std::pair<std::optional<std::string>, std::string> cases[] = {
+        {std::nullopt, ""},
+        {"", ""},
+        {"   ", ""},
+        {"...", "\"...\" does not give a file name. Type a name such as test; the file is made "
+                "in the data folder with the ending .txt."},
+        {"a/b/", "\"a/b/\" does not give a file name."},
+        {"con", "\"con" + refused +
+                    "CON is the name of a device in Windows, not of a file. Type "
+                    "a name such as test; no data file was created."},
+        {"Com1.csv", "\"Com1.csv" + refused + "COM1 is the name of a device"},
+        {"nul  ", "\"nul  " + refused + "NUL is the name"},
+        {"LPT9", "\"LPT9" + refused + "LPT9 is the name"},
+        {"aux", "\"aux" + refused + "AUX is the name"},
+        {"a?b", "\"a?b" + refused +
+                    "A file name cannot contain the character ? (nor any of < > "
+                    "\" | ? *). Type a name such as test; no data file was created."},
+        {"x<y>", "\"x<y>" + refused + "A file name cannot contain the character <"},
+        {"say \"hi\"", "\"say \"hi\"" + refused + "A file name cannot contain the character \""},
+        {"pipe|d", "\"pipe|d" + refused + "A file name cannot contain the character |"},
+        {"star*", "\"star*" + refused + "A file name cannot contain the character *"},
     };
-    const auto refused = [&](const std::string& typed, const std::string& problem) {
-        return "\"" + typed + "\" cannot be the name of a data file. " + problem + typeAName +
-               "no data file was created.";
-    };
-    const auto device = [&](const std::string& typed, const std::string& stem) {
-        return refused(typed, stem + " is the name of a device in Windows, not of a file.");
-    };
-    const auto character = [&](const std::string& typed, char c) {
-        return refused(typed, std::string("A file name cannot contain the character ") + c +
-                                  " (nor any of < > \" | ? *).");
-    };
-    const struct {
-        std::optional<std::string> typed;
-        std::string message; // empty: none
-    } cases[] = {{std::nullopt, ""},
-                 {"", ""},
-                 {"   ", ""},
-                 {"...", unnamed("...")},
-                 {"a/b/", unnamed("a/b/")},
-                 {"con", device("con", "CON")},
-                 {"Com1.csv", device("Com1.csv", "COM1")},
-                 {"nul  ", device("nul  ", "NUL")},
-                 {"LPT9", device("LPT9", "LPT9")},
-                 {"aux", device("aux", "AUX")},
-                 {"a?b", character("a?b", '?')},
-                 {"x<y>", character("x<y>", '<')},
-                 {"say \"hi\"", character("say \"hi\"", '"')},
-                 {"pipe|d", character("pipe|d", '|')},
-                 {"star*", character("star*", '*')}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.typed.value_or("cancel"));
+    for (const auto& [typed, message] : cases) {
+        SCOPED_TRACE(typed.value_or("cancel"));
         ASSERT_TRUE(create("test"));
         ui.messages.clear();
-        EXPECT_FALSE(create(c.typed));
+        EXPECT_FALSE(create(typed));
         EXPECT_EQ(recorder.state(), RecordingState::NoFile);
-        ASSERT_EQ(ui.messages.size(), c.message.empty() ? 0u : 1u);
-        if (!c.message.empty()) {
-            EXPECT_EQ(ui.messages.back().text, c.message);
+        ASSERT_EQ(ui.messages.size(), message.empty() ? 0u : 1u);
+        if (!message.empty()) {
+            EXPECT_EQ(ui.messages.back().text.substr(0, message.size()), message);
             EXPECT_EQ(ui.messages.back().icon, pa::app::Icon::Exclamation);
         }
     }
@@ -223,8 +248,7 @@ TEST_F(RecorderTest, AProfileAndAFileNamedOutsideAscii) {
     recorder.setProfileFolder(utf8FromPath(home));
     ASSERT_TRUE(create("medición 每月"));
     EXPECT_EQ(recorder.fileName(), "medición 每月.txt");
-    startAuto();
-    sample();
+    run("start auto sample");
     expectLines(readLines(home / "Documents" / "KV2260" / pathFromUtf8("medición 每月.txt")),
                 {kHeader, "         0, 11-22-2026,16:58:09.4,"});
     EXPECT_TRUE(ui.messages.empty()) << ui.messages.front().text;
@@ -234,122 +258,44 @@ TEST_F(RecorderTest, AProfileAndAFileNamedOutsideAscii) {
 TEST(Recorder, RecordsAndLostLines) {
     const struct {
         const char* name;
-        std::function<void(Rig&)> act;
-        Lines lines; // after the header
+        const char* script; // after creating the file
+        Lines lines;        // after the header
     } cases[] = {
-        {"auto: one record per clock text, from the typed number",
-         [](Rig& r) {
-             r.recorder.StartRecording();
-             EXPECT_EQ(r.recorder.recordNumberText(), "0") << "a new file starts at 0";
-             r.recorder.recordNumberTyped("17"); // typed, not entered: still the first number
-             r.state.sampleTickCounter = 5;
-             r.recorder.NowAuto();
-             EXPECT_EQ(r.state.sampleTickCounter, 0) << "sampling time 1 s, minus 1";
-             r.sample(2);
-             r.port.incoming = r.instrument.liveFrame();
-             r.cycle.Timer2Tick(); // the same clock text again: no record
-             r.sample();
-             EXPECT_EQ(r.recorder.recordNumberText(), "19");
-             EXPECT_EQ(r.recorder.lastRecordText().substr(0, 24), " 11-22-2026,16:58:11.4, ");
-             EXPECT_EQ(r.recorder.recordsWritten(), 3);
-         },
+        {"auto: one record per clock text, from the number typed before reopening the menu",
+         "start box?0 type=17 start box?17 ticks=5 auto ticks?0 sample*2 poll sample box?19",
          {"        17, 11-22-2026,16:58:09.4,  116.4W, .920 PF,    230V,   .550A,"
           "       23.1,   126.50VA,     49.53VAR,       0.0KWH,    0.00/month 0$0.00",
           "        18, 11-22-2026,16:58:10.4,", "        19, 11-22-2026,16:58:11.4,"}},
         {"Enter in the number box sets the next number; typing alone does not",
-         [](Rig& r) {
-             r.startAuto();
-             r.sample();
-             r.recorder.recordNumberTyped("100");
-             r.sample();
-             r.recorder.recordNumberTyped("100");
-             r.recorder.recordNumberEntered();
-             r.sample();
-         },
+         "start auto sample type=100 sample type=100 enter sample",
          {"         0,", "         1,", "       100,"}},
-        {"a number typed, then the menu opened again to choose auto",
-         [](Rig& r) {
-             r.recorder.StartRecording();
-             r.recorder.recordNumberTyped("17");
-             r.startAuto();
-             EXPECT_EQ(r.recorder.recordNumberText(), "17");
-             r.sample();
-         },
-         {"        17,"}},
-        {"a number typed and entered, then manual",
-         [](Rig& r) {
-             r.recorder.StartRecording();
-             r.recorder.recordNumberTyped("5");
-             r.recorder.recordNumberEntered();
-             r.recorder.StartRecording();
-             r.recorder.Manually();
-             r.recorder.Record();
-             r.sample();
-         },
+        {"a number entered, then manual",
+         "start type=5 enter start manual record sample",
          {"         5,"}},
-        {"a number that is none",
-         [](Rig& r) {
-             r.recorder.StartRecording();
-             r.recorder.recordNumberTyped("abc");
-             r.startAuto();
-             r.sample();
-         },
-         {"         0,"}},
+        {"a number that is none", "start type=abc start auto sample", {"         0,"}},
         {"manual: one record per press, at the next sample",
-         [](Rig& r) {
-             r.recorder.StartRecording();
-             r.recorder.Manually();
-             r.sample(3);
-             r.recorder.Record();
-             r.recorder.Record();
-             r.sample(2);
-             r.recorder.Record();
-             r.sample();
-         },
+         "start ticks=2 manual ticks?2 sample*3 record record sample*2 record sample",
          {"         0, 11-22-2026,16:58:12.4,", "         1, 11-22-2026,16:58:14.4,"}},
-        {"auto resets the tick counter to the sampling time; manual leaves it",
-         [](Rig& r) {
-             r.cycle.applySamplingTime("5");
-             r.recorder.StartRecording();
-             r.state.sampleTickCounter = 2;
-             r.recorder.Manually();
-             EXPECT_EQ(r.state.sampleTickCounter, 2);
-             r.recorder.EndRecording();
-             ASSERT_TRUE(r.create("test"));
-             r.recorder.NowAuto();
-             EXPECT_EQ(r.state.sampleTickCounter, 4);
-         },
-         {}},
         {"silence: from the sixth silent poll, one lost line per clock text",
-         [](Rig& r) {
-             r.startAuto();
-             r.sample();
-             for (int second = 0; second < 4; ++second)
-                 r.silentSecond();
-             r.sample();
-         },
+         "start auto sample silent*4 sample",
          {"         0, 11-22-2026,16:58:09.4,", noCom(" 11-22-2026,16:58:11.4"),
           noCom(" 11-22-2026,16:58:12.4"), noCom(" 11-22-2026,16:58:13.4"),
           "         1, 11-22-2026,16:58:14.4,"}},
-        {"nothing while not recording",
-         [](Rig& r) {
-             r.sample(3);
-             r.silentSecond(10);
-             r.recorder.Record();
-             r.sample();
-         },
-         {}},
+        {"nothing while not recording", "sample*3 silent*2 record sample", {}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         Rig r;
         ASSERT_TRUE(r.create("test"));
-        c.act(r);
+        r.run(c.script);
         Lines want{kHeader};
         want.insert(want.end(), c.lines.begin(), c.lines.end());
         expectLines(readLines(r.dataFile("test.txt")), want);
         EXPECT_TRUE(r.ui.messages.empty()) << r.ui.messages.front().text;
     }
+    Rig r; // the first automatic record comes at the next sample tick
+    r.cycle.applySamplingTime("5");
+    r.run("create start auto ticks?4");
 }
 
 TEST_F(RecorderTest, DiskFaultsStopRecordingAndKeepTheLines) {
@@ -388,8 +334,7 @@ TEST_F(RecorderTest, DiskFaultsStopRecordingAndKeepTheLines) {
         ASSERT_TRUE(create("test"));
         const fs::path file = dataFile("test.txt"), aside = dataFile("aside.txt");
         fs::remove(aside);
-        startAuto();
-        sample(2);
+        run("start auto sample*2");
         c.strike(file, aside);
         {
             std::optional<pa::testing::WithoutPrivileges> user; // root meets read-only files too
@@ -483,17 +428,13 @@ TEST_F(RecorderTest, DailyFilesChangeAtMidnight) {
     clock.set(23 * 3600 + 59 * 60 + 57.2);
     const std::string base = (profile.path() / "run.txt").string();
     ASSERT_TRUE(recorder.createDailyFilesAt(base));
-    startAuto();
-    sample(3);
-    silentSecond(7); // silence just after midnight: its line goes to the new day's file
-    sample(2);
+    run("start auto sample*3 silent=7 sample*2"); // silence after midnight: in the new day's file
     const fs::path today = profile.path() / "run-2026-11-23.txt";
     EXPECT_EQ(recorder.path(), today.string());
     EXPECT_EQ(recorder.recordsWritten(), 5);
     recorder.EndRecording();
     ASSERT_TRUE(recorder.createDailyFilesAt(base));
-    startAuto();
-    sample();
+    run("start auto sample");
 
     expectLines(readLines(profile.path() / "run-2026-11-22.txt"),
                 {kHeader, "         0, 11-22-2026,23:59:57.2,", "         1,",
@@ -513,8 +454,7 @@ TEST_F(RecorderTest, NextDaysFileThatCannotBeMadeStopsRecording) {
     clock.set(23 * 3600 + 59 * 60 + 59.0);
     ASSERT_TRUE(recorder.createDailyFilesAt((profile.path() / "run.txt").string()));
     fs::create_directory(profile.path() / "run-2026-11-23.txt"); // in the way
-    startAuto();
-    sample(2);
+    run("start auto sample*2");
     EXPECT_FALSE(recorder.recordingRunning());
     ASSERT_EQ(ui.messages.size(), 1u);
     EXPECT_NE(ui.messages[0].text.find("run-2026-11-23.txt"), std::string::npos)
