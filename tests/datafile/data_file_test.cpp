@@ -51,57 +51,53 @@ TEST(DataFileLine, LinesOfTheFile) {
     cut.cost = "$1234567.00";
     cut.energyPerPeriod = "1234567890.00";
     const std::string longClock(200, '9');
-    const struct {
-        std::string line;
-        std::size_t from;
-        std::string expected;
-    } cases[] = {
-        {headerLine("month"), 0,
+    const std::pair<std::string, std::string> cases[] = {
+        {headerLine("month"),
          "      No.s,       Date,      Time, Wattage,      PF, Voltage, Current,"
          "Phase angle,         VA,          VAR,          KWH,     KWH/month Cost"},
-        {headerLine("day"), 122, "       KWH/day Cost"},
-        {headerLine("每年"), 122, "        KWH/每年 Cost"},
-        {recordLine(3, kExample), 0,
+        {headerLine("day").substr(122), "       KWH/day Cost"},
+        {headerLine("每年").substr(122), "        KWH/每年 Cost"},
+        {recordLine(3, kExample),
          "         3, 11-15-2026,16:58:09.4,  123.4W, 0.98 PF,  230.1V,  0.547A,"
          "       11.5,    125.9VA,      25.1VAR,     0.012KWH,    8.60/month 8$0.34"},
-        {recordLine(1234567890, cut).substr(0, 52), 0,
-         "1234567890, 11-15-2026,16:58:09.4,"
-         "2345.67W,  -OL PF,"},
-        {recordLine(1, cut), 122, "67890.00/month 24$1234567.00"},
-        {recordLine(12345678901, cut).substr(0, 11), 0, "2345678901,"},
-        {recordLine(0, cut).substr(0, 11), 0, "         0,"},
-        {recordLine(2.5, cut).substr(0, 11), 0, "       2.5,"},
-        {lostCommunicationLine("11-15-2026", "16:58:09.4"), 0,
+        {recordLine(1234567890, cut).substr(0, 52), "1234567890, 11-15-2026,16:58:09.4,"
+                                                    "2345.67W,  -OL PF,"},
+        {recordLine(1, cut).substr(122), "67890.00/month 24$1234567.00"},
+        {recordLine(12345678901, cut).substr(0, 11), "2345678901,"},
+        {recordLine(0, cut).substr(0, 11), "         0,"},
+        {recordLine(2.5, cut).substr(0, 11), "       2.5,"},
+        {lostCommunicationLine("11-15-2026", "16:58:09.4"),
          " 11-15-2026,16:58:09.4, NO COM, DATA LOST, !, !,!,!,!,!,!,!" + std::string(84, ' ')},
-        {lostCommunicationLine("11-15-2026", longClock), 0,
-         " 11-15-2026," + longClock.substr(0, 131)},
-        {lostCommunicationLine("11-15-2026", ""), 0,
+        {lostCommunicationLine("11-15-2026", longClock), " 11-15-2026," + longClock.substr(0, 131)},
+        {lostCommunicationLine("11-15-2026", ""),
          " 11-15-2026,, NO COM, DATA LOST, !, !,!,!,!,!,!,!" + std::string(94, ' ')},
-        {dateText(2026, 3, 7), 0, "03-07-2026"},
-        {dropCharacters("         3, 11-15-2026,", kNumberFieldWidth), 0, " 11-15-2026,"},
-        {dropCharacters("每月ab", 1), 0, "月ab"},
-        {dropCharacters("ab", 5), 0, ""},
+        {dateText(2026, 3, 7), "03-07-2026"},
+        {dropCharacters("         3, 11-15-2026,", kNumberFieldWidth), " 11-15-2026,"},
+        {dropCharacters("每月ab", 1), "月ab"},
+        {dropCharacters("ab", 5), ""},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(c.line.substr(c.from), c.expected);
+    for (const auto& [line, expected] : cases)
+        EXPECT_EQ(line, expected);
 }
 
 TEST(DataFileName, StaysInTheDataFolderAndEndsInTxt) {
-    const std::pair<const char*, const char*> cases[] = {{"test", "test.txt"},
-                                                         {"test.csv", "test.txt"},
-                                                         {"a.b.c", "a.txt"},
-                                                         {"my data", "my data.txt"},
-                                                         {"記錄.csv", "記錄.txt"},
-                                                         {"dir/sub/name.csv", "name.txt"},
-                                                         {"..\\..\\evil", "evil.txt"},
-                                                         {"C:\\temp\\x.dat", "x.txt"},
-                                                         {"C:x", "x.txt"},
-                                                         {"", ""},
-                                                         {"...", ""},
-                                                         {"   .csv", ""},
-                                                         {".hidden", ""},
-                                                         {"///", ""},
-                                                         {"data/", ""}};
+    const std::pair<const char*, const char*> cases[] = {
+        {"test", "test.txt"},
+        {"test.csv", "test.txt"},
+        {"a.b.c", "a.txt"},
+        {"my data", "my data.txt"},
+        {"記錄.csv", "記錄.txt"},
+        {"dir/sub/name.csv", "name.txt"},
+        {"..\\..\\evil", "evil.txt"},
+        {"C:\\temp\\x.dat", "x.txt"},
+        {"C:x", "x.txt"},
+        {"", ""},
+        {"...", ""},
+        {"   .csv", ""},
+        {".hidden", ""},
+        {"///", ""},
+        {"data/", ""},
+    };
     for (const auto& [typed, name] : cases)
         EXPECT_EQ(normaliseFileName(typed), name) << typed;
 }
