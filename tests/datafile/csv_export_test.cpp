@@ -9,8 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-
 namespace {
 
 namespace fs = std::filesystem;
@@ -43,8 +41,7 @@ std::string exportText(const fs::path& in, const ExportOptions& options, ExportS
     };
     const fs::path out = fs::path(in).replace_extension(".csv");
     EXPECT_EQ(exportCsvFile(in.string(), out.string(), options, summary, callbacks), "");
-    std::ifstream read(out, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(read), {});
+    return readFile(out);
 }
 
 // An entry in one line: its kind, then for records and lost lines the time, W, PF, VAR and
@@ -183,11 +180,9 @@ TEST(CsvExport, WholeFileWithEveryKindOfLine) {
               "2026-11-15T16:58:11.400+00:00,,,,,,,,,,,,,,no_com\r\n"
               "2026-11-15T16:58:09.400+00:00,3,123.4,0.980,230.1,0.547,11.5,125.9,25.1,0.012,8.60,"
               "'=1+2,10,2.50,ok\r\n");
-    EXPECT_EQ(summary.lines, 7u);
-    EXPECT_EQ(summary.records, 3u);
-    EXPECT_EQ(summary.overloads, 1u);
-    EXPECT_EQ(summary.lostLines, 1u);
-    EXPECT_EQ(summary.malformed, 2u);
+    const std::vector<std::uint64_t> counts = {summary.lines, summary.records, summary.overloads,
+                                               summary.lostLines, summary.malformed};
+    EXPECT_EQ(counts, (std::vector<std::uint64_t>{7, 3, 1, 1, 2}));
     ASSERT_EQ(problems.size(), 2u);
     EXPECT_EQ(problems[0].substr(0, 3), "5: ");
     EXPECT_EQ(problems[1], "7: not a record, header or lost-communication line (17 "
