@@ -78,6 +78,13 @@ FAULTS = [
     ("folder error message", "src/datafile/data_folder.cpp", '"Cannot create the folder "',
      '"Could not create the folder "', "datafile"),
     ("alarm unit", "src/alarms/alarm_set.cpp", '{"VAR", "var"}', '{"VAR", "VAr"}', "alarms"),
+    ("stats group cap", "src/datafile/recording_stats.h", "kMostGroups = 50'000",
+     "kMostGroups = 49'999", "datafile"),
+    ("long line cut", "src/datafile/line_index.h", "kLongestShownLine = 4096",
+     "kLongestShownLine = 4095", "datafile"),
+    ("simulator overload word", "sim/display_word.cpp",
+     "encodeValueWord(positive, false, 15, 15, 15, pointPos)",
+     "encodeValueWord(positive, true, 15, 15, 15, pointPos)", "sim"),
 ]
 
 
