@@ -63,12 +63,15 @@ struct Rig {
     fs::path dataFile(const char* name) const {
         return profile.path() / "Documents" / "KV2260" / name;
     }
-    // One sample tick and a poll tick with a frame waiting; one second.
+    // A sample tick and a poll tick with a frame waiting; one second.
     void sample() {
         cycle.Timer1Tick();
+        poll();
+        clock.advance(1);
+    }
+    void poll() {
         port.incoming = instrument.liveFrame();
         cycle.Timer2Tick();
-        clock.advance(1);
     }
     // Runs a script of steps separated by blanks: create (the name "test"), cancel (the name
     // box), start, auto, manual, record, end, type=N and enter (the record-number box), sample
@@ -76,52 +79,43 @@ struct Rig {
     // poll (a frame without a sample tick) and ticks=N (the tick counter); box?N and ticks?N
     // expect the number box and the tick counter. A step*3 is run three times.
     void run(const std::string& script) {
-        std::istringstream steps(script);
-        for (std::string step; steps >> step;) {
-            const auto star = step.find('*');
-            const std::string body = step.substr(0, star);
-            const auto mark = body.find_first_of("=?");
-            const std::string arg = mark == std::string::npos ? "" : body.substr(mark + 1);
-            for (int i = star == std::string::npos ? 1 : std::stoi(step.substr(star + 1)); i > 0;
+        using Arg = const std::string&;
+        const std::map<std::string, std::function<void(Arg)>> steps = {
+            {"create", [&](Arg) { create("test"); }},
+            {"cancel", [&](Arg) { create(std::nullopt); }},
+            {"start", [&](Arg) { recorder.StartRecording(); }},
+            {"auto", [&](Arg) { recorder.NowAuto(); }},
+            {"manual", [&](Arg) { recorder.Manually(); }},
+            {"record", [&](Arg) { recorder.Record(); }},
+            {"end", [&](Arg) { recorder.EndRecording(); }},
+            {"type=", [&](Arg n) { recorder.recordNumberTyped(n); }},
+            {"enter", [&](Arg) { recorder.recordNumberEntered(); }},
+            {"sample", [&](Arg) { sample(); }},
+            {"silent", [&](Arg) { silent(5); }},
+            {"silent=", [&](Arg n) { silent(std::stoi(n)); }},
+            {"poll", [&](Arg) { poll(); }},
+            {"ticks=", [&](Arg n) { state.sampleTickCounter = std::stoi(n); }},
+            {"ticks?", [&](Arg n) { EXPECT_EQ(state.sampleTickCounter, std::stoi(n)); }},
+            {"box?", [&](Arg n) { EXPECT_EQ(recorder.recordNumberText(), n); }},
+        };
+        std::istringstream words(script);
+        for (std::string word; words >> word;) {
+            const auto star = word.find('*'), mark = word.find_first_of("=?");
+            const auto step =
+                steps.find(word.substr(0, mark == std::string::npos ? star : mark + 1));
+            ASSERT_NE(step, steps.end()) << word;
+            for (int i = star == std::string::npos ? 1 : std::stoi(word.substr(star + 1)); i > 0;
                  --i)
-                act(body.substr(0, mark), arg, body);
+                step->second(mark == std::string::npos ? ""
+                                                       : word.substr(mark + 1, star - mark - 1));
         }
     }
-    void act(const std::string& name, const std::string& arg, const std::string& step) {
-        if (name == "create" || name == "cancel")
-            create(name == "create" ? std::optional<std::string>("test") : std::nullopt);
-        else if (name == "start")
-            recorder.StartRecording();
-        else if (name == "auto")
-            recorder.NowAuto();
-        else if (name == "manual")
-            recorder.Manually();
-        else if (name == "record")
-            recorder.Record();
-        else if (name == "end")
-            recorder.EndRecording();
-        else if (name == "type")
-            recorder.recordNumberTyped(arg);
-        else if (name == "enter")
-            recorder.recordNumberEntered();
-        else if (name == "sample")
-            sample();
-        else if (name == "silent") {
-            cycle.Timer1Tick();
-            for (int poll = 0; poll < (arg.empty() ? 5 : std::stoi(arg)); ++poll)
-                cycle.Timer2Tick();
-            clock.advance(1);
-        } else if (name == "poll") {
-            port.incoming = instrument.liveFrame();
+    // A sample tick and `polls` poll ticks without an answer; one second.
+    void silent(int polls) {
+        cycle.Timer1Tick();
+        for (int poll = 0; poll < polls; ++poll)
             cycle.Timer2Tick();
-        } else if (step.starts_with("ticks="))
-            state.sampleTickCounter = std::stoi(arg);
-        else if (step.starts_with("ticks?"))
-            EXPECT_EQ(state.sampleTickCounter, std::stoi(arg)) << step;
-        else if (step.starts_with("box?"))
-            EXPECT_EQ(recorder.recordNumberText(), arg) << step;
-        else
-            ADD_FAILURE() << "no such step: " << step;
+        clock.advance(1);
     }
 
     pa::testing::TempFolder profile;
