@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <optional>
@@ -292,54 +293,47 @@ TEST(Recorder, RecordsAndLostLines) {
     r.run("create start auto ticks?4");
 }
 
+// A disk fault while recording: one message with the file and the reason, recording stops,
+// and the lines before stay where they were written.
 TEST_F(RecorderTest, DiskFaultsStopRecordingAndKeepTheLines) {
+    enum Strike { Planted, Full, Removed, ReadOnly };
     const struct {
-        const char* name;
-        std::function<void(const fs::path& file, const fs::path& aside)> strike;
+        Strike strike;
         const char* reason;
-        bool movedAside;   // the lines written are in `aside` afterwards
         const char* after; // what the message says of the earlier lines
     } cases[] = {
 #ifdef PA_TEST_FILE_SIZE_LIMIT // Windows has no device that is always full, nor a size limit
-        {"link planted in its place",
-         [](const fs::path& file, const fs::path& aside) {
-             // Moved aside, and the name now leads to a device outside the folder.
-             fs::rename(file, aside);
-             fs::create_symlink("/dev/full", file);
-         },
-         "symbolic link, which is not followed", true, "kept in the file"},
-        {"full disk", [](const fs::path&, const fs::path&) {}, // a size limit, below
-         "File too large", false, "kept in the file"},
+        {Planted, "symbolic link, which is not followed", "kept in the file"},
+        {Full, "File too large", "kept in the file"},
 #endif
-        {"removed", [](const fs::path& file, const fs::path& aside) { fs::rename(file, aside); },
-         "No such file or directory", true, "no longer there (removed or moved away)"},
+        {Removed, "No such file or directory", "no longer there (removed or moved away)"},
 #ifndef _WIN32 // under Wine run by root a read-only file stays writable, and no user can be taken
-        {"read-only",
-         [](const fs::path& file, const fs::path&) {
-             fs::permissions(file, fs::perms::owner_read | fs::perms::group_read |
-                                       fs::perms::others_read);
-         },
-         "Permission denied", false, "kept in the file"},
+        {ReadOnly, "Permission denied", "kept in the file"},
 #endif
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+        SCOPED_TRACE(c.reason);
         ui.messages.clear();
         ASSERT_TRUE(create("test"));
         const fs::path file = dataFile("test.txt"), aside = dataFile("aside.txt");
-        fs::remove(aside);
         run("start auto sample*2");
-        c.strike(file, aside);
+        // Moved away, and for the planted link a device put in its place.
+        if (c.strike == Planted || c.strike == Removed)
+            fs::rename(file, aside);
+        if (c.strike == Planted)
+            fs::create_symlink("/dev/full", file);
+        if (c.strike == ReadOnly)
+            fs::permissions(file, fs::perms::owner_read);
         {
             std::optional<pa::testing::WithoutPrivileges> user; // root meets read-only files too
-            if (std::string(c.name) == "read-only")
+            if (c.strike == ReadOnly)
                 user.emplace();
 #ifdef PA_TEST_FILE_SIZE_LIMIT
             std::optional<pa::testing::FileSizeLimit> full;
-            if (std::string(c.name) == "full disk")
+            if (c.strike == Full)
                 full.emplace(fs::file_size(file));
 #endif
-            sample();
+            run("sample");
         }
         ASSERT_EQ(ui.messages.size(), 1u);
         for (const std::string& part : {file.string(), std::string(c.reason), std::string(c.after)})
@@ -347,14 +341,14 @@ TEST_F(RecorderTest, DiskFaultsStopRecordingAndKeepTheLines) {
         EXPECT_EQ(ui.messages[0].icon, pa::app::Icon::Exclamation);
         EXPECT_EQ(recorder.state(), RecordingState::NoFile);
         EXPECT_FALSE(ui.statusVisible);
-        sample();
+        run("sample");
         EXPECT_EQ(ui.messages.size(), 1u) << "one message, then nothing more is written";
-        expectLines(readLines(c.movedAside ? aside : file),
-                    {kHeader, "         0,", "         1,"});
-        if (std::string(c.name) == "removed") {
-            EXPECT_FALSE(fs::exists(file)) << "a removed file is not made again, headerless";
-        }
+        const bool moved = c.strike == Planted || c.strike == Removed;
+        expectLines(readLines(moved ? aside : file), {kHeader, "         0,", "         1,"});
+        EXPECT_EQ(fs::exists(fs::symlink_status(file)), c.strike != Removed)
+            << "a removed file is not made again, headerless";
         fs::remove(file);
+        fs::remove(aside);
     }
 }
 
@@ -362,41 +356,30 @@ TEST_F(RecorderTest, DiskFaultsStopRecordingAndKeepTheLines) {
 // nothing can be started.
 TEST_F(RecorderTest, FailedCreateSaysWhyAndLeavesNoFile) {
     const fs::path plain = profile.path() / "plain", folder = dataFile("");
-    const struct {
-        const char* name;
-        std::function<bool()> create;
-        std::string says;
-    } cases[] = {
-        {"a plain file as the profile",
-         [&] {
-             std::ofstream(plain) << "x";
-             recorder.setProfileFolder(plain.string());
-             return create("test");
-         },
-#ifdef _WIN32
-         (plain / "Documents").string() + ": No such file or directory"},
+    std::ofstream(plain) << "x";
+    recorder.setProfileFolder(plain.string());
+#ifdef _WIN32 // Windows has no device that is always full, and lets read-only folders be written
+    const std::string says[] = {(plain / "Documents").string() + ": No such file or directory"};
 #else
-         (plain / "Documents").string() + ": Not a directory"},
-        // Windows has no device that is always full, and lets read-only folders be written.
-        {"a full device", [&] { return recorder.createFileAt("/dev/full"); },
-         "/dev/full: No space left on device"},
-        {"a read-only folder",
-         [&] {
-             recorder.setProfileFolder(profile.str());
-             fs::create_directories(folder);
-             fs::permissions(folder, fs::perms::owner_read | fs::perms::owner_exec);
-             pa::testing::WithoutPrivileges user; // root meets the folder's permissions too
-             return create("test");
-         },
-         (folder / "test.txt").string() + ": Permission denied"},
+    const std::string says[] = {(plain / "Documents").string() + ": Not a directory",
+                                "/dev/full: No space left on device",
+                                (folder / "test.txt").string() + ": Permission denied"};
 #endif
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const std::string& expected : says) {
         ui.messages.clear();
-        EXPECT_FALSE(c.create());
+        if (expected.starts_with("/dev/full")) {
+            EXPECT_FALSE(recorder.createFileAt("/dev/full"));
+        } else if (expected.ends_with("Permission denied")) {
+            recorder.setProfileFolder(profile.str());
+            fs::create_directories(folder);
+            fs::permissions(folder, fs::perms::owner_read | fs::perms::owner_exec);
+            pa::testing::WithoutPrivileges user; // root meets the folder's permissions too
+            EXPECT_FALSE(create("test"));
+        } else {
+            EXPECT_FALSE(create("test"));
+        }
         ASSERT_EQ(ui.messages.size(), 1u);
-        EXPECT_NE(ui.messages[0].text.find(c.says), std::string::npos) << ui.messages[0].text;
+        EXPECT_NE(ui.messages[0].text.find(expected), std::string::npos) << ui.messages[0].text;
         EXPECT_EQ(recorder.state(), RecordingState::NoFile);
         EXPECT_FALSE(recorder.startEnabled());
     }
