@@ -72,7 +72,7 @@ TEST(DataFileLine, LinesOfTheFile) {
         {lostCommunicationLine("11-15-2026", ""),
          " 11-15-2026,, NO COM, DATA LOST, !, !,!,!,!,!,!,!" + std::string(94, ' ')},
         {dateText(2026, 3, 7), "03-07-2026"},
-        {dropCharacters("         3, 11-15-2026,", kNumberFieldWidth), " 11-15-2026,"},
+        {dropCharacters("         3, 11-15-2026,", 11), " 11-15-2026,"},
         {dropCharacters("每月ab", 1), "月ab"},
         {dropCharacters("ab", 5), ""},
     };
