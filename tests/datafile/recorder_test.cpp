@@ -246,6 +246,8 @@ TEST_F(RecorderTest, AProfileAndAFileNamedOutsideAscii) {
     run("start auto sample");
     expectLines(readLines(home / "Documents" / "KV2260" / pathFromUtf8("medición 每月.txt")),
                 {kHeader, "         0, 11-22-2026,16:58:09.4,"});
+    EXPECT_EQ(recorder.lastRecordText().substr(0, 31), " 11-22-2026,16:58:09.4,  116.4W")
+        << "the last record without its number, as the window shows it";
     EXPECT_TRUE(ui.messages.empty()) << ui.messages.front().text;
 }
 
