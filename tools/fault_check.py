@@ -84,6 +84,13 @@ FAULTS = [
      "kEnvelopeFrom = 3601", "plot"),
     ("alarm log header", "src/alarms/alarm_actions.cpp", '"time,alarm,event,value,unit\\n"',
      '"time,alarm,event,value\\n"', "alarms"),
+    ("stats group cap", "src/datafile/recording_stats.h", "kMostGroups = 50'000",
+     "kMostGroups = 49'999", "datafile"),
+    ("long line cut", "src/datafile/line_index.h", "kLongestShownLine = 4096",
+     "kLongestShownLine = 4095", "datafile"),
+    ("simulator overload word", "sim/display_word.cpp",
+     "encodeValueWord(positive, false, 15, 15, 15, pointPos)",
+     "encodeValueWord(positive, true, 15, 15, 15, pointPos)", "sim"),
 ]
 
 

@@ -81,41 +81,29 @@ TEST(DataFolder, RefusedWithTheFolderAndTheReason) {
 // object lives, through the wide environment on Windows, and puts the old value back.
 class ProfileVariable {
   public:
-    explicit ProfileVariable(const fs::path& folder) {
 #ifdef _WIN32
-        const wchar_t* old = ::_wgetenv(kName);
-        had_ = old != nullptr;
-        saved_ = old ? old : L"";
-        ::_wputenv_s(kName, folder.c_str());
-#else
-        const char* old = std::getenv(kName);
-        had_ = old != nullptr;
-        saved_ = old ? old : "";
-        ::setenv(kName, folder.c_str(), 1);
-#endif
+    explicit ProfileVariable(const fs::path& folder)
+        : saved_(_wgetenv(L"USERPROFILE") ? _wgetenv(L"USERPROFILE") : L"") {
+        ::_wputenv_s(L"USERPROFILE", folder.c_str());
     }
     ~ProfileVariable() {
-#ifdef _WIN32
-        ::_wputenv_s(kName, had_ ? saved_.c_str() : L"");
-#else
-        if (had_)
-            ::setenv(kName, saved_.c_str(), 1);
-        else
-            ::unsetenv(kName);
-#endif
+        ::_wputenv_s(L"USERPROFILE", saved_.c_str());
     }
-    ProfileVariable(const ProfileVariable&) = delete;
-    ProfileVariable& operator=(const ProfileVariable&) = delete;
 
   private:
-#ifdef _WIN32
-    static constexpr const wchar_t* kName = L"USERPROFILE";
     std::wstring saved_;
 #else
-    static constexpr const char* kName = "HOME";
+    explicit ProfileVariable(const fs::path& folder)
+        : saved_(std::getenv("HOME") ? std::getenv("HOME") : "") {
+        ::setenv("HOME", folder.c_str(), 1);
+    }
+    ~ProfileVariable() {
+        ::setenv("HOME", saved_.c_str(), 1);
+    }
+
+  private:
     std::string saved_;
 #endif
-    bool had_ = false;
 };
 
 TEST(DataFolder, FromTheEnvironmentWhateverTheProfileFolderIsCalled) {

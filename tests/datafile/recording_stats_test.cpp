@@ -5,6 +5,7 @@
 #include "datafile/recording_stats.h"
 
 #include "support/test_files.h"
+#include "text/number_text.h"
 
 #include <gtest/gtest.h>
 
@@ -14,17 +15,8 @@ using namespace pa::datafile;
 
 Entry record(RecordingReader& reader, const char* clock, const char* watts,
              const char* pf = "0.90") {
-    RecordTexts t;
-    t.date = "11-15-2026";
-    t.clock = clock;
-    t.watts = watts;
-    t.powerFactor = pf;
-    t.volts = "230.0";
-    t.amps = "1.000";
-    t.energyPerPeriod = "10.00";
-    t.period = "month";
-    t.hoursPerDay = "8";
-    t.cost = "$2.00";
+    const RecordTexts t{"11-15-2026", clock, watts, pf,      "230.0", "1.000", "",
+                        "",           "",    "",    "10.00", "month", "8",     "$2.00"};
     return reader.read(recordLine(0, t));
 }
 
@@ -46,76 +38,75 @@ RecordingStats worked(StatsPer per) {
     return s;
 }
 
+// A group in one line: records, overloads, lost lines and their silence, first and last time,
+// then W and PF as count, minimum@time, maximum@time, mean and sample deviation, and the
+// energy in watt-seconds.
+std::string summary(const StatsGroup& g) {
+    using pa::text::shortestGeneral;
+    std::string text = std::to_string(g.records) + " " + std::to_string(g.overloads) + "OL " +
+                       std::to_string(g.lostLines) + "/" + std::to_string(g.lostMs) + "ms " +
+                       isoTime(g.firstMs).substr(11) + "-" + isoTime(g.lastMs).substr(11);
+    for (const QuantityStats& q : {g.quantities[0], g.quantities[1]})
+        text += " | " + std::to_string(q.count) + " " + shortestGeneral(q.minimum) + "@" +
+                isoTime(q.minimumTimeMs).substr(14) + " " + shortestGeneral(q.maximum) + "@" +
+                isoTime(q.maximumTimeMs).substr(14) + " " + shortestGeneral(q.mean, 10) + " " +
+                shortestGeneral(q.standardDeviation(), 10);
+    return text + " | " + shortestGeneral(g.energyKWh * 3.6e6, 10) + "Ws";
+}
+
+// The worked example as a whole and per hour: 100 W for 1 s and 300 W for 1 s; 200 W ends
+// at the silent spell (3 s from the first silent line to the next record); the overload has
+// no watts nor power to hold, but its power factor counts. Energy goes to the hour in which each
+// interval starts.
 TEST(RecordingStats, WorkedExample) {
-    const RecordingStats s = worked(StatsPer::Whole);
-    const StatsGroup& g = s.whole();
-    EXPECT_EQ(g.records, 5u);
-    EXPECT_EQ(g.overloads, 1u);
-    EXPECT_EQ(g.lostLines, 2u);
-    EXPECT_EQ(g.lostMs, 3000); // from the first silent line to the next record
-    EXPECT_EQ(s.malformedLines(), 1u);
-    EXPECT_EQ(isoTime(g.firstMs), "2026-11-15T10:59:58");
-    EXPECT_EQ(isoTime(g.lastMs), "2026-11-15T11:00:05");
-
-    const QuantityStats& w = g.quantities[0];
-    EXPECT_EQ(w.count, 4u); // the overload has no value
-    EXPECT_EQ(w.minimum, 100);
-    EXPECT_EQ(isoTime(w.minimumTimeMs), "2026-11-15T10:59:58");
-    EXPECT_EQ(w.maximum, 400);
-    EXPECT_EQ(isoTime(w.maximumTimeMs), "2026-11-15T11:00:05");
-    EXPECT_DOUBLE_EQ(w.mean, 250);
-    EXPECT_NEAR(w.standardDeviation(), 129.0994449, 1e-6); // sqrt(50000 / 3)
-    const QuantityStats& pf = g.quantities[1];
-    EXPECT_EQ(pf.minimum, 0.8);
-    EXPECT_EQ(pf.maximum, 1.0);
-    EXPECT_EQ(g.quantities[2].standardDeviation(), 0);
-
-    // 100 W for 1 s and 300 W for 1 s; 200 W ends at the silent spell; the overload has no
-    // power to hold: 400 W·s.
-    EXPECT_NEAR(g.energyKWh, 400.0 / 3.6e6, 1e-15);
-    EXPECT_DOUBLE_EQ(*s.filePrice(), 0.2); // $2.00 for 10.00 kWh
+    const RecordingStats whole = worked(StatsPer::Whole), hours = worked(StatsPer::Hour);
+    ASSERT_EQ(hours.groups().size(), 2u);
+    const std::pair<const StatsGroup*, const char*> cases[] = {
+        {&whole.whole(), "5 1OL 2/3000ms 10:59:58-11:00:05 | 4 100@59:58 400@00:05 250 "
+                         "129.0994449 | 5 0.8@59:58 1@59:59 0.9 0.07071067812 | 400Ws"},
+        {&hours.groups().begin()->second, "2 0OL 0/0ms 10:59:58-10:59:59 | 2 100@59:58 "
+                                          "300@59:59 200 141.4213562 | 2 0.8@59:58 1@59:59 "
+                                          "0.9 0.1414213562 | 400Ws"},
+        {&hours.groups().rbegin()->second, "3 1OL 2/3000ms 11:00:00-11:00:05 | 2 200@00:00 "
+                                           "400@00:05 300 141.4213562 | 3 0.9@00:00 0.9@00:00 "
+                                           "0.9 0 | 0Ws"},
+    };
+    for (const auto& [group, expected] : cases)
+        EXPECT_EQ(summary(*group), expected);
+    EXPECT_EQ(whole.malformedLines(), 1u);
+    EXPECT_DOUBLE_EQ(*whole.filePrice(), 0.2); // $2.00 for 10.00 kWh
 }
 
-TEST(RecordingStats, PerHour) {
-    const RecordingStats s = worked(StatsPer::Hour);
-    ASSERT_EQ(s.groups().size(), 2u);
-    const StatsGroup& ten = s.groups().begin()->second;
-    const StatsGroup& eleven = s.groups().rbegin()->second;
-    EXPECT_EQ(ten.records, 2u);
-    EXPECT_EQ(eleven.records, 3u);
-    EXPECT_EQ(eleven.lostLines, 2u);
-    EXPECT_EQ(eleven.lostMs, 3000);
-    // Energy goes to the hour in which each interval starts.
-    EXPECT_NEAR(ten.energyKWh, 400.0 / 3.6e6, 1e-15);
-    EXPECT_EQ(eleven.energyKWh, 0);
-    EXPECT_EQ(eleven.quantities[0].minimum, 200);
-}
-
+// At most 50,000 groups: records past them are counted as ungrouped, and in the whole.
 TEST(RecordingStats, GroupsAreCappedAndTheWholeStillCountsEverything) {
     RecordingStats s(StatsPer::Hour);
     Entry e;
     e.kind = EntryKind::Record;
-    const std::uint64_t hours = RecordingStats::kMostGroups + 10;
-    for (std::uint64_t h = 0; h < hours; ++h) {
-        e.timeMs = static_cast<std::int64_t>(h) * 3'600'000;
-        s.add(e);
+    const std::pair<std::uint64_t, std::uint64_t> hoursAndUngrouped[] = {
+        {49'999, 0}, {50'000, 0}, {50'001, 1}, {50'010, 10}};
+    std::int64_t hour = 0;
+    for (const auto& [hours, ungrouped] : hoursAndUngrouped) {
+        for (; hour < static_cast<std::int64_t>(hours); ++hour) {
+            e.timeMs = hour * 3'600'000;
+            s.add(e);
+        }
+        EXPECT_EQ(s.groups().size(), std::min<std::uint64_t>(hours, 50'000)) << hours;
+        EXPECT_EQ(s.ungroupedCounts(), ungrouped) << hours;
+        EXPECT_EQ(s.whole().records, hours);
     }
-    EXPECT_EQ(s.groups().size(), RecordingStats::kMostGroups);
-    EXPECT_GT(s.ungroupedCounts(), 0u);
-    EXPECT_EQ(s.whole().records, hours);
 }
 
+// A clock set back holds no energy; silence at the end lasts to the last silent line.
 TEST(RecordingStats, SilenceAtTheEndAndClockGoingBack) {
     RecordingReader reader(2026);
     RecordingStats s;
     s.add(record(reader, "12:00:00.0", "1000.0"));
-    s.add(record(reader, "11:00:00.0", "1000.0")); // clock set back: no energy
+    s.add(record(reader, "11:00:00.0", "1000.0"));
     s.add(reader.read(lostCommunicationLine("11-15-2026", "11:00:01.0")));
     s.add(reader.read(lostCommunicationLine("11-15-2026", "11:00:31.5")));
     s.finish();
+    EXPECT_EQ(summary(s.whole()).substr(0, 29), "2 0OL 2/30500ms 11:00:00-12:0");
     EXPECT_EQ(s.whole().energyKWh, 0);
-    EXPECT_EQ(s.whole().lostMs, 30'500);
-    EXPECT_EQ(isoTime(s.whole().firstMs), "2026-11-15T11:00:00");
 }
 
 TEST(RecordingStats, OutputForms) {

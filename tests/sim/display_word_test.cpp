@@ -8,31 +8,8 @@ namespace {
 
 using namespace pa::sim;
 
-TEST(DisplayWord, PacksSignHalfDigitReversedDigitsAndPoint) {
-    const struct {
-        bool positive, half;
-        int d1, d2, d3, point;
-        std::uint16_t word;
-    } cases[] = {
-        // 1 | 2 | 8<<2 (1) | 4<<6 (2) | 12<<10 (3) | 1<<14 =
-        // 0x0001+0x0002+0x0020+0x0100+0x3000+0x4000
-        {true, true, 1, 2, 3, 1, 0x7123},
-        {true, false, 0, 0, 0, 0, 0x0001},
-        {false, false, 0, 0, 0, 0, 0x0000},
-        // 1 | 2 | 8<<2 (1) | 6<<6 (6) | 2<<10 (4) | 2<<14 = 0x0003+0x0020+0x0180+0x0800+0x8000
-        {true, true, 1, 6, 4, 2, 0x89A3},
-        // kHz | 0 | 10<<6 (5) | 3<<14 = 0x0280+0xC000
-        {false, false, 0, 5, 0, 3, 0xC280},
-        // 2 | 1<<2 (8) | 9<<6 (9) | 14<<10 (7) = 0x0002+0x0004+0x0240+0x3800
-        {false, true, 8, 9, 7, 0, 0x3A46},
-        // non-digit pattern 15 in every place: 1 | 0x3C | 0x3C0 | 0x3C00
-        {true, false, 15, 15, 15, 0, 0x3FFD},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(encodeValueWord(c.positive, c.half, c.d1, c.d2, c.d3, c.point), c.word)
-            << std::hex << c.word;
-}
-
+// A word: bit 0 set when positive, bit 1 the leading 1, three digits from bit 2 on (each
+// digit's four bits in reverse order: 1 is 8, 3 is 12) and the point's place in bits 14-15.
 TEST(DisplayWord, ReadingsRoundAndClampToTheDisplay) {
     const struct {
         double shown;

@@ -1,6 +1,10 @@
-// The simulator behind the program's Port interface.
+// The simulator behind the program's Port interface, and the router that gives the programs
+// the system's serial port or, under one name, the simulator in this process (how --simulate
+// works where there are no pseudo-terminals).
 #include "inprocess_port.h"
+#include "port_router.h"
 #include "serial_line.h"
+#include "support/recording_port.h"
 
 #include <gtest/gtest.h>
 
@@ -8,14 +12,20 @@ namespace {
 
 using namespace pa::sim;
 
-class InProcessPortTest : public ::testing::Test {
+class PortTest : public ::testing::Test {
   protected:
+    void SetUp() override {
+        system.devices = {"COM3"};
+        router.addSimulated("SIM", port);
+    }
     Instrument meter{Load{230, 0.55, 0.92, 50, 0}};
-    InProcessPort port{meter};
+    InProcessPort port{meter, "SIM"};
+    pa::testing::RecordingPort system;
+    PortRouter router{system};
     const std::string frame = Instrument{Load{230, 0.55, 0.92, 50, 0}}.liveFrame();
 };
 
-TEST_F(InProcessPortTest, OpensOnlyTheInstrumentsPresentFreeDevice) {
+TEST_F(PortTest, OpensOnlyTheInstrumentsPresentFreeDevice) {
     const struct {
         const char* name;
         bool present, busy, opens;
@@ -39,7 +49,7 @@ TEST_F(InProcessPortTest, OpensOnlyTheInstrumentsPresentFreeDevice) {
     EXPECT_EQ(port.portName(), "SIM");
 }
 
-TEST_F(InProcessPortTest, WritesReachTheInstrumentAtTheSettingsSpeed) {
+TEST_F(PortTest, WritesReachTheInstrumentAtTheSettingsSpeed) {
     port.setPortName("SIM");
     ASSERT_TRUE(port.open());
     port.write(" ");
@@ -59,7 +69,7 @@ TEST_F(InProcessPortTest, WritesReachTheInstrumentAtTheSettingsSpeed) {
     EXPECT_EQ(meter.baud(), 2400);
 }
 
-TEST_F(InProcessPortTest, ClosingOrLosingTheDeviceDropsWaitingBytes) {
+TEST_F(PortTest, ClosingOrLosingTheDeviceDropsWaitingBytes) {
     port.setPortName("SIM");
     ASSERT_TRUE(port.open());
     port.write(" ");
@@ -75,6 +85,34 @@ TEST_F(InProcessPortTest, ClosingOrLosingTheDeviceDropsWaitingBytes) {
     EXPECT_EQ(port.bytesWaiting(), 0);
     EXPECT_FALSE(port.lastError().empty());
     EXPECT_FALSE(port.open());
+}
+
+// Each name reaches its own device; settings hold for whichever opens next.
+TEST_F(PortTest, RouterGivesEachNameItsOwnDevice) {
+    router.setSettings("2400,n,8,1");
+    ASSERT_TRUE(router.setPortName("COM3"));
+    ASSERT_TRUE(router.open());
+    router.write(" ");
+    EXPECT_EQ(system.written, " ");
+    EXPECT_EQ(system.settings(), "2400,n,8,1");
+    EXPECT_EQ(meter.requestsServed(), 0);
+    router.close();
+
+    ASSERT_TRUE(router.setPortName("SIM"));
+    EXPECT_EQ(router.portName(), "SIM");
+    EXPECT_EQ(port.lineBaud(), 2400);
+    router.setSettings("9600,n,8,1");
+    ASSERT_TRUE(router.open());
+    router.write(" ");
+    EXPECT_EQ(router.bytesWaiting(), 21);
+    EXPECT_EQ(router.readAll(), frame);
+    EXPECT_EQ(system.written, " ") << "nothing more went to the serial port";
+
+    EXPECT_FALSE(router.setPortName("COM3")) << "no new name while a port is open";
+    router.close();
+    ASSERT_TRUE(router.setPortName("COM4"));
+    EXPECT_FALSE(router.open());
+    EXPECT_EQ(router.lastError(), "no such device") << "the system port's own reason";
 }
 
 } // namespace

@@ -1,21 +1,22 @@
-// The instrument model through receive(): what each byte from the program brings back.
+// The instrument model through receive(): what each byte from the program brings back, to
+// the live display and to the logger (commands, memory and faults).
 #include "instrument.h"
 #include "serial_line.h"
 #include "support/bytes.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 
 namespace {
 
 using namespace pa::sim;
+using pa::testing::bytes;
 
 Load quiet(double volts = 230, double amps = 0.55, double pf = 0.92, double hz = 50) {
     return {volts, amps, pf, hz, 0.0};
 }
-
-using pa::testing::bytes;
 
 BlockWord block(const std::string& frame, int index) {
     const auto at = [&](int i) { return static_cast<unsigned char>(frame.at(i)); };
@@ -34,59 +35,39 @@ TEST(Instrument, BlankAsksForOneFrameOtherBytesAreIgnored) {
     EXPECT_EQ(meter.receive(bytes({'x', '\r', 0, 'Z', 0xFF})), "");
     EXPECT_EQ(meter.requestsServed(), 3);
     EXPECT_EQ(meter.framesSent(), 3);
-}
-
-TEST(Instrument, LoadSetsEveryDisplay) {
-    const struct {
-        Load load;
-        double watts;
-    } cases[] = {{quiet(230, 5, 1.0), 1150}, {quiet(12, 1.5, 0.5), 9}, {quiet(230, 2, -0.5), -230}};
-    for (const auto& c : cases) {
-        Instrument meter(c.load);
-        const std::string frame = meter.liveFrame();
-        ASSERT_EQ(frame.size(), 21u);
-        EXPECT_EQ(frame[0], kStx);
-        EXPECT_EQ(block(frame, 0), showOnRange(c.watts, kWattRanges)) << c.watts;
-        EXPECT_EQ(block(frame, 1), showOnRange(c.load.powerFactor, kPowerFactorRanges));
-        EXPECT_EQ(block(frame, 2), showOnRange(c.load.volts, kVoltRanges));
-        EXPECT_EQ(block(frame, 3), showOnRange(c.load.amps, kAmpRanges));
-    }
+    // The power is volts times amps times the power factor, with its sign.
+    const std::pair<Load, BlockWord> watts[] = {{quiet(230, 5, 1.0), {193, 0x02A3}},   // 1150
+                                                {quiet(12, 1.5, 0.5), {192, 0x8241}},  // 9.0
+                                                {quiet(230, 2, -0.5), {193, 0x0310}}}; // -230
+    for (const auto& [load, word] : watts)
+        EXPECT_EQ(block(Instrument(load).liveFrame(), 0), word) << load.volts;
 }
 
 TEST(Instrument, FrequencyReplyIsFiveBytesInKilohertz) {
-    const struct {
-        double hz;
-        std::string reply;
-    } cases[] = {
+    const std::pair<double, std::string> cases[] = {
         {50, bytes({0x02, 0x05, 0x80, 0xC2, 0x03})},   // .050, unit bit clear for kHz
         {60, bytes({0x02, 0x05, 0x80, 0xC1, 0x03})},   // 6 -> nibble 6 at bits 6-9
         {400, bytes({0x02, 0x05, 0x08, 0xC0, 0x03})},  // 4 -> nibble 2 at bits 2-5
         {2500, bytes({0x02, 0x05, 0x90, 0x42, 0x03})}, // 2.50 kHz on the next range, P = 1
     };
-    for (const auto& c : cases) {
-        Instrument meter(quiet(230, 0.55, 0.92, c.hz));
-        EXPECT_EQ(meter.receive("\xF5"), c.reply) << c.hz;
-    }
+    for (const auto& [hz, reply] : cases)
+        EXPECT_EQ(Instrument(quiet(230, 0.55, 0.92, hz)).receive("\xF5"), reply) << hz;
 }
 
 TEST(Instrument, BaudCharactersSwitchTheLineSpeed) {
     Instrument meter(quiet());
     EXPECT_EQ(meter.baud(), 9600);
-    const struct {
-        char command;
-        int baud;
-    } cases[] = {{'4', 4800}, {'2', 2400}, {'1', 1200}, {'9', 9600}};
-    for (const auto& c : cases) {
-        EXPECT_EQ(meter.receive(std::string(1, c.command), meter.baud()), "");
-        EXPECT_EQ(meter.baud(), c.baud);
-        EXPECT_EQ(meter.receive(" ", c.baud), kQuietFrame) << "clean at the new speed";
+    for (const auto& [command, baud] :
+         {std::pair{'4', 4800}, {'2', 2400}, {'1', 1200}, {'9', 9600}}) {
+        EXPECT_EQ(meter.receive(std::string(1, command), meter.baud()), "");
+        EXPECT_EQ(meter.baud(), baud);
+        EXPECT_EQ(meter.receive(" ", baud), kQuietFrame) << "clean at the new speed";
     }
     // The answer to a blank after "2" leaves at 2400 baud; the program still listens at 9600.
     EXPECT_EQ(meter.receive("2 ", 9600), resampleLine(kQuietFrame, 2400, 9600));
     // Heard even at the wrong speed, so that a program can always bring the speeds together.
     EXPECT_EQ(meter.receive("9", 1200), "");
     EXPECT_EQ(meter.baud(), 9600);
-    EXPECT_NE(meter.receive(" ", 4800), kQuietFrame);
 }
 
 TEST(Instrument, DisplayStates) {
@@ -95,30 +76,25 @@ TEST(Instrument, DisplayStates) {
     meter.setDisplay(Display::Hold);
     meter.setLoad(quiet(100, 1, 1.0));
     const std::string held = meter.receive(" ");
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_EQ(block(held, i).code, kHoldCode);
-        EXPECT_EQ(block(held, i).word, block(kQuietFrame, i).word) << "the held reading";
-    }
+    for (int i = 0; i < 4; ++i)
+        EXPECT_EQ(block(held, i), (BlockWord{255, block(kQuietFrame, i).word}));
     EXPECT_EQ(meter.receive("\xF5"), bytes({0x02, 0xFF, 0x80, 0xC2, 0x03}));
 
+    // Each display on the range of its reading: 100.0 W, 1.000, 100.0 V, 1.000 A.
     meter.setDisplay(Display::Overload);
     const std::string over = meter.receive(" ");
-    // Each display on the range of its reading: 100.0 W, 1.000, 100.0 V, 1.000 A.
-    const BlockWord overloads[] = {{192, encodeOverload(true, 2)},
-                                   {208, encodeOverload(true, 3)},
-                                   {3, encodeOverload(true, 2)},
-                                   {49, encodeOverload(true, 3)}};
+    const BlockWord overloads[] = {{192, 0xBFFD}, {208, 0xFFFD}, {3, 0xBFFD}, {49, 0xFFFD}};
     for (int i = 0; i < 4; ++i)
         EXPECT_EQ(block(over, i), overloads[i]) << i;
 
     meter.setDisplay(Display::StartUp);
     const std::string init = meter.receive(" ");
     for (int i = 0; i < 4; ++i)
-        EXPECT_EQ(block(init, i).word, kStartUpWord);
+        EXPECT_EQ(block(init, i).word, 0xFFFF);
     EXPECT_EQ(meter.receive("\xF5"), bytes({0x02, 0x05, 0xFF, 0xFF, 0x03}));
 
     meter.setDisplay(Display::Normal);
-    EXPECT_EQ(block(meter.receive(" "), 0), showOnRange(100, kWattRanges));
+    EXPECT_EQ(block(meter.receive(" "), 0), (BlockWord{192, 0x8003})); // 100.0 W
 }
 
 TEST(Instrument, Faults) {
@@ -154,45 +130,103 @@ TEST(Instrument, Faults) {
     EXPECT_EQ(meter.receive(" "), kQuietFrame);
 }
 
-TEST(Instrument, NoiseIsBoundedAndFollowsTheSeed) {
-    auto frames = [](unsigned seed) {
-        Instrument meter(Load{}, seed);
-        std::vector<std::string> out;
-        for (int i = 0; i < 40; ++i)
-            out.push_back(meter.liveFrame());
-        return out;
+// Noise of 0.2 % follows the seed; a swing varies the current as a sine over its period.
+TEST(Instrument, NoiseAndSwingVaryTheCurrent) {
+    auto amps = [](const Load& load, unsigned seed, int frames) {
+        Instrument meter(load, seed);
+        std::vector<std::uint16_t> words;
+        for (int i = 0; i < frames; ++i)
+            words.push_back(block(meter.liveFrame(), 3).word);
+        return words;
     };
-    const auto a = frames(7);
-    EXPECT_EQ(a, frames(7));
-    EXPECT_NE(a, frames(8));
-    std::set<std::uint16_t> amps;
-    for (const std::string& f : a)
-        amps.insert(block(f, 3).word);
+    const auto a = amps(Load{}, 7, 40);
+    EXPECT_EQ(a, amps(Load{}, 7, 40));
+    EXPECT_NE(a, amps(Load{}, 8, 40));
     // 0.55 A +- 0.2 % stays within .549 to .551.
-    const std::set<std::uint16_t> allowed{encodeReading(0.549, 3), encodeReading(0.55, 3),
-                                          encodeReading(0.551, 3)};
-    EXPECT_GT(amps.size(), 1u);
-    for (std::uint16_t w : amps)
-        EXPECT_TRUE(allowed.count(w)) << std::hex << w;
+    const std::set<std::uint16_t> seen(a.begin(), a.end()), allowed{0xC2A9, 0xE2A9, 0xE4A9};
+    EXPECT_GT(seen.size(), 1u);
+    EXPECT_TRUE(std::includes(allowed.begin(), allowed.end(), seen.begin(), seen.end()));
+
+    Load swing = quiet(230, 1.0);
+    swing.swing = 0.5;
+    swing.swingPeriod = 4; // 20 frames at five a second: 1 + 0.5 sin(2 pi n / 20) A
+    const auto swung = amps(swing, 1, 26);
+    const std::pair<int, std::uint16_t> expected[] = {
+        {0, 0xC003}, {5, 0xC02B}, {10, 0xC003}, {15, 0xC029}, {25, 0xC02B}}; // 1.000 1.500 .500
+    for (const auto& [frame, word] : expected)
+        EXPECT_EQ(swung[frame], word) << frame;
 }
 
-TEST(Instrument, SwingVariesTheCurrentAsASineOverItsPeriod) {
-    Load load = quiet(230, 1.0);
-    load.swing = 0.5;
-    load.swingPeriod = 4; // 20 frames at five a second
-    Instrument meter(load);
-    // Frame n is measured at phase n / 20: the current at 1 + 0.5 sin(2 pi n / 20).
-    const struct {
-        int frame;
-        double amps;
-    } expected[] = {{0, 1.0}, {5, 1.5}, {10, 1.0}, {15, 0.5}, {20, 1.0}, {25, 1.5}};
-    int n = 0;
-    for (const auto& e : expected) {
-        std::string frame;
-        for (; n <= e.frame; ++n)
-            frame = meter.liveFrame();
-        EXPECT_EQ(block(frame, 3), showOnRange(e.amps, kAmpRanges)) << "frame " << e.frame;
-    }
+TEST(LoggerModel, CommandsAndTheirReplies) {
+    Instrument meter;
+    EXPECT_EQ(meter.receive("X"), bytes({2, 0, 3}));
+    // Argument bytes are the logger's, even when they look like live commands (' ' = 32).
+    EXPECT_EQ(meter.receive("W" + bytes({32, 0, 0x5A})), "");
+    EXPECT_EQ(meter.receive("R" + bytes({32, 0})), bytes({2, 0x5A, 3}));
+    EXPECT_EQ(meter.framesSent(), 0);
+    // Split across writes, as the program sends them.
+    EXPECT_EQ(meter.receive("R"), "");
+    EXPECT_EQ(meter.receive(bytes({6})), "");
+    EXPECT_EQ(meter.receive(bytes({0})), bytes({2, 0x20, 3})); // 8 KB memory size byte
+    meter.receive("EEES" + bytes({'G', 'N', 'T', 'E', 'E'}));
+    EXPECT_EQ(meter.logger().serviceCommands(),
+              (std::vector<std::string>{"EEE", "S", "G", "N", "T"}));
+    // The live exchange still works between logger commands.
+    EXPECT_EQ(meter.receive(" ").size(), 21u);
+}
+
+TEST(LoggerModel, DownloadIsTheWholeMemoryFramed) {
+    Instrument meter;
+    meter.logger().appendRecord(116.38, 0.55, 230, 0.92);
+    const std::string stream = meter.receive("U");
+    ASSERT_EQ(stream.size(), 8192u + 2);
+    EXPECT_EQ(stream.front(), '\x02');
+    EXPECT_EQ(stream.back(), '\x03');
+    EXPECT_EQ(static_cast<unsigned char>(stream[1 + 20]), 104);  // the pointer after one record
+    EXPECT_EQ(static_cast<unsigned char>(stream[1 + 96]), 0xA3); // 116.4 W: the word 0x89A3
+}
+
+TEST(LoggerModel, RecordingAndSelfTestingRefuseWritesAndShowInTheStatus) {
+    Instrument meter;
+    meter.logger().setRecording(true);
+    EXPECT_EQ(meter.receive("X"), bytes({2, 1, 3}));
+    meter.receive("W" + bytes({5, 0, 2}));
+    EXPECT_EQ(meter.logger().at(5), 0);
+    meter.logger().setRecording(false);
+    meter.logger().setSelfTesting(true);
+    EXPECT_EQ(meter.receive("X"), bytes({2, 0x20, 3}));
+    meter.receive("W" + bytes({5, 0, 2}));
+    EXPECT_EQ(meter.logger().at(5), 0);
+    EXPECT_EQ(meter.logger().writes(), 0);
+}
+
+TEST(LoggerModel, RequestedSelfTestRunsAtPowerOn) {
+    Instrument meter;
+    meter.receive("W" + bytes({45, 0, 150}));
+    meter.logger().powerCycle(false, 0x0102);
+    EXPECT_EQ(meter.logger().at(45), 2);
+    EXPECT_EQ(meter.logger().word(46), 0x0102);
+    meter.logger().powerCycle(true); // nothing requested: the verdict stays
+    EXPECT_EQ(meter.logger().at(45), 2);
+}
+
+TEST(LoggerModel, FaultsHitTheCountedRepliesOnly) {
+    Instrument meter;
+    meter.logger().fillRecords(4, Load{});
+    meter.logger().setFault(LoggerFault::NoReply, 1, 1);
+    EXPECT_EQ(meter.receive("X"), bytes({2, 0, 3}));
+    EXPECT_EQ(meter.receive("X"), "");
+    EXPECT_EQ(meter.receive("X"), bytes({2, 0, 3}));
+    meter.logger().setFault(LoggerFault::BadFraming, 1);
+    EXPECT_EQ(meter.receive("X"), bytes({0x15, 0, 3}));
+    meter.logger().setFault(LoggerFault::ShortStream, 1);
+    EXPECT_EQ(meter.receive("X"), bytes({2, 0, 3})) << "stream faults wait for a download";
+    EXPECT_EQ(meter.receive("U").size(), 1u + 96 + 16 + 1);
+    meter.logger().setFault(LoggerFault::NoEtx, 1);
+    EXPECT_NE(meter.receive("U").back(), '\x03');
+    EXPECT_EQ(meter.receive("U").back(), '\x03');
+    meter.setFault(Fault::Silent);
+    EXPECT_EQ(meter.receive("X"), "");
 }
 
 } // namespace

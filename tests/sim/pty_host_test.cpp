@@ -70,28 +70,21 @@ class Line {
 
 const std::string kFrame = Instrument(kQuiet).liveFrame();
 
-TEST(PtyHost, AnswersABlankWithAFrame) {
+// A blank brings a frame back, at the speed the program sets on its side.
+TEST(PtyHost, AnswersAtTheSpeedTheProgramSets) {
     PtyHost host(kQuiet);
     ASSERT_TRUE(host.start()) << host.lastError();
-    Line line(host.devicePath(), B9600);
-    ASSERT_TRUE(line.isOpen());
-    line.send(" ");
-    EXPECT_EQ(line.receive(21), kFrame);
-    line.send("\xF5");
-    EXPECT_EQ(line.receive(5).size(), 5u);
-    EXPECT_EQ(host.framesSent(), 1);
-    EXPECT_EQ(host.requestsServed(), 2);
-}
-
-TEST(PtyHost, FollowsTheSpeedTheProgramSets) {
-    PtyHost host(kQuiet);
-    ASSERT_TRUE(host.start());
     Line line(host.devicePath(), B2400); // the instrument still runs at 9600
+    ASSERT_TRUE(line.isOpen());
     line.send(" ");
     const std::string garbled = resampleLine(kFrame, 9600, 2400);
     EXPECT_EQ(line.receive(garbled.size(), 500), garbled);
 
     line.setSpeed(B9600);
+    line.send(" ");
+    EXPECT_EQ(line.receive(21), kFrame);
+    line.send("\xF5");
+    EXPECT_EQ(line.receive(5), std::string("\x02\x05\x80\xC2\x03", 5));
     line.send("4");
     line.setSpeed(B4800);
     line.send(" ");
@@ -101,11 +94,15 @@ TEST(PtyHost, FollowsTheSpeedTheProgramSets) {
     EXPECT_EQ(baud, 4800);
 }
 
-TEST(PtyHost, FaultsChangeBetweenRequestsAndReopeningKeepsTheDevice) {
+// Faults change between requests, reopening keeps the device, and stopping makes it vanish
+// at once.
+TEST(PtyHost, FaultsReopeningAndStopping) {
     PtyHost host(kQuiet);
     ASSERT_TRUE(host.start());
+    EXPECT_TRUE(host.start()) << "starting twice is harmless";
+    const std::string path = host.devicePath();
     {
-        Line line(host.devicePath(), B9600);
+        Line line(path, B9600);
         host.withInstrument([](Instrument& meter) { meter.setFault(Fault::Silent); });
         line.send(" ");
         EXPECT_EQ(line.receive(1, 150), "");
@@ -114,29 +111,17 @@ TEST(PtyHost, FaultsChangeBetweenRequestsAndReopeningKeepsTheDevice) {
         EXPECT_EQ(line.receive(21, 100), kFrame.substr(0, 12));
     }
     host.withInstrument([](Instrument& meter) { meter.setFault(Fault::None); });
-    Line again(host.devicePath(), B9600);
-    ASSERT_TRUE(again.isOpen());
+    Line again(path, B9600);
     again.send(" ");
     EXPECT_EQ(again.receive(21), kFrame);
-}
-
-TEST(PtyHost, StoppingMakesThePortVanishQuickly) {
-    auto host = std::make_unique<PtyHost>(kQuiet);
-    ASSERT_TRUE(host->start());
-    EXPECT_TRUE(host->start()) << "starting twice is harmless";
-    const std::string path = host->devicePath();
-    Line line(path, B9600);
-    line.send(" ");
-    ASSERT_EQ(line.receive(21).size(), 21u);
 
     const auto before = Clock::now();
-    host->stop();
+    host.stop();
     EXPECT_LT(Clock::now() - before, std::chrono::milliseconds(500));
-    EXPECT_FALSE(host->running());
-    EXPECT_TRUE(line.hungUp());
+    EXPECT_FALSE(host.running());
+    EXPECT_TRUE(again.hungUp());
     EXPECT_FALSE(Line(path, B9600).isOpen());
-    host->stop();
-    host.reset();
+    host.stop();
 }
 
 } // namespace
