@@ -1,20 +1,15 @@
-// The datalogger and self-test windows offscreen, opened from the main window, against the
-// in-process simulator on virtual time.
+// The datalogger and self-test windows offscreen, opened from the main window against the
+// in-process simulator on virtual time, and the status window that shows the speed check and
+// the progress of a download.
+#include "app/meter_link.h"
 #include "gui_support.h"
-#include "inprocess_port.h"
 #include "logger/Logger.h"
-#include "logger/diag.h"
 #include "qt/qt_ui.h"
-#include "support/fake_clock.h"
-#include "support/scripted_ui.h"
+#include "support/recording_port.h"
 #include "ui/CHKSPEED.h"
-#include "ui/MeterRec.h"
 
-#include <QApplication>
 #include <QComboBox>
-#include <QDir>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <gtest/gtest.h>
@@ -24,78 +19,45 @@ namespace {
 using pa::testing::shown;
 
 struct LoggerWindow : ::testing::Test {
-    pa::sim::Load load{230, 0.55, 0.92, 50, 0};
-    pa::sim::Instrument meter{load};
-    pa::sim::InProcessPort port{meter};
-    pa::testing::FakeClock clock;
-    pa::testing::ScriptedUi ui;
-    pa::app::ProgramState state;
-    pa::ui::MeterRec window{state, port, clock, ui};
-
     void SetUp() override {
-        window.openPort("SIM");
-        ASSERT_TRUE(port.isOpen());
-        state.baudCode = 9;
+        rig.window.openPort("SIM");
+        ASSERT_TRUE(rig.port.isOpen());
+        rig.state.baudCode = 9;
     }
+    pa::testing::SimRig rig;
+    pa::sim::LoggerModel& logger = rig.meter.logger();
 };
 
+// The menu item opens the window; Read Status fills it and hands the live cycle back; a
+// choice in a list, Enter in the sampling box and a console command reach the logger.
 TEST_F(LoggerWindow, DataloggerMenuOpensTheWindowAndTheStatusButtonFillsIt) {
-    QAction* item = window.findChild<QAction*>("datalogger");
-    ASSERT_TRUE(item);
-    EXPECT_TRUE(item->isEnabled());
-    meter.logger().fillRecords(12, load);
-    item->trigger();
-    auto* logger = window.findChild<pa::logger::Logger*>("Logger");
-    ASSERT_TRUE(logger);
-    EXPECT_TRUE(logger->isVisible());
+    logger.fillRecords(12, rig.load);
+    rig.window.findChild<QAction*>("datalogger")->trigger();
+    auto* window = rig.window.findChild<pa::logger::Logger*>("Logger");
+    ASSERT_TRUE(window && window->isVisible());
+    window->findChild<QPushButton*>("Read_Status")->click();
+    EXPECT_EQ(shown(window, "Label1_30"), "IDLE");
+    EXPECT_EQ(shown(window, "Label1_7"), "12");
+    EXPECT_EQ(shown(window, "Label1_5"), "8K");
+    EXPECT_EQ(window->findChild<QLineEdit*>("Text1_2")->text(), "16:58:00");
+    EXPECT_EQ(window->findChild<QComboBox*>("Combo2")->currentText(), "9600");
+    EXPECT_TRUE(rig.window.timer2().isActive()) << "the live cycle is handed back";
 
-    logger->findChild<QPushButton*>("Read_Status")->click();
-    EXPECT_EQ(shown(logger, "Label1_30"), "IDLE");
-    EXPECT_EQ(shown(logger, "Label1_7"), "12");
-    EXPECT_EQ(shown(logger, "Label1_5"), "8K");
-    EXPECT_EQ(logger->findChild<QLineEdit*>("Text1_2")->text(), "16:58:00");
-    EXPECT_EQ(logger->findChild<QComboBox*>("Combo2")->currentText(), "9600");
-    EXPECT_TRUE(window.timer2().isActive()) << "the live cycle is handed back";
-
-    // A user's choice of "One Shot" reaches the logger after its note.
-    auto* output = logger->findChild<QComboBox*>("Combo3");
-    output->setCurrentIndex(2);
+    auto* output = window->findChild<QComboBox*>("Combo3");
+    output->setCurrentIndex(2); // "One Shot", after its note
     emit output->activated(2);
-    EXPECT_EQ(meter.logger().at(59), 2);
-    EXPECT_EQ(ui.messages.size(), 1u);
-
-    // Enter in the sampling box writes the rounded count and shows it.
-    auto* sampling = logger->findChild<QLineEdit*>("Text1_3");
+    EXPECT_EQ(logger.at(59), 2);
+    EXPECT_EQ(rig.ui.messages.size(), 1u);
+    auto* sampling = window->findChild<QLineEdit*>("Text1_3");
     sampling->setText("3");
     emit sampling->returnPressed();
-    EXPECT_EQ(meter.logger().word(18), 8);
-    EXPECT_EQ(sampling->text(), "3.2   ");
-
-    auto* console = logger->findChild<QLineEdit*>("Text2");
+    EXPECT_EQ(logger.word(18), 8);
+    EXPECT_EQ(sampling->text(), "3.2   ") << "the rounded count is written and shown";
+    auto* console = window->findChild<QLineEdit*>("Text2");
     console->setText("W 7 42");
     emit console->returnPressed();
-    EXPECT_EQ(meter.logger().at(7), 42);
-    EXPECT_EQ(shown(logger, "Label1_40"), "2A");
-
-    QDir().mkpath(PA_TEST_OUTPUT_DIR);
-    EXPECT_TRUE(logger->grab().save(PA_TEST_OUTPUT_DIR "/logger.png"));
-}
-
-TEST_F(LoggerWindow, DiagnosticReadsTheSelfTestResults) {
-    meter.logger().setWord(41, 2);
-    meter.logger().setWord(43, 300);
-    auto* logger = window.openLogger();
-    auto* item = logger->findChild<QAction*>("show_diag");
-    ASSERT_TRUE(item);
-    item->trigger();
-    auto* d = logger->findChild<pa::logger::diag*>("diag");
-    ASSERT_TRUE(d);
-    d->findChild<QPushButton*>("diag_read")->click();
-    EXPECT_EQ(shown(d, "Panel1_1"), "OK");
-    EXPECT_EQ(shown(d, "Panel1_3"), "2");
-    EXPECT_EQ(shown(d, "Panel1_5"), "300");
-    EXPECT_EQ(shown(d, "Panel2_1"), "PASS");
-    EXPECT_TRUE(d->grab().save(PA_TEST_OUTPUT_DIR "/diag.png"));
+    EXPECT_EQ(logger.at(7), 42);
+    EXPECT_EQ(shown(window, "Label1_40"), "2A");
 }
 
 // The progress window of a download offers Cancel (and Escape) only while a transfer runs.
@@ -120,6 +82,42 @@ TEST(ProgressWindow, CancelIsOfferedDuringATransferAndEscapePressesIt) {
         EXPECT_FALSE(ui.statusCancelled()) << "a press belongs to the transfer it ended";
     }
     ui.statusHide();
+}
+
+// Counts the paints of one label and the texts it showed when painted.
+struct TextPaints : QObject {
+    explicit TextPaints(QLabel* label) : label(label) { label->installEventFilter(this); }
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (watched == label && event->type() == QEvent::Paint)
+            painted << label->text();
+        return false;
+    }
+    QLabel* label;
+    QStringList painted;
+};
+
+// The speed check times 1010 screen updates: each one must be painted then and there, not
+// merged into one paint when the event loop next runs, or a slow PC is never found.
+TEST(StatusWindow, EverySpeedCheckUpdateReachesTheScreen) {
+    pa::qt::QtUi ui;
+    pa::testing::RecordingPort port;
+    pa::testing::FakeClock clock;
+    pa::app::ProgramState state;
+    pa::app::MeterLink link(port, clock, ui, state);
+    ui.statusShow(); // at start-up the port prompt runs the event loop before the check
+    ASSERT_TRUE(
+        pa::testing::waitFor([&] { return ui.statusWindow()->testAttribute(Qt::WA_Mapped); }));
+    TextPaints counter(ui.statusWindow()->findChild<QLabel*>("Text1"));
+    link.CheckPcSpeed();
+    ASSERT_EQ(counter.painted.size(), 1010) << "one paint per update, before the check ends";
+    const struct {
+        int index;
+        const char* text;
+    } seen[] = {
+        {0, "      100"}, {99, "      1"}, {100, "      "}, {101, "      100"}, {1009, "      "}};
+    for (const auto& s : seen) // the mask's # shows nothing for 0
+        EXPECT_EQ(counter.painted[s.index], s.text) << s.index;
+    EXPECT_FALSE(ui.statusWindow()->isVisible()) << "the check hides the window at its end";
 }
 
 } // namespace
