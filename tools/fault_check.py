@@ -78,6 +78,12 @@ FAULTS = [
     ("folder error message", "src/datafile/data_folder.cpp", '"Cannot create the folder "',
      '"Could not create the folder "', "datafile"),
     ("alarm unit", "src/alarms/alarm_set.cpp", '{"VAR", "var"}', '{"VAR", "VAr"}', "alarms"),
+    ("slow PC bound", "src/app/meter_link.cpp", "if (elapsed >= kSlowPcSeconds)",
+     "if (elapsed > kSlowPcSeconds)", "app"),
+    ("trend pause status", "src/trend/trend_store.cpp", 'return "paused";', 'return "pause";',
+     "trend"),
+    ("port line after reset", "src/ui/MeterRec.cpp", "    showPortState();\n    showRecording();",
+     "    showRecording();", None),
 ]
 
 

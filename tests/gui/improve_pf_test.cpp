@@ -1,5 +1,5 @@
-// The PF improvement window offscreen: opened from the main window against the simulator on
-// a pseudo-terminal (one Get Hz, 5.5 s), and on its own with fixed readouts.
+// The PF improvement window offscreen, on fixed readouts. (Opened from the main window: the
+// manual's screenshots and the pause tests.)
 #include "pfimprove/ImprovePF.h"
 
 #include "gui_support.h"
@@ -29,8 +29,7 @@ QColor boxColour(const ImprovePF& w, int i) {
     return w.box(i)->palette().color(QPalette::Base);
 }
 
-// The window reading fixed texts as the main window shows them (it is opened from the main
-// window in the manual's screenshots and the pause tests).
+// The window reading fixed texts as the main window shows them.
 class ImprovePFAlone : public ::testing::Test {
   protected:
     void SetUp() override { window.show(); }
