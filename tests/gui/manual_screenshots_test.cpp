@@ -9,6 +9,7 @@
 #include "support/data_file_writer.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QDir>
 #include <QImage>
 #include <QKeyEvent>
@@ -159,26 +160,44 @@ TEST(ManualScreenshots, PlotWindowOnARecordedFile) {
     saveShot(window, "plotfile.png");
 }
 
-// The datalogger holding a morning's records, and its self-test results.
+// The datalogger holding a morning's records, opened from the main window: Read Status fills
+// it and hands the live cycle back; a choice in a list (after its note), Enter in the sampling
+// box and a console command reach the logger. Then its self-test results.
 TEST(ManualScreenshots, LoggerAndSelfTest) {
     pa::testing::SimRig rig;
     const pa::sim::Load load{230, 2.6, 0.78, 50, 0};
     rig.meter.setLoad(load);
-    pa::ui::MeterRec& window = rig.window;
-    pa::sim::Instrument& meter = rig.meter;
-    window.openPort("SIM");
-    ASSERT_TRUE(rig.port.isOpen());
-    meter.logger().fillRecords(240, load);
-
-    window.findChild<QAction*>("datalogger")->trigger();
-    auto* logger = window.findChild<pa::logger::Logger*>("Logger");
-    ASSERT_TRUE(logger);
+    pa::sim::LoggerModel& memory = rig.meter.logger();
+    rig.window.openPort("SIM");
+    rig.state.baudCode = 9;
+    memory.fillRecords(240, load);
+    rig.window.findChild<QAction*>("datalogger")->trigger();
+    auto* logger = rig.window.findChild<pa::logger::Logger*>("Logger");
+    ASSERT_TRUE(logger && logger->isVisible());
     logger->findChild<QPushButton*>("Read_Status")->click();
-    EXPECT_EQ(shown(logger, "Label1_7"), "240");
+    const struct {
+        const char *label, *text;
+    } fields[] = {{"Label1_30", "IDLE"}, {"Label1_7", "240"}, {"Label1_5", "8K"}};
+    for (const auto& f : fields)
+        EXPECT_EQ(shown(logger, f.label), f.text) << f.label;
+    EXPECT_EQ(logger->findChild<QComboBox*>("Combo2")->currentText(), "9600");
+    EXPECT_TRUE(rig.window.timer2().isActive()) << "the live cycle is handed back";
     saveShot(*logger, "logger.png");
 
-    meter.logger().setWord(41, 0); // no write failures
-    meter.logger().setWord(43, 0);
+    auto* output = logger->findChild<QComboBox*>("Combo3");
+    output->setCurrentIndex(2); // "One Shot"
+    emit output->activated(2);
+    EXPECT_EQ(memory.at(59), 2);
+    EXPECT_EQ(rig.ui.messages.size(), 1u);
+    enter(logger->findChild<QLineEdit*>("Text1_3"), "3");
+    EXPECT_EQ(memory.word(18), 8);
+    EXPECT_EQ(logger->findChild<QLineEdit*>("Text1_3")->text(), "3.2   ") << "rounded, shown";
+    enter(logger->findChild<QLineEdit*>("Text2"), "W 7 42");
+    EXPECT_EQ(memory.at(7), 42);
+    EXPECT_EQ(shown(logger, "Label1_40"), "2A");
+
+    memory.setWord(41, 0); // no write failures
+    memory.setWord(43, 0);
     logger->findChild<QAction*>("show_diag")->trigger();
     auto* d = logger->findChild<pa::logger::diag*>("diag");
     ASSERT_TRUE(d);

@@ -1,64 +1,15 @@
-// The datalogger and self-test windows offscreen, opened from the main window against the
-// in-process simulator on virtual time, and the status window that shows the speed check and
-// the progress of a download.
+// The status window that shows the computer-speed check and the progress of a download. (The
+// datalogger window itself: the manual's screenshots and the pause tests.)
 #include "app/meter_link.h"
 #include "gui_support.h"
-#include "logger/Logger.h"
 #include "qt/qt_ui.h"
 #include "support/recording_port.h"
 #include "ui/CHKSPEED.h"
 
-#include <QComboBox>
 #include <QKeyEvent>
-#include <QLineEdit>
-#include <QPushButton>
 #include <gtest/gtest.h>
 
 namespace {
-
-using pa::testing::shown;
-
-struct LoggerWindow : ::testing::Test {
-    void SetUp() override {
-        rig.window.openPort("SIM");
-        ASSERT_TRUE(rig.port.isOpen());
-        rig.state.baudCode = 9;
-    }
-    pa::testing::SimRig rig;
-    pa::sim::LoggerModel& logger = rig.meter.logger();
-};
-
-// The menu item opens the window; Read Status fills it and hands the live cycle back; a
-// choice in a list, Enter in the sampling box and a console command reach the logger.
-TEST_F(LoggerWindow, DataloggerMenuOpensTheWindowAndTheStatusButtonFillsIt) {
-    logger.fillRecords(12, rig.load);
-    rig.window.findChild<QAction*>("datalogger")->trigger();
-    auto* window = rig.window.findChild<pa::logger::Logger*>("Logger");
-    ASSERT_TRUE(window && window->isVisible());
-    window->findChild<QPushButton*>("Read_Status")->click();
-    EXPECT_EQ(shown(window, "Label1_30"), "IDLE");
-    EXPECT_EQ(shown(window, "Label1_7"), "12");
-    EXPECT_EQ(shown(window, "Label1_5"), "8K");
-    EXPECT_EQ(window->findChild<QLineEdit*>("Text1_2")->text(), "16:58:00");
-    EXPECT_EQ(window->findChild<QComboBox*>("Combo2")->currentText(), "9600");
-    EXPECT_TRUE(rig.window.timer2().isActive()) << "the live cycle is handed back";
-
-    auto* output = window->findChild<QComboBox*>("Combo3");
-    output->setCurrentIndex(2); // "One Shot", after its note
-    emit output->activated(2);
-    EXPECT_EQ(logger.at(59), 2);
-    EXPECT_EQ(rig.ui.messages.size(), 1u);
-    auto* sampling = window->findChild<QLineEdit*>("Text1_3");
-    sampling->setText("3");
-    emit sampling->returnPressed();
-    EXPECT_EQ(logger.word(18), 8);
-    EXPECT_EQ(sampling->text(), "3.2   ") << "the rounded count is written and shown";
-    auto* console = window->findChild<QLineEdit*>("Text2");
-    console->setText("W 7 42");
-    emit console->returnPressed();
-    EXPECT_EQ(logger.at(7), 42);
-    EXPECT_EQ(shown(window, "Label1_40"), "2A");
-}
 
 // The progress window of a download offers Cancel (and Escape) only while a transfer runs.
 TEST(ProgressWindow, CancelIsOfferedDuringATransferAndEscapePressesIt) {
