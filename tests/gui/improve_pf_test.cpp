@@ -6,7 +6,6 @@
 #include "pfimprove/PfPictures.h"
 
 #include <QApplication>
-#include <QGroupBox>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPrinter>
@@ -106,18 +105,16 @@ TEST_F(ImprovePFAlone, RefusalsEmptyTheBoxesAndOtherKeysDoNothing) {
     EXPECT_FALSE(window.calculator().hasImproved());
 }
 
+// A resize refreshes the present state. In Chinese the labels keep a readable size (every
+// text translated: the main window's Chinese walk).
 TEST_F(ImprovePFAlone, RefreshesOnResizeAndSpeaksChinese) {
     readouts[pa::live::kW] = "200";
     window.resize(window.width() + 40, window.height());
     QApplication::processEvents();
-    EXPECT_EQ(shown(&window, "Circuit_0"), "200") << "a resize refreshes the present state";
+    EXPECT_EQ(shown(&window, "Circuit_0"), "200");
     window.applyCaptions(2);
-    EXPECT_EQ(window.windowTitle(), "功因改善篇(電感負載參考用)");
     EXPECT_EQ(shown(&window, "Label1_0"), "現有->");
     EXPECT_EQ(window.findChild<QLabel*>("Label1_0")->font().pointSize(), 12);
-    EXPECT_EQ(window.findChild<QGroupBox*>("Frame_diagram")->title(), "電力相位圖");
-    enter(4, "10");
-    EXPECT_EQ(window.box(4)->text(), "10.0");
     window.applyCaptions(1);
     EXPECT_EQ(shown(&window, "Label1_2"),
               "Type in target value and hit return to calculate needed capacitance");

@@ -167,16 +167,6 @@ TEST_F(TrendChartTest, SavesTheShownSpanAsPngAndCsv) {
         << ui.messages.back().text;
 }
 
-// In Chinese (the English texts are seen by the other tests).
-TEST_F(TrendChartTest, CaptionsInChinese) {
-    ticks(3);
-    chart.applyCaptions(2);
-    EXPECT_EQ(chart.windowTitle(), "趨勢圖");
-    EXPECT_EQ(child<QPushButton>("trend_pause")->text(), "暫停(&P)");
-    EXPECT_EQ(child<QComboBox>("trend_quantity")->itemText(0), "瓦特(W)");
-    EXPECT_TRUE(stats().contains("最小值")) << stats().toStdString();
-}
-
 // A pause of the readings is a gap marked paused, never a line from its start to its end,
 // and the read-out names its cause; the view's zoom, read-out, span, axis ranges and
 // Pause/Live button behave as the user sees them.
