@@ -2,7 +2,6 @@
 // they sit in the menu, what they ask, what they write (the CSV with the separator of the
 // system's number format, the report as a PDF beside the recording, opened) and what they say.
 #include "plot/PlotFile.h"
-#include "support/data_file_writer.h"
 #include "ui/SurveyReport.h"
 #include "ui/VIEW.h"
 
@@ -23,19 +22,10 @@ using pa::testing::ScriptedUi;
 
 // n records, then a lost-communication line when asked, then a line that is no record.
 std::string recording(const pa::testing::TempFolder& dir, long n, bool lost) {
-    const std::string path = (dir.path() / "load.txt").string();
-    pa::testing::DataFileWriter w(path);
-    w.line(pa::testing::headerLine());
-    for (long i = 0; i < n; ++i) {
-        pa::testing::RecordTexts r;
-        r.number = i;
-        r.clock = pa::testing::clockFor(i);
-        w.line(pa::testing::recordLine(r));
-    }
+    std::vector<std::string> after{"a line of nothing"};
     if (lost)
-        w.line(pa::testing::lostCommunicationLine("11-15-2026", "08:00:05.0"));
-    w.line("a line of nothing");
-    return path;
+        after.insert(after.begin(), pa::testing::lostCommunicationLine("11-15-2026", "08:00:05.0"));
+    return pa::testing::writeRecording(dir.path() / "load.txt", n, {}, after);
 }
 
 QStringList fileMenuTexts(QMainWindow& window) {

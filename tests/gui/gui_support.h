@@ -18,9 +18,11 @@
 #include "pty_host.h"
 #include "qt/qt_clock.h"
 #include "qt/qt_port.h"
+#include "support/data_file_writer.h"
 #include "support/fake_clock.h"
 #include "support/scripted_ui.h"
 #include "support/test_files.h"
+#include "text/mask_format.h"
 #include "ui/MeterRec.h"
 
 namespace pa::testing {
@@ -87,6 +89,28 @@ inline int pdfPages(const QString& path) {
     if (!bytes.startsWith("%PDF-"))
         return -1;
     return static_cast<int>(bytes.count("/Type /Page") - bytes.count("/Type /Pages"));
+}
+
+// A recording as the program writes it: the header, records 0..n-1 one second apart (the
+// wattage of record i wattOf(i), or the writer's default), then the lines given.
+inline std::string writeRecording(const std::filesystem::path& path, long n,
+                                  const std::function<double(long)>& wattOf = {},
+                                  const std::vector<std::string>& after = {}) {
+    DataFileWriter w(path.string());
+    w.line(headerLine());
+    for (long i = 0; i < n; ++i) {
+        RecordTexts r;
+        r.number = i;
+        r.clock = clockFor(i);
+        if (wattOf) {
+            r.watt = text::formatMask(wattOf(i), "0.0");
+            r.cost = "0.0";
+        }
+        w.line(recordLine(r));
+    }
+    for (const std::string& line : after)
+        w.line(line);
+    return path.string();
 }
 
 // Runs act on the next modal dialog once it is up (the caller then opens the dialog and

@@ -6,7 +6,6 @@
 #include "logger/diag.h"
 #include "pfimprove/ImprovePF.h"
 #include "plot/PlotFile.h"
-#include "support/data_file_writer.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -124,23 +123,14 @@ TEST(ManualScreenshots, MainWindowImprovePfAndViewer) {
 // Half an hour of a refrigerator, one record a second: the compressor starts with a surge,
 // runs about six minutes and rests about four.
 std::string refrigeratorFile() {
-    const std::string path = (fs::path(::testing::TempDir()) / "refrigerator.txt").string();
-    pa::testing::DataFileWriter w(path);
-    w.line(pa::testing::headerLine());
-    for (long i = 0; i < 1800; ++i) {
+    const auto watt = [](long i) {
         const long inCycle = (i + 200) % 600;
-        double watt = 2.5;
-        if (inCycle < 360)
-            watt = 96 + 14 * std::exp(-inCycle / 90.0) + 180 * std::exp(-inCycle / 3.0) +
-                   1.5 * std::sin(i * 0.7);
-        pa::testing::RecordTexts r;
-        r.number = i;
-        r.clock = pa::testing::clockFor(i);
-        r.watt = QString::number(watt, 'f', 1).toStdString();
-        r.cost = "0.0";
-        w.line(pa::testing::recordLine(r));
-    }
-    return path;
+        return inCycle >= 360 ? 2.5
+                              : 96 + 14 * std::exp(-inCycle / 90.0) +
+                                    180 * std::exp(-inCycle / 3.0) + 1.5 * std::sin(i * 0.7);
+    };
+    return pa::testing::writeRecording(fs::path(::testing::TempDir()) / "refrigerator.txt", 1800,
+                                       watt);
 }
 
 TEST(ManualScreenshots, PlotWindowOnARecordedFile) {

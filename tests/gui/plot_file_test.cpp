@@ -11,7 +11,6 @@
 #include <QtCharts/QChartView>
 #include <QtCharts/QLineSeries>
 #include <QtCharts/QValueAxis>
-#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
 
@@ -34,20 +33,9 @@ template <class Axis> Axis* axis(PlotFile& w, Qt::Orientation o) {
 
 // A day-like load curve with a recorded header, as a real file starts.
 std::string recordedFile(const char* name, long n) {
-    const std::string path = pa::testing::tempFile(name);
-    pa::testing::DataFileWriter w(path);
-    w.line(pa::testing::headerLine());
-    for (long i = 0; i < n; ++i) {
-        pa::testing::RecordTexts r;
-        r.number = i;
-        r.clock = pa::testing::clockFor(i);
-        const double watt = 800 + 400 * std::sin(i / 300.0) + (i % 7) * 5;
-        r.watt = QString::number(watt, 'f', 1).toStdString();
-        r.volt = QString::number(229 + std::cos(i / 50.0), 'f', 1).toStdString();
-        r.cost = "0.0";
-        w.line(pa::testing::recordLine(r));
-    }
-    return path;
+    return pa::testing::writeRecording(pa::testing::tempFile(name), n, [](long i) {
+        return 800 + 400 * std::sin(i / 300.0) + static_cast<double>(i % 7) * 5;
+    });
 }
 
 // A quantity plots every record under its title; scale, titles, grid, statistics, zoom and
