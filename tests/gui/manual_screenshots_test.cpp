@@ -67,10 +67,12 @@ TEST(ManualScreenshots, MainWindowImprovePfAndViewer) {
     pa::testing::ScriptedUi ui;
     pa::testing::PtyRig rig(ui, load);
     pa::ui::MeterRec& window = rig.window;
-    window.setPorts({{"ttyUSB0", rig.sim.devicePath(), true}}, false);
+    // A USB adapter is named beside its COM number by its stable by-id name.
+    window.setPorts({{"ttyUSB0", rig.sim.devicePath(), true, "by-id:A5", "usb-FTDI_A5-port0"}},
+                    false);
     window.startup();
     window.show();
-    menuItem(&window, "COM 1   (ttyUSB0)")->trigger();
+    menuItem(&window, "COM 1   (ttyUSB0, usb-FTDI_A5-port0)")->trigger();
     enter(window.findChild<QLineEdit*>("set_d_per_kwh"), "0.25");
     enter(window.findChild<QLineEdit*>("set_hrs_per_day"), "6");
     ASSERT_TRUE(waitFor([&] { return !window.panel(pa::live::kKWH)->text().isEmpty(); }));
