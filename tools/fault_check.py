@@ -91,6 +91,12 @@ FAULTS = [
     ("simulator overload word", "sim/display_word.cpp",
      "encodeValueWord(positive, false, 15, 15, 15, pointPos)",
      "encodeValueWord(positive, true, 15, 15, 15, pointPos)", "sim"),
+    ("slow PC bound", "src/app/meter_link.cpp", "if (elapsed >= kSlowPcSeconds)",
+     "if (elapsed > kSlowPcSeconds)", "app"),
+    ("trend pause status", "src/trend/trend_store.cpp", 'return "paused";', 'return "pause";',
+     "trend"),
+    ("port line after reset", "src/ui/MeterRec.cpp", "    showPortState();\n    showRecording();",
+     "    showRecording();", None),
 ]
 
 

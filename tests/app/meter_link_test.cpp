@@ -14,13 +14,9 @@
 
 namespace {
 
-using pa::app::MeterLink;
-using pa::testing::FakeClock;
-using pa::testing::RecordingPort;
-using pa::testing::ScriptedUi;
-namespace fs = std::filesystem;
-
+using pa::app::SystemPort;
 using pa::testing::readFile;
+namespace fs = std::filesystem;
 
 class MeterLinkTest : public ::testing::Test {
   protected:
@@ -33,36 +29,45 @@ class MeterLinkTest : public ::testing::Test {
         link.setComDevices({"/dev/ttyUSB0", "/dev/ttyUSB1", "/dev/ttyS0", "", ""});
         port.devices = {"/dev/ttyUSB0", "/dev/ttyS0"};
     }
+    std::string commport() const { return readFile(folder / "commport.dat"); }
 
-    RecordingPort port;
-    FakeClock clock;
-    ScriptedUi ui;
+    pa::testing::RecordingPort port;
+    pa::testing::FakeClock clock;
+    pa::testing::ScriptedUi ui;
     pa::app::ProgramState state;
-    MeterLink link{port, clock, ui, state};
+    pa::app::MeterLink link{port, clock, ui, state};
     pa::testing::TempFolder temp;
     fs::path folder = temp.path();
     bool timersOn = false;
     int timerSwitches = 0;
 };
 
-TEST_F(MeterLinkTest, StartupAsksForAPortAndSendsNothing) {
-    state.language = 2;
-    state.baudCode = 4;
-    int captionsApplied = 0;
-    link.Startup([&] { ++captionsApplied; });
-
-    ASSERT_EQ(ui.messages.size(), 1u);
-    EXPECT_EQ(ui.messages[0].text, "Select COM port from the OPTION menu");
-    EXPECT_EQ(ui.messages[0].icon, pa::app::Icon::None);
-    EXPECT_EQ(ui.messages[0].buttons, pa::app::Buttons::Ok);
-    EXPECT_EQ(captionsApplied, 1);
-    EXPECT_EQ(state.language, 1);
-    EXPECT_EQ(state.baudCode, 0);
-    EXPECT_EQ(state.tickPeriod, 1000);
-    EXPECT_FALSE(timersOn);
-    EXPECT_EQ(timerSwitches, 1) << "start-up switches the timers off once";
-    EXPECT_TRUE(port.written.empty());
-    EXPECT_FALSE(ui.statusVisible) << "the status window is hidden after the speed check";
+// Start-up resets the language, baud and tick, sends nothing and asks for a port unless one
+// was named on the command line.
+TEST_F(MeterLinkTest, StartupAsksForAPortUnlessOneWasNamed) {
+    for (const bool ask : {true, false}) {
+        SCOPED_TRACE(ask);
+        ui.messages.clear();
+        state.language = 2;
+        state.baudCode = 4;
+        int captionsApplied = 0;
+        timerSwitches = 0;
+        link.Startup([&] { ++captionsApplied; }, ask);
+        ASSERT_EQ(ui.messages.size(), ask ? 1u : 0u);
+        if (ask) {
+            EXPECT_EQ(ui.messages[0].text, "Select COM port from the OPTION menu");
+            EXPECT_EQ(ui.messages[0].icon, pa::app::Icon::None);
+            EXPECT_EQ(ui.messages[0].buttons, pa::app::Buttons::Ok);
+        }
+        EXPECT_EQ(captionsApplied, 1);
+        EXPECT_EQ(state.language, 1);
+        EXPECT_EQ(state.baudCode, 0);
+        EXPECT_EQ(state.tickPeriod, 1000);
+        EXPECT_FALSE(timersOn);
+        EXPECT_EQ(timerSwitches, 1) << "start-up switches the timers off once";
+        EXPECT_TRUE(port.written.empty());
+        EXPECT_FALSE(ui.statusVisible) << "the status window is hidden after the speed check";
+    }
 }
 
 // Slow from 1.5 s for the check's readings on, also when they run across midnight.
@@ -83,66 +88,53 @@ TEST_F(MeterLinkTest, SpeedCheckThresholdIsInclusive) {
     }
 }
 
+// A port chosen by number, or by a name the COM menu lists, opens, starts sampling and is
+// written to commport.dat (replacing the file); an unlisted name opens but is not recorded.
 TEST_F(MeterLinkTest, SelectingAPortOpensItWritesCommPortAndStartsSampling) {
     EXPECT_TRUE(link.SelectPort(3));
     EXPECT_TRUE(ui.messages.empty());
-    EXPECT_TRUE(port.isOpen());
     EXPECT_EQ(port.portName(), "/dev/ttyS0");
     EXPECT_EQ(link.portCaption(), "COM 3");
     EXPECT_TRUE(timersOn);
     EXPECT_EQ(port.written, " ");
-    EXPECT_EQ(readFile(folder / "commport.dat"), " 3 \r\n");
-
-    // A second selection replaces the file rather than appending to it.
+    EXPECT_EQ(commport(), " 3 \r\n");
     port.close();
-    EXPECT_TRUE(link.SelectPort(1));
-    EXPECT_EQ(readFile(folder / "commport.dat"), " 1 \r\n");
+    EXPECT_TRUE(link.SelectPortByName("/dev/ttyUSB0"));
+    EXPECT_EQ(link.portCaption(), "COM 1");
+    EXPECT_EQ(commport(), " 1 \r\n");
+    port.close();
+    port.devices.insert("/dev/pts/7");
+    EXPECT_TRUE(link.SelectPortByName("/dev/pts/7"));
+    EXPECT_EQ(link.portCaption(), "/dev/pts/7");
+    EXPECT_EQ(commport(), " 1 \r\n");
+    EXPECT_EQ(pa::app::commPortLine(16), " 16 \r\n");
 }
 
+// Missing ports are refused with their number or name and nothing starts; while a port is
+// open (the port-open flag is never set, so it is never closed first) a second one is refused.
 TEST_F(MeterLinkTest, UnavailablePortsAreReportedAndNothingStarts) {
     for (int n : {2, 5, 16, 17, 0}) {
         ui.messages.clear();
         EXPECT_FALSE(link.SelectPort(n)) << n;
         ASSERT_EQ(ui.messages.size(), 1u) << n;
-        const std::string expected = "COM " + std::to_string(n) + " not available";
-        EXPECT_EQ(ui.messages[0].text, expected);
+        EXPECT_EQ(ui.messages[0].text, "COM " + std::to_string(n) + " not available");
         EXPECT_FALSE(link.lastFailure().empty()) << "the reason is kept for the status line";
-        EXPECT_EQ(ui.messages[0].buttons, pa::app::Buttons::Ok);
     }
     EXPECT_FALSE(timersOn);
     EXPECT_TRUE(port.written.empty());
     EXPECT_FALSE(fs::exists(folder / "commport.dat"));
-}
 
-// Nothing sets the port-open flag, so the first port is never closed before a switch: the
-// second selection is refused and the first port stays in use.
-TEST_F(MeterLinkTest, SecondPortWhileOpenIsRefusedAndTheFirstStays) {
     ASSERT_TRUE(link.SelectPort(1));
     EXPECT_FALSE(link.SelectPort(3));
-    ASSERT_EQ(ui.messages.size(), 1u);
-    EXPECT_EQ(ui.messages[0].text, "COM 3 not available");
-    EXPECT_TRUE(port.isOpen());
+    EXPECT_EQ(ui.messages.back().text, "COM 3 not available");
     EXPECT_EQ(port.portName(), "/dev/ttyUSB0");
     EXPECT_EQ(link.portCaption(), "COM 1");
     EXPECT_EQ(std::count(port.calls.begin(), port.calls.end(), "close"), 0);
-    EXPECT_EQ(readFile(folder / "commport.dat"), " 1 \r\n");
-}
-
-TEST_F(MeterLinkTest, PortsByNameUseTheirComNumberWhenListed) {
-    EXPECT_TRUE(link.SelectPortByName("/dev/ttyS0"));
-    EXPECT_EQ(link.portCaption(), "COM 3");
-    EXPECT_EQ(readFile(folder / "commport.dat"), " 3 \r\n");
-
-    port.close();
-    port.devices.insert("/dev/pts/7");
-    EXPECT_TRUE(link.SelectPortByName("/dev/pts/7"));
-    EXPECT_EQ(link.portCaption(), "/dev/pts/7");
-    EXPECT_EQ(readFile(folder / "commport.dat"), " 3 \r\n") << "an unnumbered port is not recorded";
-
+    EXPECT_EQ(commport(), " 1 \r\n");
     port.close();
     EXPECT_FALSE(link.SelectPortByName("/dev/nothing"));
     EXPECT_EQ(ui.messages.back().text, "/dev/nothing not available");
-    ASSERT_TRUE(link.SelectPortByName("/dev/pts/7"));
+    ASSERT_TRUE(link.SelectPortByName("/dev/ttyS0"));
     EXPECT_EQ(link.lastFailure(), "") << "a success forgets the last reason";
 }
 
@@ -163,9 +155,7 @@ TEST_F(MeterLinkTest, LiveSamplingOnlyForOne) {
 TEST_F(MeterLinkTest, BaudChangeTellsTheInstrumentFirstThenReopens) {
     const struct {
         int index;
-        const char* command;
-        const char* settings;
-        const char* caption;
+        const char *command, *settings, *caption;
         int code;
     } cases[] = {{0, "9", "9600,n,8,1", "Baud rate (9600)", 9},
                  {1, "4", "4800,n,8,1", "Baud rate (4800)", 4},
@@ -182,7 +172,6 @@ TEST_F(MeterLinkTest, BaudChangeTellsTheInstrumentFirstThenReopens) {
         EXPECT_EQ(port.calls, expected) << c.index;
         EXPECT_EQ(link.baudCaption(), c.caption);
         EXPECT_EQ(state.baudCode, c.code);
-        EXPECT_TRUE(port.isOpen());
     }
     port.calls.clear();
     for (int outside : {-1, 4})
@@ -191,70 +180,46 @@ TEST_F(MeterLinkTest, BaudChangeTellsTheInstrumentFirstThenReopens) {
     EXPECT_EQ(state.baudCode, 1);
 }
 
-TEST(CommPortFile, NumbersArePrintedWithSignAndTrailingBlank) {
-    EXPECT_EQ(pa::app::commPortLine(3), " 3 \r\n");
-    EXPECT_EQ(pa::app::commPortLine(16), " 16 \r\n");
-}
-
-} // namespace
-
-TEST_F(MeterLinkTest, APortNamedAtStartIsNotAskedFor) {
-    link.Startup({}, false);
-    EXPECT_TRUE(ui.messages.empty());
-    EXPECT_FALSE(timersOn);
-}
-
 // The live cycle's port reset after an adapter was pulled out and plugged in again: found by
 // its stable identity wherever the system lists it now, never at a device name that another
-// device may have been given meanwhile.
+// device may have been given meanwhile; a port without identity opens its old name again.
 TEST_F(MeterLinkTest, ResetReopensAnAdapterWhereverItComesBack) {
+    const SystemPort adapter{"ttyUSB0", "/dev/ttyUSB0", true, "usb:0403:6001:A1"};
+    const SystemPort other{"ttyUSB0", "/dev/ttyUSB0", true, "usb:067b:2303:B7"};
+    const SystemPort plain{"ttyUSB0", "/dev/ttyUSB0", false, ""};
     const struct {
         const char* name;
-        std::vector<pa::app::SystemPort> listedAfter;
+        SystemPort before;
+        std::vector<SystemPort> listedAfter;
         std::set<std::string> devicesAfter;
         bool open;
         std::string at;
     } cases[] = {
-        {"same name",
-         {{"ttyUSB0", "/dev/ttyUSB0", true, "usb:0403:6001:A1"}},
-         {"/dev/ttyUSB0"},
-         true,
-         "/dev/ttyUSB0"},
+        {"same name", adapter, {adapter}, {"/dev/ttyUSB0"}, true, "/dev/ttyUSB0"},
         {"another name",
-         {{"ttyUSB1", "/dev/ttyUSB1", true, "usb:0403:6001:A1"},
-          {"ttyUSB0", "/dev/ttyUSB0", true, "usb:067b:2303:B7"}},
+         adapter,
+         {{"ttyUSB1", "/dev/ttyUSB1", true, "usb:0403:6001:A1"}, other},
          {"/dev/ttyUSB0", "/dev/ttyUSB1"},
          true,
          "/dev/ttyUSB1"},
-        {"still out",
-         {{"ttyUSB0", "/dev/ttyUSB0", true, "usb:067b:2303:B7"}},
-         {"/dev/ttyUSB0"},
-         false,
-         "/dev/ttyUSB0"},
+        {"still out", adapter, {other}, {"/dev/ttyUSB0"}, false, "/dev/ttyUSB0"},
+        {"no identity", plain, {plain}, {"/dev/ttyUSB0"}, true, "/dev/ttyUSB0"},
     };
     for (const auto& c : cases) {
-        std::vector<pa::app::SystemPort> listed = {
-            {"ttyUSB0", "/dev/ttyUSB0", true, "usb:0403:6001:A1"}};
+        SCOPED_TRACE(c.name);
+        std::vector<SystemPort> listed = {c.before};
         link.setPortCatalogue([&listed] { return listed; });
         port.close();
         port.setPortName("");
-        ASSERT_TRUE(link.SelectPortByName("/dev/ttyUSB0")) << c.name;
+        port.devices = {"/dev/ttyUSB0", "/dev/ttyS0"};
+        ASSERT_TRUE(link.SelectPortByName("/dev/ttyUSB0"));
         port.close(); // pulled out
         listed = c.listedAfter;
         port.devices = c.devicesAfter;
-        EXPECT_EQ(link.ReopenPort(), c.open) << c.name;
-        EXPECT_EQ(port.isOpen(), c.open) << c.name;
-        EXPECT_EQ(port.portName(), c.at) << c.name;
-        port.devices = {"/dev/ttyUSB0", "/dev/ttyS0"};
+        EXPECT_EQ(link.ReopenPort(), c.open);
+        EXPECT_EQ(port.isOpen(), c.open);
+        EXPECT_EQ(port.portName(), c.at);
     }
 }
 
-TEST_F(MeterLinkTest, ResetOfAPortWithoutStableIdentityOpensTheSameName) {
-    link.setPortCatalogue([] {
-        return std::vector<pa::app::SystemPort>{{"ttyS0", "/dev/ttyS0", false, ""}};
-    });
-    ASSERT_TRUE(link.SelectPort(3));
-    port.close();
-    EXPECT_TRUE(link.ReopenPort());
-    EXPECT_EQ(port.portName(), "/dev/ttyS0");
-}
+} // namespace

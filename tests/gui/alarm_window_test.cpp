@@ -6,13 +6,7 @@
 #include "alarms/AlarmBanner.h"
 #include "alarms/AlarmEditor.h"
 #include "gui_support.h"
-#include "pty_host.h"
-#include "qt/qt_clock.h"
-#include "qt/qt_port.h"
-#include "support/scripted_ui.h"
-#include "support/test_files.h"
 #include "trend/TrendChart.h"
-#include "ui/MeterRec.h"
 
 #include <QApplication>
 #include <QDir>
@@ -29,73 +23,62 @@ using pa::testing::waitFor;
 
 // Named for `./dev.sh shots`, which re-grabs the banner picture with the other manual pictures.
 TEST(ManualScreenshotsAlarm, EditorBannerAcknowledgeLogAndMark) {
-    pa::sim::Load load;
-    load.noise = 0; // 116.4 W
-    pa::sim::PtyHost sim(load);
-    ASSERT_TRUE(sim.start());
-    pa::testing::TempFolder folder;
-    const std::string file = folder.str() + "/plant.alarms";
-    pa::app::ProgramState state;
-    pa::qt::QtPort port;
-    pa::qt::QtClock clock;
     pa::testing::ScriptedUi ui;
-    const pa::testing::InFolder inFolder(folder.path(), false);
-    {
-        pa::ui::MeterRec window(state, port, clock, ui);
-        window.resize(1000, 600);
-        window.show();
-        window.openPort(sim.devicePath());
-        window.cycle().applySamplingTime("0.5");
-        QAction* item = pa::testing::menuItem(&window, "&Alarms...");
-        ASSERT_NE(item, nullptr);
+    pa::testing::PtyRig rig(ui);
+    const std::string file = rig.profile.str() + "/plant.alarms";
+    pa::ui::MeterRec& window = rig.window;
+    window.resize(1000, 600);
+    window.show();
+    window.openPort(rig.sim.devicePath());
+    window.cycle().applySamplingTime("0.5");
+    QAction* item = pa::testing::menuItem(&window, "&Alarms...");
+    ASSERT_NE(item, nullptr);
 
-        // The first text has a mistake on line 3; the second is saved under a new name.
-        ui.files.push_back(file);
-        int line = 0;
-        QTimer::singleShot(0, [&] {
-            auto* editor =
-                qobject_cast<pa::alarms::AlarmEditor*>(QApplication::activeModalWidget());
-            ASSERT_NE(editor, nullptr);
-            editor->text()->setPlainText("[motor]\nquantity = W\nabove = 1,5\n");
-            editor->saveAndUse();
-            line = editor->text()->textCursor().blockNumber() + 1;
-            editor->text()->setPlainText("[motor]\nquantity = W\nabove = 100\nhysteresis = 5\n"
-                                         "actions = banner, beep, mark, log\n");
-            editor->saveAndUse();
-        });
-        item->trigger();
-        ASSERT_EQ(ui.messages.size(), 1u);
-        EXPECT_EQ(ui.messages[0].text, "(new):3: above takes a number such as 12.5, not \"1,5\"");
-        EXPECT_EQ(line, 3);
-        EXPECT_EQ(shown(&window, "AlarmSet"), "Alarms: plant.alarms (1)");
-        EXPECT_TRUE(pa::testing::readFile(file).starts_with("[motor]\n"));
+    // The first text has a mistake on line 3; the second is saved under a new name.
+    ui.files.push_back(file);
+    int line = 0;
+    QTimer::singleShot(0, [&] {
+        auto* editor = qobject_cast<pa::alarms::AlarmEditor*>(QApplication::activeModalWidget());
+        ASSERT_NE(editor, nullptr);
+        editor->text()->setPlainText("[motor]\nquantity = W\nabove = 1,5\n");
+        editor->saveAndUse();
+        line = editor->text()->textCursor().blockNumber() + 1;
+        editor->text()->setPlainText("[motor]\nquantity = W\nabove = 100\nhysteresis = 5\n"
+                                     "actions = banner, beep, mark, log\n");
+        editor->saveAndUse();
+    });
+    item->trigger();
+    ASSERT_EQ(ui.messages.size(), 1u);
+    EXPECT_EQ(ui.messages[0].text, "(new):3: above takes a number such as 12.5, not \"1,5\"");
+    EXPECT_EQ(line, 3);
+    EXPECT_EQ(shown(&window, "AlarmSet"), "Alarms: plant.alarms (1)");
+    EXPECT_TRUE(pa::testing::readFile(file).starts_with("[motor]\n"));
 
-        pa::alarms::AlarmBanner* banner = window.alarmBanner();
-        ASSERT_TRUE(waitFor([&] { return banner->isVisible(); }, 20000));
-        const QStringList lines = banner->lines();
-        ASSERT_EQ(lines.size(), 1);
-        EXPECT_TRUE(lines[0].startsWith("ALARM  motor  116.4 W  ")) << lines[0].toStdString();
-        EXPECT_EQ(ui.beeps, 1);
-        ASSERT_EQ(window.trendChart()->marks().size(), 1u);
-        EXPECT_TRUE(window.trendChart()->marks()[0].raised);
+    pa::alarms::AlarmBanner* banner = window.alarmBanner();
+    ASSERT_TRUE(waitFor([&] { return banner->isVisible(); }, 20000));
+    const QStringList lines = banner->lines();
+    ASSERT_EQ(lines.size(), 1);
+    EXPECT_TRUE(lines[0].startsWith("ALARM  motor  116.4 W  ")) << lines[0].toStdString();
+    EXPECT_EQ(ui.beeps, 1);
+    ASSERT_EQ(window.trendChart()->marks().size(), 1u);
+    EXPECT_TRUE(window.trendChart()->marks()[0].raised);
 
-        waitFor([&] { return !window.cycle().readouts().Panel3D2[pa::live::kKWH].empty(); });
-        QDir().mkpath(PA_TEST_OUTPUT_DIR "/manual");
-        EXPECT_TRUE(window.grab().save(PA_TEST_OUTPUT_DIR "/manual/alarm-banner.png", "PNG", 0));
+    waitFor([&] { return !window.cycle().readouts().Panel3D2[pa::live::kKWH].empty(); });
+    QDir().mkpath(PA_TEST_OUTPUT_DIR "/manual");
+    EXPECT_TRUE(window.grab().save(PA_TEST_OUTPUT_DIR "/manual/alarm-banner.png", "PNG", 0));
 
-        // The load drops below the band: still listed, as cleared, until acknowledged.
-        load.amps = 0.3;
-        sim.withInstrument([&](pa::sim::Instrument& i) { i.setLoad(load); });
-        ASSERT_TRUE(waitFor([&] { return banner->lines().value(0).endsWith("(cleared)"); }, 20000));
-        EXPECT_EQ(window.trendChart()->marks().size(), 2u);
-        banner->findChild<QPushButton*>("AlarmAcknowledge")->click();
-        EXPECT_FALSE(banner->isVisible());
-        const std::string log = pa::testing::readFile(folder.path() / "plant-alarms.csv");
-        EXPECT_TRUE(log.starts_with("time,alarm,event,value,unit\n")) << log;
-        for (const char* event : {",motor,raised,116.4,W\n", ",motor,cleared,", ",acknowledged,"})
-            EXPECT_NE(log.find(event), std::string::npos) << event << " in " << log;
-        EXPECT_EQ(ui.beeps, 1);
-    }
+    // The load drops below the band: still listed, as cleared, until acknowledged.
+    rig.load.amps = 0.3;
+    rig.sim.withInstrument([&](pa::sim::Instrument& i) { i.setLoad(rig.load); });
+    ASSERT_TRUE(waitFor([&] { return banner->lines().value(0).endsWith("(cleared)"); }, 20000));
+    EXPECT_EQ(window.trendChart()->marks().size(), 2u);
+    banner->findChild<QPushButton*>("AlarmAcknowledge")->click();
+    EXPECT_FALSE(banner->isVisible());
+    const std::string log = pa::testing::readFile(rig.profile.path() / "plant-alarms.csv");
+    EXPECT_TRUE(log.starts_with("time,alarm,event,value,unit\n")) << log;
+    for (const char* event : {",motor,raised,116.4,W\n", ",motor,cleared,", ",acknowledged,"})
+        EXPECT_NE(log.find(event), std::string::npos) << event << " in " << log;
+    EXPECT_EQ(ui.beeps, 1);
 }
 
 } // namespace

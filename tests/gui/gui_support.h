@@ -8,9 +8,22 @@
 #include <QLabel>
 #include <QString>
 #include <QThread>
+#include <QTimer>
 #include <QWidget>
 #include <filesystem>
 #include <functional>
+#include <gtest/gtest.h>
+
+#include "inprocess_port.h"
+#include "pty_host.h"
+#include "qt/qt_clock.h"
+#include "qt/qt_port.h"
+#include "support/data_file_writer.h"
+#include "support/fake_clock.h"
+#include "support/scripted_ui.h"
+#include "support/test_files.h"
+#include "text/mask_format.h"
+#include "ui/MeterRec.h"
 
 namespace pa::testing {
 
@@ -77,5 +90,97 @@ inline int pdfPages(const QString& path) {
         return -1;
     return static_cast<int>(bytes.count("/Type /Page") - bytes.count("/Type /Pages"));
 }
+
+// A recording as the program writes it: the header, records 0..n-1 one second apart (the
+// wattage of record i wattOf(i), or the writer's default), then the lines given.
+inline std::string writeRecording(const std::filesystem::path& path, long n,
+                                  const std::function<double(long)>& wattOf = {},
+                                  const std::vector<std::string>& after = {}) {
+    DataFileWriter w(path.string());
+    w.line(headerLine());
+    for (long i = 0; i < n; ++i) {
+        RecordTexts r;
+        r.number = i;
+        r.clock = clockFor(i);
+        if (wattOf) {
+            r.watt = text::formatMask(wattOf(i), "0.0");
+            r.cost = "0.0";
+        }
+        w.line(recordLine(r));
+    }
+    for (const std::string& line : after)
+        w.line(line);
+    return path.string();
+}
+
+// Runs act on the next modal dialog once it is up (the caller then opens the dialog and
+// blocks in it); act must close it.
+inline void whenModal(std::function<void(QWidget*)> act) {
+    auto* poll = new QTimer;
+    poll->setInterval(30);
+    QObject::connect(poll, &QTimer::timeout, [poll, act] {
+        QWidget* modal = QApplication::activeModalWidget();
+        if (!modal || !modal->isVisible())
+            return;
+        poll->stop();
+        poll->deleteLater();
+        act(modal);
+    });
+    poll->start();
+}
+
+// Counts the paints of a widget while it lives.
+struct PaintCounter : QObject {
+    int n = 0;
+    explicit PaintCounter(QWidget* w) { w->installEventFilter(this); }
+    bool eventFilter(QObject*, QEvent* e) override {
+        n += e->type() == QEvent::Paint;
+        return false;
+    }
+};
+
+inline sim::Load steadyLoad() {
+    sim::Load load;
+    load.noise = 0; // 116.4 W, 49.53 VAR
+    return load;
+}
+
+// The main window on the simulator over a pseudo-terminal, the real serial port and the wall
+// clock, in a profile folder of its own (home and working folder) while it lives.
+struct PtyRig {
+    explicit PtyRig(app::Ui& ui, sim::Load simLoad = steadyLoad())
+        : load(simLoad), sim(simLoad), window(state, port, clock, ui) {
+        EXPECT_TRUE(sim.start());
+    }
+    // Opens the simulator's terminal and waits for the first reading.
+    void open() {
+        window.openPort(sim.devicePath());
+        ASSERT_TRUE(waitFor([&] { return !window.cycle().readouts().clockText.empty(); }));
+    }
+    std::filesystem::path dataFile(const std::string& name) const {
+        return profile.path() / "Documents" / "KV2260" / name;
+    }
+    QAction* action(const char* name) { return window.findChild<QAction*>(name); }
+
+    TempFolder profile;
+    InFolder inFolder{profile.path()};
+    sim::Load load;
+    sim::PtyHost sim;
+    app::ProgramState state;
+    qt::QtPort port;
+    qt::QtClock clock;
+    ui::MeterRec window;
+};
+
+// The main window on the in-process simulator and the virtual clock.
+struct SimRig {
+    sim::Load load{230, 0.55, 0.92, 50, 0};
+    sim::Instrument meter{load};
+    sim::InProcessPort port{meter};
+    FakeClock clock;
+    ScriptedUi ui;
+    app::ProgramState state;
+    ui::MeterRec window{state, port, clock, ui};
+};
 
 } // namespace pa::testing

@@ -2,21 +2,13 @@
 // offscreen into the build's screenshots/manual folder. `./dev.sh shots` runs these tests and
 // copies the pictures into docs/manual/images.
 #include "gui_support.h"
-#include "inprocess_port.h"
 #include "logger/Logger.h"
 #include "logger/diag.h"
 #include "pfimprove/ImprovePF.h"
 #include "plot/PlotFile.h"
-#include "pty_host.h"
-#include "qt/qt_clock.h"
-#include "qt/qt_port.h"
-#include "support/data_file_writer.h"
-#include "support/fake_clock.h"
-#include "support/scripted_ui.h"
-#include "support/test_files.h"
-#include "ui/MeterRec.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QDir>
 #include <QImage>
 #include <QKeyEvent>
@@ -31,9 +23,9 @@
 
 namespace {
 
-using pa::testing::shown;
-
 namespace fs = std::filesystem;
+using pa::testing::menuItem;
+using pa::testing::shown;
 using pa::testing::waitFor;
 
 // Saves a grab of the window as docs/manual/images expects it, after checking that it is a
@@ -56,13 +48,6 @@ void saveShot(QWidget& window, const char* name) {
     ASSERT_TRUE(image.save(folder + "/" + name, "PNG", 0)) << name; // 0: smallest file
 }
 
-QAction* menuItem(QWidget* root, const QString& text) {
-    for (QAction* a : root->findChildren<QAction*>())
-        if (a->text() == text)
-            return a;
-    return nullptr;
-}
-
 void enter(QLineEdit* box, const QString& text) {
     box->setText(text);
     emit box->returnPressed();
@@ -76,33 +61,23 @@ double shownNumber(const QLabel* panel) {
 // estimate; from it the Improve PF window, a short recording and the file viewer.
 TEST(ManualScreenshots, MainWindowImprovePfAndViewer) {
     pa::sim::Load load;
-    load.volts = 230;
     load.amps = 2.6;
     load.powerFactor = 0.78;
     load.noise = 0;
-    pa::sim::PtyHost sim(load);
-    ASSERT_TRUE(sim.start());
-    pa::testing::TempFolder profile;
-    const QByteArray savedHome = qgetenv("HOME");
-    qputenv("HOME", profile.str().c_str()); // the data folder goes in here
-    const fs::path workDir = fs::current_path();
-    fs::current_path(profile.path()); // and commport.dat here
-
-    pa::app::ProgramState state;
-    pa::qt::QtPort port;
-    pa::qt::QtClock clock;
     pa::testing::ScriptedUi ui;
-    pa::ui::MeterRec window(state, port, clock, ui);
-    window.setPorts({{"ttyUSB0", sim.devicePath(), true}}, false);
+    pa::testing::PtyRig rig(ui, load);
+    pa::ui::MeterRec& window = rig.window;
+    // A USB adapter is named beside its COM number by its stable by-id name.
+    window.setPorts({{"ttyUSB0", rig.sim.devicePath(), true, "by-id:A5", "usb-FTDI_A5-port0"}},
+                    false);
     window.startup();
     window.show();
-    menuItem(&window, "COM 1   (ttyUSB0)")->trigger();
+    menuItem(&window, "COM 1   (ttyUSB0, usb-FTDI_A5-port0)")->trigger();
     enter(window.findChild<QLineEdit*>("set_d_per_kwh"), "0.25");
     enter(window.findChild<QLineEdit*>("set_hrs_per_day"), "6");
     ASSERT_TRUE(waitFor([&] { return !window.panel(pa::live::kKWH)->text().isEmpty(); }));
     ASSERT_TRUE(waitFor([&] { return !window.cycle().readouts().clockText.empty(); }));
     EXPECT_NEAR(shownNumber(window.panel(pa::live::kW)), 230 * 2.6 * 0.78, 0.5);
-    EXPECT_NEAR(shownNumber(window.panel(pa::live::kPF)), 0.78, 0.001);
 
     // Improve PF: Get Hz, then a target PF of 0.95.
     window.findChild<QAction*>("showPF")->trigger();
@@ -133,7 +108,7 @@ TEST(ManualScreenshots, MainWindowImprovePfAndViewer) {
     menuItem(&window, "Now(Auto)")->trigger();
     ASSERT_TRUE(waitFor([&] { return window.recorder().recordsWritten() == 8; }, 12000));
     window.findChild<QAction*>("FileEnd")->trigger();
-    const fs::path recorded = profile.path() / "Documents" / "KV2260" / "kitchen.txt";
+    const fs::path recorded = rig.dataFile("kitchen.txt");
     ASSERT_EQ(pa::testing::readLines(recorded).size(), 9u) << "a header and eight records";
     ui.files.push_back(recorded.string());
     window.viewFile();
@@ -145,31 +120,19 @@ TEST(ManualScreenshots, MainWindowImprovePfAndViewer) {
     EXPECT_EQ(viewer->lineView()->shownLines().size(), 9u);
     viewer->close();
     EXPECT_TRUE(ui.messages.size() == 1) << "only the start-up request for a port";
-
-    fs::current_path(workDir);
-    qputenv("HOME", savedHome);
 }
 
 // Half an hour of a refrigerator, one record a second: the compressor starts with a surge,
 // runs about six minutes and rests about four.
 std::string refrigeratorFile() {
-    const std::string path = (fs::path(::testing::TempDir()) / "refrigerator.txt").string();
-    pa::testing::DataFileWriter w(path);
-    w.line(pa::testing::headerLine());
-    for (long i = 0; i < 1800; ++i) {
+    const auto watt = [](long i) {
         const long inCycle = (i + 200) % 600;
-        double watt = 2.5;
-        if (inCycle < 360)
-            watt = 96 + 14 * std::exp(-inCycle / 90.0) + 180 * std::exp(-inCycle / 3.0) +
-                   1.5 * std::sin(i * 0.7);
-        pa::testing::RecordTexts r;
-        r.number = i;
-        r.clock = pa::testing::clockFor(i);
-        r.watt = QString::number(watt, 'f', 1).toStdString();
-        r.cost = "0.0";
-        w.line(pa::testing::recordLine(r));
-    }
-    return path;
+        return inCycle >= 360 ? 2.5
+                              : 96 + 14 * std::exp(-inCycle / 90.0) +
+                                    180 * std::exp(-inCycle / 3.0) + 1.5 * std::sin(i * 0.7);
+    };
+    return pa::testing::writeRecording(fs::path(::testing::TempDir()) / "refrigerator.txt", 1800,
+                                       watt);
 }
 
 TEST(ManualScreenshots, PlotWindowOnARecordedFile) {
@@ -189,28 +152,44 @@ TEST(ManualScreenshots, PlotWindowOnARecordedFile) {
     saveShot(window, "plotfile.png");
 }
 
-// The datalogger holding a morning's records, and its self-test results.
+// The datalogger holding a morning's records, opened from the main window: Read Status fills
+// it and hands the live cycle back; a choice in a list (after its note), Enter in the sampling
+// box and a console command reach the logger. Then its self-test results.
 TEST(ManualScreenshots, LoggerAndSelfTest) {
-    pa::sim::Load load{230, 2.6, 0.78, 50, 0};
-    pa::sim::Instrument meter{load};
-    pa::sim::InProcessPort port{meter};
-    pa::testing::FakeClock clock;
-    pa::testing::ScriptedUi ui;
-    pa::app::ProgramState state;
-    pa::ui::MeterRec window{state, port, clock, ui};
-    window.openPort("SIM");
-    ASSERT_TRUE(port.isOpen());
-    meter.logger().fillRecords(240, load);
-
-    window.findChild<QAction*>("datalogger")->trigger();
-    auto* logger = window.findChild<pa::logger::Logger*>("Logger");
-    ASSERT_TRUE(logger);
+    pa::testing::SimRig rig;
+    const pa::sim::Load load{230, 2.6, 0.78, 50, 0};
+    rig.meter.setLoad(load);
+    pa::sim::LoggerModel& memory = rig.meter.logger();
+    rig.window.openPort("SIM");
+    rig.state.baudCode = 9;
+    memory.fillRecords(240, load);
+    rig.window.findChild<QAction*>("datalogger")->trigger();
+    auto* logger = rig.window.findChild<pa::logger::Logger*>("Logger");
+    ASSERT_TRUE(logger && logger->isVisible());
     logger->findChild<QPushButton*>("Read_Status")->click();
-    EXPECT_EQ(shown(logger, "Label1_7"), "240");
+    const struct {
+        const char *label, *text;
+    } fields[] = {{"Label1_30", "IDLE"}, {"Label1_7", "240"}, {"Label1_5", "8K"}};
+    for (const auto& f : fields)
+        EXPECT_EQ(shown(logger, f.label), f.text) << f.label;
+    EXPECT_EQ(logger->findChild<QComboBox*>("Combo2")->currentText(), "9600");
+    EXPECT_TRUE(rig.window.timer2().isActive()) << "the live cycle is handed back";
     saveShot(*logger, "logger.png");
 
-    meter.logger().setWord(41, 0); // no write failures
-    meter.logger().setWord(43, 0);
+    auto* output = logger->findChild<QComboBox*>("Combo3");
+    output->setCurrentIndex(2); // "One Shot"
+    emit output->activated(2);
+    EXPECT_EQ(memory.at(59), 2);
+    EXPECT_EQ(rig.ui.messages.size(), 1u);
+    enter(logger->findChild<QLineEdit*>("Text1_3"), "3");
+    EXPECT_EQ(memory.word(18), 8);
+    EXPECT_EQ(logger->findChild<QLineEdit*>("Text1_3")->text(), "3.2   ") << "rounded, shown";
+    enter(logger->findChild<QLineEdit*>("Text2"), "W 7 42");
+    EXPECT_EQ(memory.at(7), 42);
+    EXPECT_EQ(shown(logger, "Label1_40"), "2A");
+
+    memory.setWord(41, 0); // no write failures
+    memory.setWord(43, 0);
     logger->findChild<QAction*>("show_diag")->trigger();
     auto* d = logger->findChild<pa::logger::diag*>("diag");
     ASSERT_TRUE(d);

@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <locale>
+#include <sstream>
 
 namespace {
 
@@ -25,6 +27,21 @@ TrendStore storeOf(std::vector<float> w, std::size_t capacity = 100) {
     return store;
 }
 
+// One line per envelope column: its range and end values, and whether it joins the sample
+// before it or holds a gap.
+std::string describe(const Column& c) {
+    std::ostringstream s;
+    s.imbue(std::locale::classic());
+    if (c.data)
+        s << c.min << ".." << c.max << " " << c.first << ">" << c.last;
+    else
+        s << "-";
+    s << (c.joins ? " joins" : "") << (c.gap ? " gap" : "");
+    return s.str();
+}
+
+// The ring keeps the newest samples without growing (a day of all quantities in under 20 MB)
+// and its time never runs backwards.
 TEST(TrendStore, RingKeepsTheNewestSamplesWithoutGrowing) {
     TrendStore store(4);
     for (int i = 0; i < 11; ++i)
@@ -39,26 +56,16 @@ TEST(TrendStore, RingKeepsTheNewestSamplesWithoutGrowing) {
     EXPECT_EQ(store.newestTime(), 10);
     EXPECT_EQ(store.firstAtOrAfter(8.5), 2u);
     EXPECT_EQ(store.firstAtOrAfter(11), 4u);
-    EXPECT_EQ(store.fullBytes(), 4u * (8 + 9 * 4 + 1));
-
+    store.append(5, all(2)); // the clock was set back
+    EXPECT_EQ(store.newestTime(), 10);
     store.clear();
     EXPECT_TRUE(store.empty());
     store.append(20, all(1));
     EXPECT_EQ(store.time(0), 20);
-}
 
-TEST(TrendStore, ADayOfAllQuantitiesFitsTheMemoryBudget) {
-    const TrendStore store;
-    EXPECT_EQ(store.capacity(), 172800u);
-    EXPECT_LT(store.fullBytes(), 20u * 1024 * 1024);
-}
-
-TEST(TrendStore, TimeNeverRunsBackwards) {
-    TrendStore store(10);
-    store.append(100, all(1));
-    store.append(90, all(2)); // the clock was set back
-    EXPECT_EQ(store.time(1), 100);
-    EXPECT_EQ(store.firstAtOrAfter(100), 0u);
+    const TrendStore day;
+    EXPECT_EQ(day.capacity(), 172800u);
+    EXPECT_LT(day.fullBytes(), 20u * 1024 * 1024);
 }
 
 TEST(TrendStore, StatisticsOfASpanSkipGaps) {
@@ -75,53 +82,34 @@ TEST(TrendStore, StatisticsOfASpanSkipGaps) {
         {-5, 0, 1, 5, 5, 5},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(std::to_string(c.from) + ".." + std::to_string(c.to));
         const Stats s = store.stats(kW, c.from, c.to);
-        EXPECT_EQ(s.count, c.count) << c.from << ".." << c.to;
-        EXPECT_DOUBLE_EQ(s.min, c.min) << c.from << ".." << c.to;
-        EXPECT_DOUBLE_EQ(s.max, c.max) << c.from << ".." << c.to;
-        EXPECT_NEAR(s.mean, c.mean, 1e-9) << c.from << ".." << c.to;
+        EXPECT_EQ(s.count, c.count);
+        EXPECT_DOUBLE_EQ(s.min, c.min);
+        EXPECT_DOUBLE_EQ(s.max, c.max);
+        EXPECT_NEAR(s.mean, c.mean, 1e-9);
     }
 }
 
+// Each column holds the minimum and maximum of its samples and breaks at gaps; the first one
+// joins the value before the span, and a long span fits in few columns.
 TEST(TrendStore, EnvelopeHoldsMinimumAndMaximumPerColumnAndBreaksAtGaps) {
     const float gap = kGap;
     // Times 0..9 over 5 columns of 2 s: {4,8} {6,2} {gap,gap} {3,gap} {5,7}.
-    const TrendStore store = storeOf({4, 8, 6, 2, gap, gap, 3, gap, 5, 7});
-    const auto columns = store.envelope(kW, 0, 10, 5);
-    ASSERT_EQ(columns.size(), 5u);
-    const struct {
-        bool data, joins, gap;
-        float min, max, first, last;
-    } expected[] = {
-        {true, false, false, 4, 8, 4, 8}, {true, true, false, 2, 6, 6, 2},
-        {false, false, true, 0, 0, 0, 0}, {true, false, true, 3, 3, 3, 3},
-        {true, false, false, 5, 7, 5, 7}, // a gap lies between 3 and 5
-    };
-    for (std::size_t c = 0; c < 5; ++c) {
-        const Column& col = columns[c];
-        const auto& e = expected[c];
-        EXPECT_EQ(col.data, e.data) << "column " << c;
-        EXPECT_EQ(col.joins, e.joins) << "column " << c;
-        EXPECT_EQ(col.gap, e.gap) << "column " << c;
-        if (e.data) {
-            EXPECT_EQ(col.min, e.min) << "column " << c;
-            EXPECT_EQ(col.max, e.max) << "column " << c;
-            EXPECT_EQ(col.first, e.first) << "column " << c;
-            EXPECT_EQ(col.last, e.last) << "column " << c;
-        }
-    }
-}
+    const auto columns = storeOf({4, 8, 6, 2, gap, gap, 3, gap, 5, 7}).envelope(kW, 0, 10, 5);
+    std::vector<std::string> shown;
+    for (const Column& c : columns)
+        shown.push_back(describe(c));
+    EXPECT_EQ(shown, (std::vector<std::string>{"4..8 4>8", "2..6 6>2 joins", "- gap",
+                                               "3..3 3>3 gap", "5..7 5>7"}));
 
-TEST(TrendStore, EnvelopeJoinsTheValueBeforeTheSpanAndCoversLongSpansInFewColumns) {
     const TrendStore store = storeOf({1, 2, 3, 4});
-    const auto columns = store.envelope(kW, 1.5, 3.5, 2);
-    EXPECT_TRUE(columns[0].joins) << "the sample at 1 s carries the line in";
-    EXPECT_EQ(columns[0].first, 3);
+    EXPECT_EQ(describe(store.envelope(kW, 1.5, 3.5, 2)[0]), "3..3 3>3 joins");
+    EXPECT_EQ(describe(store.envelope(kW, 5, 5, 10)[0]), "-") << "an empty span";
 
     TrendStore day(kDayOfSamples + 10);
     for (std::size_t i = 0; i < kDayOfSamples + 10; ++i)
         day.append(static_cast<double>(i) * 0.5, all(static_cast<float>(i % 100)));
-    EXPECT_EQ(day.size(), kDayOfSamples + 10);
     const auto wide = day.envelope(kW, day.oldestTime(), day.newestTime(), 800);
     ASSERT_EQ(wide.size(), 800u);
     for (const Column& c : wide) {
@@ -129,7 +117,6 @@ TEST(TrendStore, EnvelopeJoinsTheValueBeforeTheSpanAndCoversLongSpansInFewColumn
         EXPECT_EQ(c.min, 0);
         EXPECT_EQ(c.max, 99);
     }
-    EXPECT_TRUE(store.envelope(kW, 5, 5, 10)[0].data == false) << "an empty span";
 }
 
 // A ring of 160 (read a block of 16 at a time) against one too big to wrap that reads
@@ -151,17 +138,8 @@ TEST(TrendStore, BlockSummariesAgreeWithEverySample) {
         for (int columns : {1, 3, 7, 40, 200}) {
             const auto a = blocks.envelope(q, from, to, columns);
             const auto b = samples.envelope(q, from, to, columns);
-            for (std::size_t c = 0; c < a.size(); ++c) {
-                const std::string where = std::to_string(q) + "/" + std::to_string(columns) +
-                                          " column " + std::to_string(c);
-                ASSERT_EQ(a[c].data, b[c].data) << where;
-                EXPECT_EQ(a[c].joins, b[c].joins) << where;
-                EXPECT_EQ(a[c].gap, b[c].gap) << where;
-                EXPECT_EQ(a[c].min, b[c].min) << where;
-                EXPECT_EQ(a[c].max, b[c].max) << where;
-                EXPECT_EQ(a[c].first, b[c].first) << where;
-                EXPECT_EQ(a[c].last, b[c].last) << where;
-            }
+            for (std::size_t c = 0; c < a.size(); ++c)
+                EXPECT_EQ(describe(a[c]), describe(b[c])) << q << "/" << columns << " " << c;
         }
         const Stats a = blocks.stats(q, from, to), b = samples.stats(q, from, to);
         EXPECT_EQ(a.count, b.count) << q;
@@ -220,57 +198,52 @@ TEST(TrendFeed, ClockTextsBecomeTimesAcrossMidnight) {
     EXPECT_EQ(dayStart(1970, 1, 2), 86400);
 }
 
-class FeedTest : public ::testing::Test {
-  protected:
-    Added poll(const std::string& clock, bool framed, bool noData = false) {
-        readouts.clockText = clock;
-        return feed.afterPoll({readouts, noData, framed, {2026, 11, 23, 12, 0, 0}});
+// One sample per new clock text; NO COM and HOLD are gaps, an overloaded reading a gap of its
+// own quantities, and a Get Hz reading is taken once.
+TEST(TrendFeed, OneSamplePerClockTextAndGapsForSilenceOverloadAndHold) {
+    TrendStore store(100);
+    TrendFeed feed(store);
+    pa::live::Readouts r;
+    r.Panel3D2 = {" 116.4", "  .920", "  230", "  .550", "23.1", "126.50", "49.53", ""};
+    const struct {
+        const char *clock, *volts, *hz, *why;
+        bool framed, noData, hold;
+        Added added;
+        float w, v, hzValue; // NaN: a gap
+    } polls[] = {
+        {"", "  230", "", "no clock yet", true, false, false, Added::Nothing},
+        {"12:00:00.0", "  230", "", "a sample", true, false, false, Added::Sample, 116.4f, 230,
+         kGap},
+        {"12:00:00.0", "  230", "", "the same clock", true, false, false, Added::Nothing},
+        {"12:00:00.5", "  230", "", "silent before NO COM", false, false, false, Added::Nothing},
+        {"12:00:01.0", "  230", "", "NO COM", false, true, false, Added::Gap, kGap, kGap, kGap},
+        {"12:00:01.5", "OL", "", "V over", true, false, false, Added::Sample, 116.4f, kGap, kGap},
+        {"12:00:02.0", "  230", "", "HOLD", true, false, true, Added::Gap, kGap, kGap, kGap},
+        {"12:00:02.5", "  230", "50Hz", "Get Hz", true, false, false, Added::Sample, 116.4f, 230,
+         50},
+        {"12:00:03.0", "  230", "50Hz", "once", true, false, false, Added::Sample, 116.4f, 230,
+         kGap},
+    };
+    const auto same = [](float a, float b) { return std::isnan(a) ? std::isnan(b) : a == b; };
+    for (const auto& p : polls) {
+        SCOPED_TRACE(p.why);
+        r.clockText = p.clock;
+        r.Panel3D2[pa::live::kV] = p.volts;
+        r.Panel3D2[pa::live::kHz] = p.hz;
+        r.holdVisible = p.hold;
+        const std::size_t before = store.size();
+        ASSERT_EQ(feed.afterPoll({r, p.noData, p.framed, {2026, 11, 23, 12, 0, 0}}), p.added);
+        if (p.added == Added::Nothing)
+            continue;
+        ASSERT_EQ(store.size(), before + 1);
+        EXPECT_EQ(clockTextOf(store.newestTime()), p.clock);
+        const std::size_t i = store.size() - 1;
+        EXPECT_TRUE(same(store.value(i, kW), p.w)) << store.value(i, kW);
+        EXPECT_TRUE(same(store.value(i, kV), p.v)) << store.value(i, kV);
+        EXPECT_TRUE(same(store.value(i, kVA), std::isnan(p.v) ? kGap : 126.5f));
+        EXPECT_TRUE(same(store.value(i, kHz), p.hzValue)) << store.value(i, kHz);
     }
-    void show(const char* w, const char* pf, const char* v, const char* a, const char* hz = "") {
-        auto& p = readouts.Panel3D2;
-        p[pa::live::kW] = w;
-        p[pa::live::kPF] = pf;
-        p[pa::live::kV] = v;
-        p[pa::live::kA] = a;
-        p[pa::live::kVA] = "126.50";
-        p[pa::live::kVAR] = "49.53";
-        p[pa::live::kHz] = hz;
-    }
-    TrendStore store{100};
-    TrendFeed feed{store};
-    pa::live::Readouts readouts;
-};
-
-TEST_F(FeedTest, OneSamplePerClockTextAndGapsForSilenceOverloadAndHold) {
-    show(" 116.4", "  .920", "  230", "  .550");
-    EXPECT_EQ(poll("", true), Added::Nothing) << "no clock yet";
-    EXPECT_EQ(poll("12:00:00.0", true), Added::Sample);
-    EXPECT_EQ(poll("12:00:00.0", true), Added::Nothing) << "same clock text";
-    EXPECT_EQ(poll("12:00:00.5", false), Added::Nothing) << "a silent tick before NO COM";
-    EXPECT_EQ(poll("12:00:01.0", false, true), Added::Gap) << "NO COM";
-    show(" 116.4", "  .920", "OL", "  .550");
-    EXPECT_EQ(poll("12:00:01.5", true), Added::Sample);
-    readouts.holdVisible = true;
-    EXPECT_EQ(poll("12:00:02.0", true), Added::Gap) << "HOLD";
-    readouts.holdVisible = false;
-    show(" 116.4", "  .920", "  230", "  .550", "50Hz");
-    EXPECT_EQ(poll("12:00:02.5", true), Added::Sample);
-    EXPECT_EQ(poll("12:00:03.0", true), Added::Sample);
-
-    ASSERT_EQ(store.size(), 6u);
-    const double noon = dayStart(2026, 11, 23) + 12 * 3600;
-    EXPECT_EQ(store.time(0), noon);
-    EXPECT_EQ(store.time(5), noon + 3);
-    EXPECT_FLOAT_EQ(store.value(0, kW), 116.4f);
-    EXPECT_FLOAT_EQ(store.value(0, kVA), 126.5f);
-    EXPECT_TRUE(std::isnan(store.value(0, kHz))) << "no frequency read yet";
-    EXPECT_TRUE(std::isnan(store.value(1, kW))) << "NO COM";
-    EXPECT_FLOAT_EQ(store.value(2, kW), 116.4f);
-    for (Quantity q : {kV, kVA, kVAR})
-        EXPECT_TRUE(std::isnan(store.value(2, q))) << "V overloaded: " << q;
-    EXPECT_TRUE(std::isnan(store.value(3, kPF))) << "HOLD";
-    EXPECT_FLOAT_EQ(store.value(4, kHz), 50);
-    EXPECT_TRUE(std::isnan(store.value(5, kHz))) << "the same Get Hz reading once only";
+    EXPECT_EQ(store.time(0), dayStart(2026, 11, 23) + 12 * 3600);
 }
 
 } // namespace

@@ -1,0 +1,152 @@
+// File > Export to CSV... and File > Report... of the plot window and the file viewer: where
+// they sit in the menu, what they ask, what they write (the CSV with the separator of the
+// system's number format, the report as a PDF beside the recording, opened) and what they say.
+#include "plot/PlotFile.h"
+#include "ui/SurveyReport.h"
+#include "ui/VIEW.h"
+
+#include "gui_support.h"
+
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QLineEdit>
+#include <QLocale>
+#include <QMenu>
+#include <QMenuBar>
+#include <gtest/gtest.h>
+
+namespace {
+
+using pa::testing::menuItem;
+using pa::testing::ScriptedUi;
+
+// n records, then a lost-communication line when asked, then a line that is no record.
+std::string recording(const pa::testing::TempFolder& dir, long n, bool lost) {
+    std::vector<std::string> after{"a line of nothing"};
+    if (lost)
+        after.insert(after.begin(), pa::testing::lostCommunicationLine("11-15-2026", "08:00:05.0"));
+    return pa::testing::writeRecording(dir.path() / "load.txt", n, {}, after);
+}
+
+QStringList fileMenuTexts(QMainWindow& window) {
+    QStringList out;
+    for (QAction* a : window.menuBar()->actions().first()->menu()->actions())
+        out << (a->isSeparator() ? "-" : a->text());
+    return out;
+}
+
+// Runs act on the report options dialog once it is open.
+void whenOptionsOpen(const std::function<void(QDialog*)>& act) {
+    pa::testing::whenModal([act](QWidget* w) { act(qobject_cast<QDialog*>(w)); });
+}
+
+void press(QDialog* d, QDialogButtonBox::StandardButton b) {
+    d->findChild<QDialogButtonBox*>()->button(b)->click();
+}
+
+TEST(ExportMenu, PlotWindowExportsItsFile) {
+    pa::testing::TempFolder dir;
+    ScriptedUi ui;
+    pa::plot::PlotFile window(ui);
+    // The additions sit between the window's own two items, which keep their order.
+    EXPECT_EQ(fileMenuTexts(window),
+              QStringList({"&Open Data File...", "&Export to CSV...", "&Report...", "-", "E&xit"}));
+    QAction* exportItem = menuItem(&window, "&Export to CSV...");
+    exportItem->trigger();
+    ASSERT_EQ(ui.messages.size(), 1u);
+    EXPECT_EQ(ui.messages[0].text, "Open a data file first.");
+    EXPECT_TRUE(ui.saveStartPaths.empty()) << "nothing to export: no dialog";
+
+    window.document().setFileName(recording(dir, 5, true));
+    const std::string out = (dir.path() / "chosen.csv").string();
+    ui.files = {out, std::nullopt}; // the second export is cancelled
+    exportItem->trigger();
+    ASSERT_EQ(ui.saveStartPaths.size(), 1u);
+    EXPECT_EQ(ui.saveStartPaths[0], (dir.path() / "load.csv").string());
+    const auto lines = pa::testing::readLines(out);
+    ASSERT_EQ(lines.size(), 7u);
+    // The desktop's decimal mark chooses the form: a decimal comma gets semicolons.
+    const std::string sep = QLocale().decimalPoint() == QStringLiteral(",") ? ";" : ",";
+    EXPECT_EQ(lines[0].substr(0, 12), "time" + sep + "record" + sep);
+    EXPECT_EQ(lines[6].substr(lines[6].size() - 7), sep + "no_com");
+    ASSERT_EQ(ui.messages.size(), 2u);
+    EXPECT_EQ(ui.messages[1].icon, pa::app::Icon::Exclamation) << "a line was left out";
+    for (const std::string& part : std::vector<std::string>{
+             "5 records and 1 lost-communication lines written to " + out, "line 8: not a record"})
+        EXPECT_NE(ui.messages[1].text.find(part), std::string::npos) << ui.messages[1].text;
+    exportItem->trigger(); // cancelled: writes nothing and says nothing
+    EXPECT_EQ(ui.messages.size(), 2u);
+}
+
+// Where the decimal mark is a comma, the spreadsheet there wants semicolons.
+TEST(ExportMenu, ViewerExportsWithTheSystemsDecimalMark) {
+    pa::testing::TempFolder dir;
+    ScriptedUi ui;
+    pa::ui::VIEW viewer(ui, 1);
+    ASSERT_TRUE(viewer.openPath(recording(dir, 5, true)));
+    EXPECT_EQ(fileMenuTexts(viewer).mid(0, 3),
+              QStringList({"&Open...", "&Reload", "&Export to CSV..."}));
+    const QLocale before;
+    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+    const std::string out = (dir.path() / "de.csv").string();
+    ui.files.push_back(out);
+    menuItem(&viewer, "&Export to CSV...")->trigger();
+    QLocale::setDefault(before);
+    const auto lines = pa::testing::readLines(out);
+    ASSERT_EQ(lines.size(), 7u);
+    EXPECT_EQ(lines[1].substr(0, 44), "2026-11-15T08:00:00.000+00:00;0;123,4;0,98;2");
+    EXPECT_NE(ui.messages.back().text.find("(semicolons, decimal commas)"), std::string::npos);
+    viewer.applyCaptions(2);
+    EXPECT_NE(menuItem(&viewer, QString::fromUtf8("匯出為 CSV 檔(&E)...")), nullptr);
+}
+
+// The options dialog shows the defaults and refuses a bad value (it stays open).
+TEST(ReportMenu, OptionsDialogShowsDefaultsAndRefusesBadValues) {
+    QStringList shown;
+    whenOptionsOpen([&](QDialog* d) {
+        for (const char* name : {"price", "nominal", "targetPf", "hz"})
+            shown << d->findChild<QLineEdit*>(name)->text();
+        d->findChild<QLineEdit*>("targetPf")->setText("1.5");
+        press(d, QDialogButtonBox::Ok);
+        EXPECT_TRUE(d->isVisible());
+        d->findChild<QLineEdit*>("targetPf")->setText("0.9");
+        d->findChild<QLineEdit*>("price")->setText("0.3");
+        press(d, QDialogButtonBox::Ok);
+    });
+    const auto chosen = pa::ui::askSurveyOptions(nullptr, 1, pa::report::SurveyOptions{});
+    EXPECT_EQ(shown, QStringList({"", "230", "0.95", "50"}));
+    ASSERT_TRUE(chosen);
+    EXPECT_EQ(chosen->targetPf, 0.9);
+    EXPECT_EQ(*chosen->price, 0.3);
+}
+
+// The report is written beside the recording (in Chinese here) and opened, the line left out
+// named; cancelling the options asks nothing more; the plot window needs a file first.
+TEST(ReportMenu, ViewerAndPlotWindowWriteAndOpenThePdf) {
+    pa::testing::TempFolder dir;
+    ScriptedUi ui;
+    pa::ui::VIEW viewer(ui, 2);
+    ASSERT_TRUE(viewer.openPath(recording(dir, 1200, false)));
+    QAction* report = menuItem(&viewer, QString::fromUtf8("負載報告(&R)..."));
+    ASSERT_NE(report, nullptr);
+    const std::string pdf = (dir.path() / "chosen.pdf").string();
+    ui.files.push_back(pdf);
+    whenOptionsOpen([](QDialog* d) { press(d, QDialogButtonBox::Ok); });
+    report->trigger();
+    ASSERT_EQ(ui.saveStartPaths.size(), 1u);
+    EXPECT_EQ(ui.saveStartPaths[0], (dir.path() / "load-report.pdf").string());
+    EXPECT_EQ(pa::testing::readFile(pdf).substr(0, 5), "%PDF-");
+    EXPECT_EQ(ui.documents, std::vector<std::string>{pdf});
+    ASSERT_EQ(ui.messages.size(), 1u);
+    EXPECT_NE(ui.messages[0].text.find("1202: "), std::string::npos) << ui.messages[0].text;
+
+    whenOptionsOpen([](QDialog* d) { press(d, QDialogButtonBox::Cancel); });
+    report->trigger();
+    EXPECT_EQ(ui.saveStartPaths.size(), 1u);
+
+    pa::plot::PlotFile window(ui);
+    menuItem(&window, "&Report...")->trigger();
+    EXPECT_EQ(ui.messages.back().text, "Open a data file first.");
+}
+
+} // namespace
