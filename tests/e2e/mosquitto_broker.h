@@ -5,12 +5,10 @@
 // under a client. Also: a program left running (the monitor, a subscriber) and what it said.
 #include "gui/gui_support.h"
 
-#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
-#include <QThread>
 #include <arpa/inet.h>
 #include <csignal>
 #include <memory>
@@ -66,19 +64,15 @@ class MosquittoBroker {
             return false;
         process_.setProcessChannelMode(QProcess::MergedChannels);
         process_.start(program, {"-c", config_});
-        QElapsedTimer waited;
-        waited.start();
-        while (process_.waitForStarted(10000) && waited.elapsed() < 20000) {
+        const auto accepts = [&] {
             int fd = -1;
-            const bool accepts = loopbackSocket(fd, port_, true) != 0;
+            const bool connected = loopbackSocket(fd, port_, true) != 0;
             ::close(fd);
-            if (accepts)
-                return true;
-            if (process_.state() != QProcess::Running)
-                return false;
-            QThread::msleep(20);
-        }
-        return false;
+            return connected;
+        };
+        return process_.waitForStarted(10000) &&
+               waitFor([&] { return accepts() || process_.state() != QProcess::Running; }, 20000) &&
+               process_.state() == QProcess::Running;
     }
     void stop() {
         if (process_.state() == QProcess::NotRunning)

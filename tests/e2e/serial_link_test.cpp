@@ -90,16 +90,6 @@ TEST_F(SerialLink, BaudChangeRoundTrip) {
     EXPECT_EQ(state.baudCode, 9);
 }
 
-TEST_F(SerialLink, UnopenablePortsSayWhy) {
-    pa::app::MeterLink link(port, clock, ui, state);
-    link.setComDevices({"/dev/pa-no-such-port"});
-    EXPECT_FALSE(link.SelectPort(1));
-    ASSERT_EQ(ui.messages.size(), 1u);
-    EXPECT_EQ(ui.messages[0].text, "COM 1 not available");
-    EXPECT_NE(link.lastFailure().find("does not exist"), std::string::npos) << link.lastFailure();
-    EXPECT_FALSE(port.isOpen());
-}
-
 // The other end goes away while the program writes, or only reads: the port closes, gives
 // nothing more and says nothing on the terminal.
 TEST_F(SerialLink, VanishedDeviceClosesThePortQuietly) {

@@ -6,6 +6,7 @@
 #include "inprocess_port.h"
 #include "instrument.h"
 #include "support/fake_clock.h"
+#include "support/message_texts.h"
 #include "support/recording_port.h"
 #include "support/scripted_ui.h"
 
@@ -19,6 +20,7 @@ namespace {
 
 using namespace pa::live;
 using pa::testing::FakeClock;
+using pa::testing::messageTexts;
 using pa::testing::RecordingPort;
 using pa::testing::ScriptedUi;
 
@@ -356,37 +358,11 @@ TEST_F(CycleTest, PriceAndHoursEntries) {
     EXPECT_TRUE(e.hoursEntered("-1"));
 }
 
-// Get Hz against the in-process simulator: 5.5 s counted down to the listener, sampling off
-// and on again around it.
-TEST_F(CycleTest, GetHzShowsTheFrequencyCountsItsWaitDownAndResumes) {
-    pa::sim::Instrument instrument;
-    pa::sim::InProcessPort simPort(instrument);
-    simPort.setPortName("SIM");
-    ASSERT_TRUE(simPort.open());
-    LiveCycle live(simPort, clock, ui, state);
-    std::vector<int> switches;
-    live.setLiveSampling([&](int on) { switches.push_back(on); });
-    std::vector<double> left;
-    live.setWaitListener([&](double l, double total) {
-        EXPECT_DOUBLE_EQ(total, 5.5);
-        left.push_back(l);
-    });
-    const double before = clock.secondsSinceMidnight();
-    live.GetHz();
-    EXPECT_EQ(live.readouts().Panel3D2[kHz], "50Hz");
-    EXPECT_EQ(switches, (std::vector<int>{0, 1}));
-    EXPECT_NEAR(clock.secondsSinceMidnight() - before, 5.5, 1e-6);
-    EXPECT_TRUE(ui.messages.empty());
-    ASSERT_GE(left.size(), 12u) << "at least two reports a second";
-    EXPECT_DOUBLE_EQ(left.front(), 5.5);
-    EXPECT_NEAR(left.back(), 0, 1e-9);
-    EXPECT_TRUE(std::is_sorted(left.rbegin(), left.rend())) << "counts down, never up";
-}
-
-TEST_F(CycleTest, GetHzRefusesRepliesOfTheWrongLength) {
-    std::vector<int> switches;
+// Get Hz: one raw request byte, a 5.5 s wait counted down to the listener (at least two
+// reports a second), sampling off and on again around it whatever the reply; a reply of the
+// wrong length asks for another press.
+TEST_F(CycleTest, GetHzCountsItsWaitDownAndRefusesRepliesOfTheWrongLength) {
     const std::string fiveBytes = "\x02" + blockBytes(5, 0xC280).substr(0, 3) + "\x03";
-    const std::string liveFrame = frame({{W, 100, 2}, {PF, 1, 3}, {DCV, 230, 0}, {DCA, 0.4, 3}});
     // A reply carrying the HOLD code: the value still decodes, and the indicator goes up.
     const std::string held = "\x02" + blockBytes(255, 0xC281).substr(0, 3) + "\x03";
     const struct {
@@ -395,39 +371,51 @@ TEST_F(CycleTest, GetHzRefusesRepliesOfTheWrongLength) {
         const char* hz;
         bool refused, hold;
     } cases[] = {{"", fiveBytes, "50Hz", false, false},
-                 {liveFrame, fiveBytes, "50Hz", false, false}, // drained before the request
+                 {second({PF, 1, 3}), fiveBytes, "50Hz", false, false}, // drained first
                  {"", fiveBytes.substr(0, 4), "", true, false},
                  {"", fiveBytes + "\x03", "", true, false},
                  {"", "", "", true, false},
                  {"", "\x02" + blockBytes(5, 0x0015).substr(0, 3) + "\x03", "0Hz", false, false},
                  {"", held, "50Hz", false, true}};
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.reply.size());
         ui.messages.clear();
-        switches.clear();
         port.incoming = c.stale;
-        // The reply arrives during the 5-second measuring pause.
+        // The reply arrives a second into the measuring pause.
         struct ReplyClock : FakeClock {
             RecordingPort* port;
             std::string reply;
+            double paused = 0;
             void pause(double s) override {
                 FakeClock::pause(s);
-                if (s > 1)
+                if (paused < 1 && (paused += s) >= 1)
                     port->incoming += reply;
             }
         } replyClock;
         replyClock.port = &port;
         replyClock.reply = c.reply;
         LiveCycle live(port, replyClock, ui, state);
+        std::vector<int> switches;
+        std::vector<double> left;
         live.setLiveSampling([&](int on) { switches.push_back(on); });
+        live.setWaitListener([&](double l, double total) {
+            EXPECT_DOUBLE_EQ(total, 5.5);
+            left.push_back(l);
+        });
+        const double before = replyClock.secondsSinceMidnight();
         live.GetHz();
-        EXPECT_EQ(live.readouts().Panel3D2[kHz], c.refused ? "" : c.hz) << c.reply.size();
-        EXPECT_EQ(live.readouts().holdVisible, c.hold) << c.reply.size();
-        EXPECT_EQ(ui.messages.size(), c.refused ? 1u : 0u) << c.reply.size();
-        if (c.refused) {
-            EXPECT_EQ(ui.messages[0].text, "Please press the Get Hz button again");
-        }
-        EXPECT_EQ(switches, (std::vector<int>{0, 1})) << "sampling always resumes";
-        EXPECT_EQ(port.written.back(), '\xF5') << "the request is one raw byte";
+        EXPECT_EQ(live.readouts().Panel3D2[kHz], c.hz);
+        EXPECT_EQ(live.readouts().holdVisible, c.hold);
+        EXPECT_EQ(messageTexts(ui),
+                  c.refused ? std::vector<std::string>{"Please press the Get Hz button again"}
+                            : std::vector<std::string>{});
+        EXPECT_EQ(switches, (std::vector<int>{0, 1}));
+        EXPECT_EQ(port.written.back(), '\xF5');
+        EXPECT_NEAR(replyClock.secondsSinceMidnight() - before, 5.5, 1e-6);
+        ASSERT_GE(left.size(), 12u);
+        EXPECT_DOUBLE_EQ(left.front(), 5.5);
+        EXPECT_NEAR(left.back(), 0, 1e-9);
+        EXPECT_TRUE(std::is_sorted(left.rbegin(), left.rend())) << "counts down, never up";
     }
 }
 
