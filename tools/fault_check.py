@@ -78,6 +78,12 @@ FAULTS = [
     ("folder error message", "src/datafile/data_folder.cpp", '"Cannot create the folder "',
      '"Could not create the folder "', "datafile"),
     ("alarm unit", "src/alarms/alarm_set.cpp", '{"VAR", "var"}', '{"VAR", "VAr"}', "alarms"),
+    ("frame threshold", "src/live/live_cycle.h", "kFrameThreshold = 20", "kFrameThreshold = 21",
+     "live"),
+    ("MQTT no-answer text", "src/cli/mqtt_publisher.cpp", '"no answer from the broker at "',
+     '"no reply from the broker at "', None),
+    ("discovery not retained", "src/cli/mqtt_publisher.cpp", "c.payload.data(), 0, true);",
+     "c.payload.data(), 0, false);", None),
 ]
 
 

@@ -1,13 +1,12 @@
 // The datalogger through the real serial path: QSerialPort on the simulator's pseudo-
-// terminal, the protocol's real pauses, and the live link that lends the port. The everyday
-// path (status, a setting, the self-test, a full memory downloaded), and replies gone wrong:
-// each fault shows its message and nothing else, leaves no file behind, hands the port back
-// to the live readings, and the next exchange works once the fault is gone.
+// terminal, the protocol's real pauses, and the live link that lends the port: a full memory
+// downloaded, and replies gone wrong. Each fault shows its message and nothing else, leaves
+// no file behind, hands the port back to the live readings, and the next exchange works
+// once the fault is gone.
 #include "app/meter_link.h"
 #include "gui/gui_support.h"
 #include "logger/logger_session.h"
 #include "logger/self_test.h"
-#include "logger/settings_encoding.h"
 #include "pty_host.h"
 #include "qt/qt_clock.h"
 #include "qt/qt_port.h"
@@ -64,27 +63,9 @@ struct LoggerRig {
 
 struct LoggerOverPty : ::testing::Test, LoggerRig {};
 
-TEST_F(LoggerOverPty, StatusSettingsSelfTestAndAFullMemory) {
-    onLogger([](auto& l) { return l.fillRecords(3, pa::sim::Load{}); });
-    session.Read_Status();
-    EXPECT_EQ(session.Label1[30], "IDLE");
-    EXPECT_EQ(session.Label1[7], "3");
-    EXPECT_EQ(session.Text1[1], "11-15");
-    session.Text1[1] = "02-25";
-    session.Text1[2] = "20:06:00";
-    session.updateSetting(pa::logger::kTimeBox);
-    EXPECT_EQ(onLogger([](auto& l) {
-                  std::string digits;
-                  for (int a = 8; a < 18; ++a)
-                      digits.push_back(static_cast<char>(l.at(a)));
-                  return digits;
-              }),
-              "0225200600");
-    selfTest.diag_read();
-    EXPECT_EQ(selfTest.verdict[1], "PASS");
-    EXPECT_TRUE(ui.messages.empty()) << ui.messages[0].text;
-
-    // A full memory: 8192 bytes less the status block, 8 a record, is 1012 records.
+// A full memory (8192 bytes less the status block, 8 a record: 1012 records) comes whole
+// through the real port, and the live readings have the port again.
+TEST_F(LoggerOverPty, DownloadOfAFullMemory) {
     onLogger([](auto& l) { return l.fillRecords(5000, pa::sim::Load{}); });
     download();
     EXPECT_EQ(pa::testing::messageTexts(ui),
