@@ -1,9 +1,13 @@
-// poweranalyzer-cli logger, pf and manual run as a user runs them: exit status and output.
+// poweranalyzer-cli logger, pf, manual and report run as a user runs them: exit status and
+// output.
 #include "e2e/program_run.h"
+#include "support/data_file_writer.h"
 #include "support/test_files.h"
 
 #include <QDir>
 #include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -138,6 +142,50 @@ TEST(Commands, ManualListsTheSixItemsWithTheManualBesideTheProgram) {
     EXPECT_EQ(bad.status, 2);
     EXPECT_EQ(bad.err, "poweranalyzer-cli: manual takes no options (got --english)\n");
     EXPECT_TRUE(bad.out.isEmpty());
+}
+
+// report: JSON that Python's own parser reads, with its figures; an English and a Chinese
+// PDF written whole; an unwritable target said, with nothing half-written left beside.
+TEST(Commands, ReportJsonAndPdfInBothLanguages) {
+    QTemporaryDir dir;
+    const QString data = dir.filePath("run.txt");
+    {
+        pa::testing::DataFileWriter w(data.toStdString());
+        w.line(pa::testing::headerLine());
+        for (long i = 0; i < 1200; ++i) {
+            pa::testing::RecordTexts r;
+            r.number = i, r.clock = pa::testing::clockFor(i), r.pf = "0.80", r.var = "92.6";
+            w.line(pa::testing::recordLine(r));
+        }
+    }
+    ProgramRun r = runCli({"report", data, "--format", "json"});
+    ASSERT_EQ(r.status, 0) << r.err.toStdString();
+    QProcess python;
+    python.start("python3", {"-c", "import json,sys; d=json.load(sys.stdin); "
+                                   "print(d['demand']['intervals'], d['period']['records'], "
+                                   "d['period']['first'][-18:])"});
+    python.write(r.out.toUtf8());
+    python.closeWriteChannel();
+    python.waitForFinished();
+    // 08:00 to 08:20: one whole interval; times with milliseconds and the UTC offset.
+    EXPECT_EQ(python.readAllStandardOutput(), "1 1200 08:00:00.000+00:00\n");
+
+    for (const QString lang : {"en", "zh"}) {
+        const QString pdf = dir.filePath("report-" + lang + ".pdf");
+        r = runCli({"report", data, "--pdf", pdf, "--lang", lang});
+        EXPECT_EQ(r.status, 0) << r.err.toStdString();
+        QFile f(pdf);
+        ASSERT_TRUE(f.open(QIODevice::ReadOnly));
+        const QByteArray bytes = f.readAll();
+        EXPECT_TRUE(bytes.startsWith("%PDF-") && bytes.trimmed().endsWith("%%EOF"))
+            << lang.toStdString();
+    }
+    const QString bad = dir.filePath("missing/r.pdf");
+    r = runCli({"report", data, "--pdf", bad});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_TRUE(r.err.startsWith("poweranalyzer-cli: cannot write " + bad)) << r.err.toStdString();
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files),
+              QStringList({"report-en.pdf", "report-zh.pdf", "run.txt"}));
 }
 
 } // namespace
