@@ -2,6 +2,7 @@
 // cannot be opened, pipes and devices as files, a file-size limit, an output nobody reads
 // or a full disk, typed text that is not a number and a recording holding terminal escapes.
 // Each run ends by itself with the reason, and never harms an existing file.
+#include "e2e/program_run.h"
 #include "pty_host.h"
 #include "support/test_files.h"
 
@@ -19,22 +20,17 @@
 namespace {
 
 namespace fs = std::filesystem;
+using pa::testing::ProgramRun;
 using pa::testing::readFile;
 
 // Where standard output goes: a pipe the test reads, a pipe nobody reads (| head -1 that
 // has ended), or a full device.
 enum class Out { Read, Closed, Full };
 
-struct CliRun {
-    int exitCode = -1; // -1 also when it crashed or did not end within the cap
-    std::string out, err;
-};
-
-// Runs the program to its end (a generous cap: the machine may be loaded). fileLimit, when
-// given, is a file-size limit in bytes with SIGXFSZ at its default action, as in a shell.
-CliRun runCli(const QStringList& args, Out out = Out::Read, long fileLimit = -1) {
-    QProcess cli;
-    cli.setChildProcessModifier([out, fileLimit] {
+// Runs the program to its end. fileLimit, when given, is a file-size limit in bytes with
+// SIGXFSZ at its default action, as in a shell.
+ProgramRun runCli(const QStringList& args, Out out = Out::Read, long fileLimit = -1) {
+    return pa::testing::runProgram(PA_CLI_PROGRAM, args, 30000, {}, [out, fileLimit] {
         if (fileLimit >= 0) {
             std::signal(SIGXFSZ, SIG_DFL);
             rlimit limit{static_cast<rlim_t>(fileLimit), static_cast<rlim_t>(fileLimit)};
@@ -48,14 +44,6 @@ CliRun runCli(const QStringList& args, Out out = Out::Read, long fileLimit = -1)
             ::dup2(::open("/dev/full", O_WRONLY), 1);
         }
     });
-    cli.start(PA_CLI_PROGRAM, args);
-    if (!cli.waitForFinished(30000)) {
-        cli.kill();
-        cli.waitForFinished();
-        return {-1, "", "did not end within the cap"};
-    }
-    return {cli.exitStatus() == QProcess::NormalExit ? cli.exitCode() : -1,
-            cli.readAllStandardOutput().toStdString(), cli.readAllStandardError().toStdString()};
 }
 
 QString q(const fs::path& p) {
@@ -67,10 +55,10 @@ TEST(CliFaults, MonitorCountEndsAndShowsNoComWhenTheInstrumentIsSilent) {
     pa::sim::PtyHost silent;
     ASSERT_TRUE(silent.start());
     silent.withInstrument([](pa::sim::Instrument& i) { i.setFault(pa::sim::Fault::Silent); });
-    const CliRun r = runCli({"monitor", "--port", q(silent.devicePath()), "--count", "2"});
-    ASSERT_EQ(r.exitCode, 0) << r.err;
-    QStringList lines = QString::fromStdString(r.out).split('\n', Qt::SkipEmptyParts);
-    ASSERT_EQ(lines.size(), 3) << r.out;
+    const ProgramRun r = runCli({"monitor", "--port", q(silent.devicePath()), "--count", "2"});
+    ASSERT_EQ(r.status, 0) << r.err.toStdString();
+    QStringList lines = r.out.split('\n', Qt::SkipEmptyParts);
+    ASSERT_EQ(lines.size(), 3) << r.out.toStdString();
     EXPECT_TRUE(lines.takeFirst().startsWith("time\tW\t")) << "the header line comes first";
     for (const QString& line : lines)
         EXPECT_TRUE(line.endsWith("\tNO COM")) << line.toStdString();
@@ -148,13 +136,13 @@ TEST(CliFaults, EachFaultEndsWithItsReasonAndHarmsNoFile) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.args.join(' ').toStdString());
-        const CliRun r = runCli(c.args, c.stdOut, c.fileLimit);
+        const ProgramRun r = runCli(c.args, c.stdOut, c.fileLimit);
         if (c.exitCode < 0) {
-            EXPECT_GT(r.exitCode, 0) << "a failure, never a crash";
+            EXPECT_GT(r.status, 0) << "a failure, never a crash";
         } else {
-            EXPECT_EQ(r.exitCode, c.exitCode);
+            EXPECT_EQ(r.status, c.exitCode);
         }
-        EXPECT_NE(r.err.find(c.error), std::string::npos) << r.err;
+        EXPECT_TRUE(r.err.contains(QString::fromStdString(c.error))) << r.err.toStdString();
     }
     EXPECT_FALSE(fs::exists(out.toStdString()) || fs::exists(png.toStdString()));
     EXPECT_EQ(readFile(kept.string()), "twenty records\r\n");
@@ -166,9 +154,11 @@ TEST(CliFaults, EachFaultEndsWithItsReasonAndHarmsNoFile) {
     EXPECT_EQ(std::count(whole.begin(), whole.end(), '\n'), 7) << "the echo is not the file";
 
     // "-" is standard output, for a chart as for a CSV; no temporary file is left.
-    const CliRun chart = runCli({"plot", q(rec), "--png", "-"});
-    EXPECT_EQ(chart.exitCode, 0) << chart.err;
-    EXPECT_EQ(chart.out.substr(0, 4), "\x89PNG");
+    QProcess chart; // binary on standard output
+    chart.start(PA_CLI_PROGRAM, {"plot", q(rec), "--png", "-"});
+    ASSERT_TRUE(chart.waitForFinished(30000));
+    EXPECT_EQ(chart.exitCode(), 0);
+    EXPECT_TRUE(chart.readAllStandardOutput().startsWith("\x89PNG"));
     EXPECT_EQ(std::vector<fs::path>(fs::directory_iterator(folder.path()), {}).size(), 5u);
 }
 
