@@ -97,6 +97,12 @@ FAULTS = [
      "trend"),
     ("port line after reset", "src/ui/MeterRec.cpp", "    showPortState();\n    showRecording();",
      "    showRecording();", None),
+    ("frame threshold", "src/live/live_cycle.h", "kFrameThreshold = 20", "kFrameThreshold = 21",
+     "live"),
+    ("MQTT no-answer text", "src/cli/mqtt_publisher.cpp", '"no answer from the broker at "',
+     '"no reply from the broker at "', None),
+    ("discovery not retained", "src/cli/mqtt_publisher.cpp", "c.payload.data(), 0, true);",
+     "c.payload.data(), 0, false);", None),
 ]
 
 

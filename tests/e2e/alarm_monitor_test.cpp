@@ -22,29 +22,23 @@ using pa::testing::waitFor;
 TEST(AlarmMonitor, SwingAcrossALimitRaisesAndClearsEverywhere) {
     MosquittoBroker broker;
     ASSERT_TRUE(broker.start()) << broker.log().toStdString();
-    QProcess sub;
-    sub.start("stdbuf",
-              {"-oL", "mosquitto_sub", "-h", "127.0.0.1", "-p", QString::number(broker.port()),
-               "-v", "-t", "test/alarm/#", "-t", "homeassistant/binary_sensor/#", "-d"});
-    QString received;
-    const auto messages = [&] { return received += sub.readAllStandardOutput(), received; };
-    ASSERT_TRUE(waitFor([&] { return messages().contains("SUBACK"); }, 20000));
+    const auto sub =
+        pa::testing::subscribe(broker, {"test/alarm/#", "homeassistant/binary_sensor/#"});
+    ASSERT_TRUE(sub);
 
     // 116.4 W swinging by half each way over 6 s: above 140 W for about a third of it.
-    QProcess sim;
-    sim.start(PA_SIM_PROGRAM, {"--noise", "0", "--swing", "0.5", "--swing-period", "6"});
-    ASSERT_TRUE(waitFor([&] { return sim.canReadLine(); }, 10000));
-    const QString device = QString::fromUtf8(sim.readLine()).trimmed();
+    pa::testing::Running sim(PA_SIM_PROGRAM,
+                             {"--noise", "0", "--swing", "0.5", "--swing-period", "6"});
+    ASSERT_TRUE(sim.says("\n", 10000));
+    const QString device = sim.out().section('\n', 0, 0).trimmed();
 
     pa::testing::TempFolder folder;
     const QString alarms = QString::fromStdString(folder.str() + "/plant.alarms");
     const QString log = QString::fromStdString(folder.str() + "/log.csv");
-    QFile file(alarms);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("[high power]\nquantity = W\nabove = 140\nhysteresis = 10\n"
-               "actions = log, mqtt, run\nrun = false %n\n"
-               "[always]\nquantity = V\nabove = 1\nactions = run\nrun = sleep 60\n");
-    file.close();
+    std::ofstream(alarms.toStdString()) << "[high power]\nquantity = W\nabove = 140\n"
+                                           "hysteresis = 10\nactions = log, mqtt, run\n"
+                                           "run = false %n\n[always]\nquantity = V\nabove = 1\n"
+                                           "actions = run\nrun = sleep 60\n";
 
     QProcess cli;
     QElapsedTimer took;
@@ -55,8 +49,6 @@ TEST(AlarmMonitor, SwingAcrossALimitRaisesAndClearsEverywhere) {
     ASSERT_TRUE(cli.waitForFinished(60000));
     const double seconds = took.elapsed() / 1000.0;
     const std::string err = cli.readAllStandardError().toStdString();
-    sim.kill();
-    sim.waitForFinished(5000);
     ASSERT_EQ(cli.exitCode(), 0) << err;
     // 36 samples at 0.5 s, though "sleep 60" still runs: nothing waited for it.
     EXPECT_LT(seconds, 30) << err;
@@ -71,31 +63,23 @@ TEST(AlarmMonitor, SwingAcrossALimitRaisesAndClearsEverywhere) {
     EXPECT_NE(logText.find(",high power,cleared,"), std::string::npos) << logText;
 
     // The binary sensor: discovery, then OFF, ON, OFF ... with the value's attributes.
-    const QString state = "test/alarm/alarm_high_power/state ";
-    ASSERT_TRUE(waitFor([&] { return messages().count(state + "OFF") >= 2; }, 20000))
-        << received.toStdString();
-    const QStringList lines = received.split('\n');
-    QStringList states;
-    QJsonObject config, attributes;
-    for (const QString& line : lines) {
-        if (line.startsWith(state))
-            states << line.mid(state.size());
-        else if (line.startsWith("homeassistant/binary_sensor/test_alarm/alarm_high_power/config "))
-            config = QJsonDocument::fromJson(line.section(' ', 1).toUtf8()).object();
-        else if (line.startsWith("test/alarm/alarm_high_power/attributes "))
-            attributes = QJsonDocument::fromJson(line.section(' ', 1).toUtf8()).object();
-    }
-    ASSERT_GE(states.size(), 3) << received.toStdString();
-    EXPECT_EQ(states.mid(0, 3), (QStringList{"OFF", "ON", "OFF"}));
-    EXPECT_EQ(config["state_topic"].toString(), "test/alarm/alarm_high_power/state");
+    const QString topic = "test/alarm/alarm_high_power/";
+    ASSERT_TRUE(waitFor([&] { return sub->on(topic + "state").count("OFF") >= 2; }, 20000))
+        << sub->out().toStdString();
+    EXPECT_EQ(sub->on(topic + "state").mid(0, 3), (QStringList{"OFF", "ON", "OFF"}));
+    const auto json = [&](const QString& topic) {
+        return QJsonDocument::fromJson(sub->on(topic).value(0).toUtf8()).object();
+    };
+    const QJsonObject config =
+        json("homeassistant/binary_sensor/test_alarm/alarm_high_power/config");
+    const QJsonObject attributes = json(topic + "attributes");
+    EXPECT_EQ(config["state_topic"].toString(), topic + "state");
     EXPECT_EQ(config["device_class"].toString(), "problem");
-    EXPECT_EQ(config["device"].toObject()["identifiers"].toArray().at(0).toString(), "test_alarm");
+    EXPECT_EQ(config["device"]["identifiers"][0].toString(), "test_alarm");
     EXPECT_EQ(attributes["unit"].toString(), "W");
     EXPECT_TRUE(attributes["value"].isDouble());
     EXPECT_TRUE(attributes["time"].toString().endsWith('Z'));
-    EXPECT_FALSE(received.contains("alarm_always")) << "only alarms with the mqtt action";
-    sub.kill();
-    sub.waitForFinished(5000);
+    EXPECT_FALSE(sub->out().contains("alarm_always")) << "only alarms with the mqtt action";
 }
 
 TEST(AlarmMonitor, AFileWithAMistakeIsRefusedWithItsLine) {

@@ -15,10 +15,14 @@ struct ProgramRun {
 };
 
 // capMs: how long the program may take (generous: the machine may be loaded); environment:
-// changes to the environment the program gets.
+// changes to the environment the program gets; child: run in the child before the program
+// (limits, standard output replaced).
 inline ProgramRun runProgram(const QString& program, const QStringList& args, int capMs = 60000,
-                             const std::function<void(QProcessEnvironment&)>& environment = {}) {
+                             const std::function<void(QProcessEnvironment&)>& environment = {},
+                             const std::function<void()>& child = {}) {
     QProcess p;
+    if (child)
+        p.setChildProcessModifier(child);
     if (environment) {
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         environment(env);

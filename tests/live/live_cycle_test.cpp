@@ -6,6 +6,7 @@
 #include "inprocess_port.h"
 #include "instrument.h"
 #include "support/fake_clock.h"
+#include "support/message_texts.h"
 #include "support/recording_port.h"
 #include "support/scripted_ui.h"
 
@@ -19,6 +20,7 @@ namespace {
 
 using namespace pa::live;
 using pa::testing::FakeClock;
+using pa::testing::messageTexts;
 using pa::testing::RecordingPort;
 using pa::testing::ScriptedUi;
 
@@ -67,6 +69,14 @@ class CycleTest : public ::testing::Test {
     LiveCycle cycle{port, clock, ui, state};
 };
 
+// All the panels, as one text: W|PF|V|A|angle|VA|VAR|Hz|kWh|per period|cost.
+std::string shown(const Readouts& r) {
+    std::string all;
+    for (const std::string& p : r.Panel3D2)
+        all += (all.empty() ? "" : "|") + p;
+    return all;
+}
+
 TEST_F(CycleTest, ReadoutsOfOneSimulatedFrame) {
     pa::sim::Load load;
     load.noise = 0;
@@ -78,80 +88,89 @@ TEST_F(CycleTest, ReadoutsOfOneSimulatedFrame) {
     simPort.write(" ");
     live.Timer1Tick();
     live.Timer2Tick();
-
-    const auto& p = live.readouts().Panel3D2;
-    EXPECT_EQ(p[kW], " 116.4");
-    EXPECT_EQ(p[kPF], "  .920");
-    EXPECT_EQ(p[kV], "  230");
-    EXPECT_EQ(p[kA], "  .550");
-    EXPECT_EQ(p[kAngle], "23.1"); // acos(0.92) = 23.07 degrees
-    EXPECT_EQ(p[kVA], "126.50");  // 230 x 0.55
-    EXPECT_EQ(p[kVAR], "49.53");  // sqrt(126.5^2 - 116.4^2)
-    EXPECT_EQ(p[kKWH], "0.0");    // 116.4 W for 1 s is 0.00003 kWh
-    EXPECT_EQ(p[kEnergyPerPeriod], "0.00");
-    EXPECT_EQ(p[kCost], "$0.00");
+    // angle acos(0.92) = 23.07 degrees, VA 230 x 0.55, VAR sqrt(126.5^2 - 116.4^2); 116.4 W
+    // for 1 s is 0.00003 kWh.
+    EXPECT_EQ(shown(live.readouts()),
+              " 116.4|  .920|  230|  .550|23.1|126.50|49.53||0.0|0.00|$0.00");
     EXPECT_EQ(live.readouts().clockText, "10:05:07.4");
     EXPECT_EQ(simPort.bytesWaiting(), 21) << "the next frame was requested at once";
 }
 
-TEST_F(CycleTest, PhaseAngleFromPowerFactor) {
-    const struct {
-        std::uint16_t word;
-        const char* pf;
-        const char* angle;
-    } cases[] = {
-        {pa::sim::encodeReading(1.0, 3), " 1.000", "0.0"},
-        {pa::sim::encodeReading(0.0, 3), "  .000", "90.0"},
-        {pa::sim::encodeReading(0.5, 3), "  .500", "60.0"},
-        {pa::sim::encodeReading(1.2, 3), " 1.200", "0.0"}, // read as 1
-        {pa::sim::encodeReading(-0.5, 3), "- .500", "?"},
-        {0x0015, "OL", "?"},
-        {0xFFFF, "Init", "?"},
-    };
-    for (const auto& c : cases) {
-        sample("\x02" + blockBytes(PF, c.word) + std::string(15, '\0'));
-        EXPECT_EQ(panel(kPF), c.pf);
-        EXPECT_EQ(panel(kAngle), c.angle) << c.pf;
-    }
+std::string pfOnly(std::uint16_t word) {
+    return "\x02" + blockBytes(PF, word) + std::string(15, '\0');
+}
+// W, PF 0.9, V and A blocks; a steady 100 W with another second block.
+std::string va(Shown w, Shown v, Shown a) {
+    return frame({w, {PF, 0.9, 3}, v, a});
+}
+std::string second(Shown b) {
+    return frame({{W, 100, 2}, b, {DCV, 230, 0}, {DCA, 0.4, 3}});
 }
 
-TEST_F(CycleTest, ApparentAndReactivePower) {
+// Frames as they come, one per sample, each with the panels it must leave (the others are
+// not looked at), its no-data count and the HOLD indicator.
+TEST_F(CycleTest, FramesReachTheirPanels) {
+    using pa::sim::encodeReading;
+    const std::string fifty = frame({{W, 50, 2}, {PF, 1, 3}, {DCV, 230, 0}, {DCA, 0.2, 3}});
+    const std::string good = second({PF, 1, 3});
     const struct {
-        Shown w, v, a;
-        const char* va;
-        const char* var;
-    } cases[] = {
-        {{W, 100, 2}, {DCV, 200, 0}, {DCA, 1, 3}, "200.00", "173.21"},
-        {{W2000, 200, 0}, {DCV, 100, 0}, {DCA, 1, 3}, "100.00", "0.00"}, // VA^2 < W^2
-        {{W2000, 1500, 0}, {DCV, 240, 0}, {DCA, 7.5, 1}, "1800.00", "994.99"},
+        const char* what;
+        std::string bytes;
+        std::vector<std::pair<Panel, const char*>> panels;
+        int noDataTicks = 0;
+        bool hold = false;
+    } steps[] = {
+        {"19 bytes are no data", fifty.substr(0, 19), {{kW, ""}}, 1},
+        // Block bytes 4-5 are unused: 20 bytes carry all four.
+        {"20 bytes", fifty.substr(0, 20), {{kW, "  50.0"}, {kV, "  230"}, {kA, "  .200"}}},
+        // A start character in the second half keeps only the buffer's last ten bytes (from
+        // 20 bytes with STX at the 16th), read at their fixed offsets: block 1 is the W
+        // block behind the STX, and blocks past the end are left out.
+        {"STX late",
+         std::string(15, '\x07') + "\x02" + blockBytes(W, 0x89A3).substr(0, 4),
+         {{kW, " 116.4"}, {kA, "  .200"}}},
+        {"PF 1", pfOnly(encodeReading(1.0, 3)), {{kPF, " 1.000"}, {kAngle, "0.0"}}},
+        {"PF 0", pfOnly(encodeReading(0.0, 3)), {{kPF, "  .000"}, {kAngle, "90.0"}}},
+        {"PF .5", pfOnly(encodeReading(0.5, 3)), {{kPF, "  .500"}, {kAngle, "60.0"}}},
+        {"PF 1.2 is read as 1", pfOnly(encodeReading(1.2, 3)), {{kPF, " 1.200"}, {kAngle, "0.0"}}},
+        {"PF negative", pfOnly(encodeReading(-0.5, 3)), {{kPF, "- .500"}, {kAngle, "?"}}},
+        {"PF overload", pfOnly(0x0015), {{kPF, "OL"}, {kAngle, "?"}}},
+        {"PF at start-up", pfOnly(0xFFFF), {{kPF, "Init"}, {kAngle, "?"}}},
+        {"VA, VAR",
+         va({W, 100, 2}, {DCV, 200, 0}, {DCA, 1, 3}),
+         {{kVA, "200.00"}, {kVAR, "173.21"}}},
+        {"VA < W",
+         va({W2000, 200, 0}, {DCV, 100, 0}, {DCA, 1, 3}),
+         {{kVA, "100.00"}, {kVAR, "0.00"}}},
+        {"2000 W",
+         va({W2000, 1500, 0}, {DCV, 240, 0}, {DCA, 7.5, 1}),
+         {{kVA, "1800.00"}, {kVAR, "994.99"}}},
+        // VA waits for a current after each voltage: a frame without a current leaves it.
+        {"no current", va({W, 10, 2}, {DCV, 50, 0}, {PF, 0.9, 3}), {{kVA, "1800.00"}}},
+        {"steady", second({PF, 1, 3}), {{kW, " 100.0"}}},
+        {"HOLD leaves the panels",
+         frame({{255, 120, 2}, {255, 0.5, 3}, {255, 240, 0}, {255, 0.9, 3}}),
+         {{kW, " 100.0"}},
+         0,
+         true},
+        // Garbage and cut frames never break the cycle (the next sample tick hides HOLD).
+        {"all FF (read as HOLD blocks)", std::string(40, '\xFF'), {}, 0, true},
+        {"STX and bells", "\x02" + std::string(20, '\x07'), {}},
+        {"a frame begun before we listened", good.substr(10) + good, {}},
+        {"all NUL", std::string(30, '\0'), {}},
+        {"STX at the very end", "garbage garbage garbage\x02", {}},
+        {"50 Hz", second({5, 0.05, 3}), {{kHz, "50Hz"}, {kW, " 100.0"}}},
+        {"60 Hz", second({5, 0.06, 3}), {{kHz, "60Hz"}}},
+        {"1500 Hz", second({5, 1.5, 2}), {{kHz, "1500Hz"}}},
     };
-    for (const auto& c : cases) {
-        sample(frame({c.w, {PF, 0.9, 3}, c.v, c.a}));
-        EXPECT_EQ(panel(kVA), c.va);
-        EXPECT_EQ(panel(kVAR), c.var);
+    for (const auto& step : steps) {
+        SCOPED_TRACE(step.what);
+        sample(step.bytes);
+        for (const auto& [p, text] : step.panels)
+            EXPECT_EQ(panel(p), text) << p;
+        EXPECT_EQ(cycle.noDataTicks(), step.noDataTicks);
+        EXPECT_EQ(cycle.readouts().holdVisible, step.hold);
     }
-    // VA waits for a current after each voltage: a frame without a current leaves it.
-    sample(frame({{W, 10, 2}, {PF, 0.9, 3}, {DCV, 50, 0}, {PF, 0.9, 3}}));
-    EXPECT_EQ(panel(kVA), "1800.00");
-}
-
-TEST_F(CycleTest, FewerThanTwentyBytesAreNoData) {
-    const std::string full = frame({{W, 50, 2}, {PF, 1, 3}, {DCV, 230, 0}, {DCA, 0.2, 3}});
-    sample(full.substr(0, 19));
-    EXPECT_EQ(cycle.noDataTicks(), 1);
-    EXPECT_EQ(panel(kW), "");
-    sample(full.substr(0, 20)); // block bytes 4-5 are unused: 20 bytes carry all four
-    EXPECT_EQ(cycle.noDataTicks(), 0);
-    EXPECT_EQ(panel(kW), "  50.0");
-    EXPECT_EQ(panel(kV), "  230");
-    EXPECT_EQ(panel(kA), "  .200");
-    // A start character in the second half keeps only the buffer's last ten bytes (from 20
-    // bytes with STX at the 16th): the blocks are then read at their fixed offsets in that
-    // tail, so block 1 is the W block behind the STX, and blocks past the end are left out.
-    sample(std::string(15, '\x07') + "\x02" + blockBytes(W, 0x89A3).substr(0, 4));
-    EXPECT_EQ(cycle.noDataTicks(), 0);
-    EXPECT_EQ(panel(kW), " 116.4");
-    EXPECT_EQ(panel(kA), "  .200");
 }
 
 TEST_F(CycleTest, SilenceWarnsAfterFiveTicksAndResetsThePortAfterTen) {
@@ -202,45 +221,30 @@ TEST_F(CycleTest, EnergyOncePerClockTextAndNeverForNegativePower) {
     EXPECT_EQ(panel(kKWH), "1.0");
 }
 
-TEST_F(CycleTest, CostFollowsPriceHoursAndPeriod) {
+// 100 W all day is 2.4 kWh a day, 72 a month of 30 days, 864 a year of 360 days; the
+// figures follow every entry at once, on a poll tick without a new clock text too.
+TEST_F(CycleTest, CostFollowsPriceHoursAndPeriodOnEveryDecodedTick) {
     const std::string hundredWatts = frame({{W, 100, 2}, {PF, 1, 3}, {DCV, 230, 0}, {DCA, 0.4, 3}});
     sample(hundredWatts);
     EXPECT_EQ(panel(kEnergyPerPeriod), "0.00") << "no period chosen yet";
-    cycle.energy().choosePeriod(2); // year of 360 days
-    ASSERT_FALSE(cycle.energy().hoursEntered("24"));
-    ASSERT_FALSE(cycle.energy().priceEntered("0.5"));
-    sample(hundredWatts);
-    EXPECT_EQ(panel(kEnergyPerPeriod), "864.00");
-    EXPECT_EQ(panel(kCost), "$432.00");
-    cycle.energy().choosePeriod(0); // month of 30 days, 24 h
-    sample(hundredWatts);
-    EXPECT_EQ(panel(kEnergyPerPeriod), "72.00");
-}
-
-TEST_F(CycleTest, HoldFramesRaiseTheIndicatorAndLeaveThePanels) {
-    sample(frame({{W, 100, 2}, {PF, 1, 3}, {DCV, 230, 0}, {DCA, 0.4, 3}}));
-    std::string held = frame({{255, 120, 2}, {255, 0.5, 3}, {255, 240, 0}, {255, 0.9, 3}});
-    cycle.Timer1Tick();
-    port.incoming = held;
-    cycle.Timer2Tick();
-    EXPECT_TRUE(cycle.readouts().holdVisible);
-    EXPECT_EQ(panel(kW), " 100.0");
-    cycle.Timer1Tick();
-    EXPECT_FALSE(cycle.readouts().holdVisible) << "the next sample tick hides it";
-}
-
-TEST_F(CycleTest, GarbageAndCutFramesNeverBreakTheCycle) {
-    const std::string good = frame({{W, 100, 2}, {PF, 1, 3}, {DCV, 230, 0}, {DCA, 0.4, 3}});
-    const std::vector<std::string> inputs{
-        std::string(40, '\xFF'),       "\x02" + std::string(20, '\x07'),
-        good.substr(10) + good, // a frame that started before we listened
-        std::string(30, '\x00'),
-        "garbage garbage garbage\x02", // start character at the very end
-    };
-    for (const std::string& bytes : inputs)
-        sample(bytes);
-    sample(good);
-    EXPECT_EQ(panel(kW), " 100.0");
+    const struct {
+        int period;
+        const char *hours, *price, *perPeriod, *cost;
+    } cases[] = {{2, "24", "0.5", "864.00", "$432.00"},
+                 {0, "24", "0.5", "72.00", "$36.00"},
+                 {1, "24", "1", "2.40", "$2.40"},
+                 {1, "24", "10", "2.40", "$24.00"},
+                 {1, "12", "0.5", "1.20", "$0.60"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.perPeriod + std::string(" ") + c.cost);
+        cycle.energy().choosePeriod(c.period);
+        ASSERT_FALSE(cycle.energy().hoursEntered(c.hours));
+        ASSERT_FALSE(cycle.energy().priceEntered(c.price));
+        port.incoming = hundredWatts;
+        cycle.Timer2Tick();
+        EXPECT_EQ(panel(kEnergyPerPeriod), c.perPeriod);
+        EXPECT_EQ(panel(kCost), c.cost);
+    }
 }
 
 TEST_F(CycleTest, SamplingTimeEntry) {
@@ -354,37 +358,11 @@ TEST_F(CycleTest, PriceAndHoursEntries) {
     EXPECT_TRUE(e.hoursEntered("-1"));
 }
 
-// Get Hz against the in-process simulator: 5.5 s counted down to the listener, sampling off
-// and on again around it.
-TEST_F(CycleTest, GetHzShowsTheFrequencyCountsItsWaitDownAndResumes) {
-    pa::sim::Instrument instrument;
-    pa::sim::InProcessPort simPort(instrument);
-    simPort.setPortName("SIM");
-    ASSERT_TRUE(simPort.open());
-    LiveCycle live(simPort, clock, ui, state);
-    std::vector<int> switches;
-    live.setLiveSampling([&](int on) { switches.push_back(on); });
-    std::vector<double> left;
-    live.setWaitListener([&](double l, double total) {
-        EXPECT_DOUBLE_EQ(total, 5.5);
-        left.push_back(l);
-    });
-    const double before = clock.secondsSinceMidnight();
-    live.GetHz();
-    EXPECT_EQ(live.readouts().Panel3D2[kHz], "50Hz");
-    EXPECT_EQ(switches, (std::vector<int>{0, 1}));
-    EXPECT_NEAR(clock.secondsSinceMidnight() - before, 5.5, 1e-6);
-    EXPECT_TRUE(ui.messages.empty());
-    ASSERT_GE(left.size(), 12u) << "at least two reports a second";
-    EXPECT_DOUBLE_EQ(left.front(), 5.5);
-    EXPECT_NEAR(left.back(), 0, 1e-9);
-    EXPECT_TRUE(std::is_sorted(left.rbegin(), left.rend())) << "counts down, never up";
-}
-
-TEST_F(CycleTest, GetHzRefusesRepliesOfTheWrongLength) {
-    std::vector<int> switches;
+// Get Hz: one raw request byte, a 5.5 s wait counted down to the listener (at least two
+// reports a second), sampling off and on again around it whatever the reply; a reply of the
+// wrong length asks for another press.
+TEST_F(CycleTest, GetHzCountsItsWaitDownAndRefusesRepliesOfTheWrongLength) {
     const std::string fiveBytes = "\x02" + blockBytes(5, 0xC280).substr(0, 3) + "\x03";
-    const std::string liveFrame = frame({{W, 100, 2}, {PF, 1, 3}, {DCV, 230, 0}, {DCA, 0.4, 3}});
     // A reply carrying the HOLD code: the value still decodes, and the indicator goes up.
     const std::string held = "\x02" + blockBytes(255, 0xC281).substr(0, 3) + "\x03";
     const struct {
@@ -393,71 +371,51 @@ TEST_F(CycleTest, GetHzRefusesRepliesOfTheWrongLength) {
         const char* hz;
         bool refused, hold;
     } cases[] = {{"", fiveBytes, "50Hz", false, false},
-                 {liveFrame, fiveBytes, "50Hz", false, false}, // drained before the request
+                 {second({PF, 1, 3}), fiveBytes, "50Hz", false, false}, // drained first
                  {"", fiveBytes.substr(0, 4), "", true, false},
                  {"", fiveBytes + "\x03", "", true, false},
                  {"", "", "", true, false},
                  {"", "\x02" + blockBytes(5, 0x0015).substr(0, 3) + "\x03", "0Hz", false, false},
                  {"", held, "50Hz", false, true}};
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.reply.size());
         ui.messages.clear();
-        switches.clear();
         port.incoming = c.stale;
-        // The reply arrives during the 5-second measuring pause.
+        // The reply arrives a second into the measuring pause.
         struct ReplyClock : FakeClock {
             RecordingPort* port;
             std::string reply;
+            double paused = 0;
             void pause(double s) override {
                 FakeClock::pause(s);
-                if (s > 1)
+                if (paused < 1 && (paused += s) >= 1)
                     port->incoming += reply;
             }
         } replyClock;
         replyClock.port = &port;
         replyClock.reply = c.reply;
         LiveCycle live(port, replyClock, ui, state);
+        std::vector<int> switches;
+        std::vector<double> left;
         live.setLiveSampling([&](int on) { switches.push_back(on); });
+        live.setWaitListener([&](double l, double total) {
+            EXPECT_DOUBLE_EQ(total, 5.5);
+            left.push_back(l);
+        });
+        const double before = replyClock.secondsSinceMidnight();
         live.GetHz();
-        EXPECT_EQ(live.readouts().Panel3D2[kHz], c.refused ? "" : c.hz) << c.reply.size();
-        EXPECT_EQ(live.readouts().holdVisible, c.hold) << c.reply.size();
-        EXPECT_EQ(ui.messages.size(), c.refused ? 1u : 0u) << c.reply.size();
-        if (c.refused) {
-            EXPECT_EQ(ui.messages[0].text, "Please press the Get Hz button again");
-        }
-        EXPECT_EQ(switches, (std::vector<int>{0, 1})) << "sampling always resumes";
-        EXPECT_EQ(port.written.back(), '\xF5') << "the request is one raw byte";
-    }
-}
-
-TEST_F(CycleTest, FrequencyBlockInALiveFrameReachesTheHzPanel) {
-    const struct {
-        Shown freq;
-        const char* hz;
-    } cases[] = {{{5, 0.05, 3}, "50Hz"}, {{5, 0.06, 3}, "60Hz"}, {{5, 1.5, 2}, "1500Hz"}};
-    for (const auto& c : cases) {
-        sample(frame({{W, 100, 2}, c.freq, {DCV, 230, 0}, {DCA, 0.4, 3}}));
-        EXPECT_EQ(panel(kHz), c.hz);
-        EXPECT_EQ(panel(kW), " 100.0") << "the other blocks still reach their panels";
-    }
-}
-
-// The energy sum waits for a new clock text; the energy-per-period and cost figures do not.
-TEST_F(CycleTest, CostIsRecomputedOnEveryDecodedTick) {
-    const std::string hundredWatts = frame({{W, 100, 2}, {PF, 1, 3}, {DCV, 230, 0}, {DCA, 0.4, 3}});
-    cycle.energy().choosePeriod(1); // day
-    ASSERT_FALSE(cycle.energy().hoursEntered("24"));
-    sample(hundredWatts);
-    EXPECT_EQ(panel(kCost), "$0.00");
-    const struct {
-        const char* price;
-        const char* cost;
-    } prices[] = {{"1", "$2.40"}, {"0.5", "$1.20"}, {"10", "$24.00"}};
-    for (const auto& p : prices) {
-        ASSERT_FALSE(cycle.energy().priceEntered(p.price));
-        port.incoming = hundredWatts;
-        cycle.Timer2Tick(); // a poll tick without a new clock text
-        EXPECT_EQ(panel(kEnergyPerPeriod), "2.40");
-        EXPECT_EQ(panel(kCost), p.cost) << p.price;
+        EXPECT_EQ(live.readouts().Panel3D2[kHz], c.hz);
+        EXPECT_EQ(live.readouts().holdVisible, c.hold);
+        EXPECT_EQ(messageTexts(ui),
+                  c.refused ? std::vector<std::string>{"Please press the Get Hz button again"}
+                            : std::vector<std::string>{});
+        EXPECT_EQ(switches, (std::vector<int>{0, 1}));
+        EXPECT_EQ(port.written.back(), '\xF5');
+        EXPECT_NEAR(replyClock.secondsSinceMidnight() - before, 5.5, 1e-6);
+        ASSERT_GE(left.size(), 12u);
+        EXPECT_DOUBLE_EQ(left.front(), 5.5);
+        EXPECT_NEAR(left.back(), 0, 1e-9);
+        EXPECT_TRUE(std::is_sorted(left.rbegin(), left.rend())) << "counts down, never up";
     }
 }
 
