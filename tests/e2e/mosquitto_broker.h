@@ -3,7 +3,7 @@
 // configuration file written here (anonymous, no persistence, loopback only, and the extra
 // lines given). It can be stopped and started again on the same port, as a broker restarted
 // under a client. Also: a program left running (the monitor, a subscriber) and what it said.
-#include "gui/gui_support.h"
+#include "support/wait_for.h"
 
 #include <QFile>
 #include <QProcess>

@@ -22,21 +22,11 @@
 #include "support/fake_clock.h"
 #include "support/scripted_ui.h"
 #include "support/test_files.h"
+#include "support/wait_for.h"
 #include "text/mask_format.h"
 #include "ui/MeterRec.h"
 
 namespace pa::testing {
-
-// Serves events until the condition holds or the cap runs out.
-inline bool waitFor(const std::function<bool()>& condition, int capMs = 8000) {
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition() && timer.elapsed() < capMs) {
-        QApplication::processEvents(QEventLoop::AllEvents, 20);
-        QThread::msleep(5);
-    }
-    return condition();
-}
 
 // Makes a folder the working folder (where commport.dat goes) and, when asked, the home
 // folder, for as long as the object lives; then puts both back.
