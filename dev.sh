@@ -7,7 +7,7 @@ PACKAGES=(g++ cmake ninja-build qt6-base-dev qt6-serialport-dev qt6-charts-dev l
           libgtest-dev libgmock-dev libbenchmark-dev fonts-noto-cjk dpkg-dev
           libmosquitto-dev mosquitto mosquitto-clients pkg-config libxlsxwriter-dev systemd
           qt6-translations-l10n lintian appstream desktop-file-utils help2man librsvg2-bin man-db file
-          openssl)
+          openssl libcli11-dev nlohmann-json3-dev)
 FUZZ_PACKAGES=(clang-14 libclang-rt-14-dev)
 LOCALE_PACKAGES=(locales)
 WINDOWS_PACKAGES=(g++-mingw-w64-x86-64-posix wine wine64 googletest)

@@ -1,6 +1,7 @@
 #pragma once
 // The subcommands of poweranalyzer-cli. Each takes the arguments after its name and returns
 // the exit status; bad input gives a one-line error on standard error and a non-zero status.
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,7 @@ int manualCommand(const std::vector<std::string>& args);
 int exportCommand(const std::vector<std::string>& args);
 int statsCommand(const std::vector<std::string>& args);
 int reportCommand(const std::vector<std::string>& args);
+int portsCommand(const std::vector<std::string>& args);
 
 // Shared by the subcommands.
 // Prints "poweranalyzer-cli: message" on standard error and returns 2.
@@ -23,6 +25,10 @@ int fail(const std::string& message);
 // says so once on standard error and returns false. The program's exit status is then
 // non-zero whatever the command returned.
 bool flushOutput();
+// Runs write(path) for an output file; for "-" it writes a temporary file and copies it to
+// standard output (for a chart or a PDF, which are written by a file name). "" or the error.
+std::string writeOutput(const std::string& path,
+                        const std::function<std::string(const std::string&)>& write);
 // Makes Ctrl-C and kill end the running event loop between ticks.
 void quitOnCtrlC();
 bool stopRequested();

@@ -7,6 +7,7 @@
 // manual and is followed by " (missing)" when no file is there. Exit status 1 when a manual
 // is missing.
 #include "cli/commands.h"
+#include "cmdline/command_options.h"
 #include "ui/help_about.h"
 
 #include <QCoreApplication>
@@ -18,8 +19,8 @@
 namespace pa::cli {
 
 int manualCommand(const std::vector<std::string>& args) {
-    if (!args.empty())
-        return fail("manual takes no options (got " + args[0] + ")");
+    if (const std::string error = cmdline::parseNoOptions("manual", args); !error.empty())
+        return fail(error);
     // The folder of the program itself (links followed), where the window looks too.
     const std::string folder = QCoreApplication::applicationDirPath().toStdString();
     int missing = 0;

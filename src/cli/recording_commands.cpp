@@ -102,10 +102,15 @@ int reportCommand(const std::vector<std::string>& args) {
         !error.empty())
         return fail(error);
     if (!o.pdf.empty()) {
-        if (const std::string error = report::writeSurveyPdf(survey, o.pdf, o.lang, PA_VERSION);
+        if (const std::string error = writeOutput(o.pdf,
+                                                  [&](const std::string& path) {
+                                                      return report::writeSurveyPdf(
+                                                          survey, path, o.lang, PA_VERSION);
+                                                  });
             !error.empty())
             return fail(error);
-        std::fprintf(stderr, "report written to %s\n", o.pdf.c_str());
+        if (o.pdf != "-")
+            std::fprintf(stderr, "report written to %s\n", o.pdf.c_str());
     } else {
         const std::string text =
             o.format == "json" ? report::surveyJson(survey) : report::surveyText(survey);

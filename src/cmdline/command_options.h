@@ -1,8 +1,9 @@
 #pragma once
 // The options of poweranalyzer-cli's subcommands, read from the arguments after the
-// subcommand's name. Each parse function returns "" or the one-line error the program prints
-// (exit status 2); nothing here opens a port or a file, so every command line can be checked
-// before anything is touched.
+// subcommand's name by CLI11: --opt VALUE or --opt=VALUE, "--" ends the options. Each parse
+// function returns "" or the one-line error the program prints (exit status 2); nothing here
+// opens a port or a file, so every command line can be checked before anything is touched.
+// The same definitions give each subcommand's --help and the bash completion.
 #include "datafile/csv_export.h"
 #include "datafile/recording_stats.h"
 #include "pfimprove/pf_calculator.h"
@@ -24,9 +25,6 @@ struct MqttOptions {
     std::string deviceId; // the identity Home Assistant keeps the device by: --client-id, if given
 };
 
-// Takes one MQTT option at args[i] (and its value, advancing i). False when args[i] is not
-// an MQTT option; error is set when it is one with a missing or bad value.
-bool takeMqttOption(const Args& args, std::size_t& i, MqttOptions& options, std::string& error);
 // Checks the options together and fills in the defaults (topic and client id from the
 // machine's name and the process id); "" or the error.
 std::string completeMqttOptions(MqttOptions& options, const std::string& hostName, long pid);
@@ -35,8 +33,6 @@ struct AlarmOptions {
     std::string file; // empty: no alarms
     std::string log;  // empty: beside the recording, or beside the alarm file
 };
-// Takes --alarms FILE or --alarm-log FILE at args[i], as takeMqttOption does.
-bool takeAlarmOption(const Args& args, std::size_t& i, AlarmOptions& options, std::string& error);
 
 struct MonitorOptions {
     std::string port;
@@ -113,5 +109,19 @@ struct ReportArgs {
     report::SurveyOptions options;
 };
 std::string parseReport(const Args& args, ReportArgs& o, int thisYear);
+
+// For the subcommands without options (manual, ports): "" or the error.
+std::string parseNoOptions(const std::string& command, const Args& args);
+
+// The subcommands, in the order --help lists them.
+std::vector<std::string> commandNames();
+// The help of a subcommand, or of the program for "", in the one layout all share; "" for
+// an unknown subcommand.
+std::string helpText(const std::string& command);
+// Whether a subcommand's arguments hold this option (such as --help) before any "--".
+bool asks(const Args& args, const std::string& option);
+// A bash completion script for poweranalyzer-cli: its subcommands, each one's options, and
+// the values of the options that take one of a few words.
+std::string bashCompletion();
 
 } // namespace pa::cmdline

@@ -23,6 +23,8 @@ GTest|vcpkg.* install .*\bgtest\b|brew install .*\bgoogletest\b
 PkgConfig|vcpkg.* install .*\bpkgconf\b|brew install .*\bpkg-?conf(ig)?\b
 libmosquitto|vcpkg.* install .*\bmosquitto\b|brew install .*\bmosquitto\b
 xlsxwriter|vcpkg.* install .*\blibxlsxwriter\b|brew install .*\blibxlsxwriter\b
+CLI11|vcpkg.* install .*\bcli11\b|brew install .*\bcli11\b
+nlohmann_json|vcpkg.* install .*\bnlohmann-json\b|brew install .*\bnlohmann-json\b
 benchmark|-|-
 help2man|-|-
 rsvg-convert|-|-
