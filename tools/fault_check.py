@@ -78,6 +78,12 @@ FAULTS = [
     ("folder error message", "src/datafile/data_folder.cpp", '"Cannot create the folder "',
      '"Could not create the folder "', "datafile"),
     ("alarm unit", "src/alarms/alarm_set.cpp", '{"VAR", "var"}', '{"VAR", "VAr"}', "alarms"),
+    ("record to standard output", "src/cmdline/command_options.cpp", 'if (r.out == "-")',
+     'if (r.out == "--")', "cmdline"),
+    ("empty --opt= value", "src/cmdline/command_options.cpp", "a.ends_with('=')",
+     "a.ends_with('#')", "cmdline"),
+    ("no ports message", "src/cmdline/port_listing.cpp", '"no serial ports found: plug',
+     '"no serial port found: plug', "cmdline"),
 ]
 
 
