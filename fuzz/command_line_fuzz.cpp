@@ -1,9 +1,8 @@
 // Arbitrary command lines into every subcommand's option parser (--opt=value and -- too): the
 // input is cut at NUL bytes into arguments (as a shell hands them over, any bytes but NUL).
-// Each parser must
-// either refuse or give options that hold together: exactly one of a port and the simulator
-// where one is needed, a file where one is needed, numbers in their ranges, and typed values
-// that go into a data file's lines made of a number's characters only.
+// Each parser must either refuse or give options that hold together: exactly one of a port
+// and the simulator where one is needed, a file where one is needed, numbers in their ranges,
+// and typed values that go into a data file's lines made of a number's characters only.
 #include "cmdline/command_options.h"
 
 #include <cmath>
