@@ -486,7 +486,7 @@ std::string yearOption(const CLI::App& app, const Texts& t, int thisYear, int& y
 
 std::string oneFile(const std::vector<std::string>& files, std::string& file, const char* none,
                     const char* more) {
-    if (files.empty())
+    if (files.empty() || files[0].empty()) // "" names no file
         return none;
     if (files.size() > 1)
         return std::string(more) + " (" + files[1] + ")";

@@ -171,6 +171,7 @@ TEST(CommandOptions, CommandLinesGiveTheirOptionsOrARefusal) {
         {"stats", {"run.txt", "--price", "inf"}, "--price takes a price per kWh"},
         {"stats", {"run.txt", "--price", "nan"}, "--price takes a price per kWh"},
         {"stats", {"a.txt", "b.txt"}, "one recording only (b.txt)"},
+        {"stats", {""}, "give the recording (see stats --help)"},
         {"report",
          {"b.txt", "a.txt", "--nominal", "120", "--hz=60", "--price", "0.3", "--pdf", "r.pdf",
           "--lang", "zh"},
