@@ -824,7 +824,8 @@ std::string parseNoOptions(const std::string& command, const Args& args) {
     Targets all;
     const auto app = defineCommand(command, all);
     if (std::string e = runParser(*app, args); !e.empty())
-        return command + " takes no options (" + e + ")";
+        return command + " takes no options (got " +
+               (e.starts_with("unknown option ") ? e.substr(15) : e) + ")";
     return "";
 }
 

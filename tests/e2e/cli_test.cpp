@@ -78,7 +78,7 @@ TEST(Cli, ErrorsNameTheirCause) {
         {{"monitor", "--simulate", "--format", "xml"}, "--format takes tsv or csv"},
         {{"plot", odd, "--points"},
          "Inncorrect file format, proceed anyway: no (give --force to plot it anyway)"},
-        {{"ports", "--all"}, "ports takes no options (unknown option --all)"},
+        {{"ports", "--all"}, "ports takes no options (got --all)"},
         {{"frobnicate"}, "unknown command frobnicate (try --help)"},
     };
     for (const auto& c : cases) {
