@@ -1,10 +1,11 @@
-// Arbitrary command lines into every subcommand's option parser: the input is cut at NUL
-// bytes into arguments (as a shell hands them over, any bytes but NUL). Each parser must
-// either refuse or give options that hold together: exactly one of a port and the simulator
-// where one is needed, a file where one is needed, numbers in their ranges, and typed values
-// that go into a data file's lines made of a number's characters only.
+// Arbitrary command lines into every subcommand's option parser (--opt=value and -- too): the
+// input is cut at NUL bytes into arguments (as a shell hands them over, any bytes but NUL).
+// Each parser must either refuse or give options that hold together: exactly one of a port
+// and the simulator where one is needed, a file where one is needed, numbers in their ranges,
+// and typed values that go into a data file's lines made of a number's characters only.
 #include "cmdline/command_options.h"
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -48,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     if (RecordOptions o; parseRecord(args, o).empty()) {
         check(o.simulate != !o.port.empty());
-        check(!o.out.empty());
+        check(!o.out.empty() && o.out != "-"); // the recording must go to a file
         check(o.count == -1 || o.count >= 1);
         check(o.period >= 0 && o.period < 3);
         // These go into the data file's lines as typed: only a number's characters, so no
@@ -63,10 +64,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         check(o.quantity >= 0 && o.quantity <= 8);
         check(o.width >= 200 && o.width <= 8000 && o.height >= 150 && o.height <= 8000);
         check(!o.png.empty() || !o.pdf.empty() || o.points || o.stats);
+        check(o.png != "-" || o.pdf != "-"); // one output only on standard output
     }
     if (LoggerOptions o; parseLogger(args, o).empty()) {
         check(o.simulate != !o.port.empty());
         check(!o.words.empty());
+        check(o.out != "-");
     }
     if (ExportArgs o; parseExport(args, o, 2026).empty()) {
         check(!o.file.empty());
@@ -78,6 +81,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         check(o.format == "text" || o.format == "csv" || o.format == "json");
         check(o.year >= 1 && o.year <= 9999);
         check(!o.price || *o.price >= 0);
+    }
+    if (ReportArgs o; parseReport(args, o, 2026).empty()) {
+        check(!o.files.empty());
+        check(o.options.targetPf >= 0.5 && o.options.targetPf <= 1);
+        check(!o.options.price || (*o.options.price >= 0 && std::isfinite(*o.options.price)));
     }
     return 0;
 }

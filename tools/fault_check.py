@@ -103,6 +103,12 @@ FAULTS = [
      '"no reply from the broker at "', None),
     ("discovery not retained", "src/cli/mqtt_publisher.cpp", "c.payload.data(), 0, true);",
      "c.payload.data(), 0, false);", None),
+    ("record to standard output", "src/cmdline/command_options.cpp", 'if (r.out == "-")',
+     'if (r.out == "--")', "cmdline"),
+    ("empty --opt= value", "src/cmdline/command_options.cpp", "a.ends_with('=')",
+     "a.ends_with('#')", "cmdline"),
+    ("no ports message", "src/cmdline/port_listing.cpp", '"no serial ports found: plug',
+     '"no serial port found: plug', "cmdline"),
 ]
 
 

@@ -1,7 +1,6 @@
 #pragma once
 // The subcommands of poweranalyzer-cli. Each takes the arguments after its name and returns
 // the exit status; bad input gives a one-line error on standard error and a non-zero status.
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -25,10 +24,6 @@ int fail(const std::string& message);
 // says so once on standard error and returns false. The program's exit status is then
 // non-zero whatever the command returned.
 bool flushOutput();
-// Runs write(path) for an output file; for "-" it writes a temporary file and copies it to
-// standard output (for a chart or a PDF, which are written by a file name). "" or the error.
-std::string writeOutput(const std::string& path,
-                        const std::function<std::string(const std::string&)>& write);
 // Makes Ctrl-C and kill end the running event loop between ticks.
 void quitOnCtrlC();
 bool stopRequested();

@@ -8,7 +8,6 @@
 
 #include <QApplication>
 #include <QCoreApplication>
-#include <QTemporaryFile>
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -72,25 +71,6 @@ bool flushOutput() {
     }
     outputFailed = true;
     return false;
-}
-
-std::string writeOutput(const std::string& path,
-                        const std::function<std::string(const std::string&)>& write) {
-    if (path != "-")
-        return write(path);
-    QTemporaryFile file;
-    if (!file.open())
-        return "cannot make a temporary file for standard output: " +
-               file.errorString().toStdString();
-    file.close();
-    if (std::string error = write(file.fileName().toStdString()); !error.empty())
-        return error;
-    if (!file.open())
-        return "cannot read back " + file.fileName().toStdString();
-    for (QByteArray chunk; !(chunk = file.read(1 << 16)).isEmpty();)
-        std::fwrite(chunk.constData(), 1, static_cast<std::size_t>(chunk.size()), stdout);
-    flushOutput(); // says so itself when standard output cannot be written
-    return "";
 }
 
 void quitOnCtrlC() {

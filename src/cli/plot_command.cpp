@@ -113,19 +113,12 @@ int plotCommand(const std::vector<std::string>& args) {
         std::fwrite(lines.data(), 1, lines.size(), stdout);
     }
     if (!o.png.empty())
-        if (const auto error = writeOutput(o.png,
-                                           [&](const std::string& path) {
-                                               return window.savePng(QString::fromStdString(path),
-                                                                     QSize(o.width, o.height));
-                                           });
+        if (const auto error =
+                window.savePng(QString::fromStdString(o.png), QSize(o.width, o.height));
             !error.empty())
             return fail(error);
     if (!o.pdf.empty())
-        if (const auto error = writeOutput(o.pdf,
-                                           [&](const std::string& path) {
-                                               return window.savePdf(QString::fromStdString(path));
-                                           });
-            !error.empty())
+        if (const auto error = window.savePdf(QString::fromStdString(o.pdf)); !error.empty())
             return fail(error);
     return 0;
 }

@@ -13,9 +13,9 @@
 #include "cmdline/command_options.h"
 #include "datafile/csv_export.h"
 #include "datafile/recording_stats.h"
-#include "text/escaped_text.h"
 #include "report/SurveyPdf.h"
 #include "report/load_survey.h"
+#include "text/escaped_text.h"
 
 #include <cstdio>
 #include <ctime>
@@ -102,11 +102,7 @@ int reportCommand(const std::vector<std::string>& args) {
         !error.empty())
         return fail(error);
     if (!o.pdf.empty()) {
-        if (const std::string error = writeOutput(o.pdf,
-                                                  [&](const std::string& path) {
-                                                      return report::writeSurveyPdf(
-                                                          survey, path, o.lang, PA_VERSION);
-                                                  });
+        if (const std::string error = report::writeSurveyPdf(survey, o.pdf, o.lang, PA_VERSION);
             !error.empty())
             return fail(error);
         if (o.pdf != "-")

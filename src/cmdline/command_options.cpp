@@ -168,7 +168,7 @@ const Command* findCommand(const std::string& name) {
 // One layout for every help text: the synopsis first, as the manual and the man page show
 // it, then what the command does and its options.
 class Layout : public CLI::Formatter {
-public:
+  public:
     Layout() { column_width(24); }
     std::string make_description(const CLI::App*) const override { return ""; }
     // Descriptions wrapped to fit 80 columns beside the option column.
@@ -275,8 +275,7 @@ void defineMonitor(CLI::App& app, Targets& all) {
         ->type_name("N");
     app.add_option("--baud", t.baud, "switch the instrument's link to this speed first")
         ->type_name("B");
-    app.add_option("--format", t.format, "tsv (tab-separated, the default) or csv")
-        ->type_name("F");
+    app.add_option("--format", t.format, "tsv (tab-separated, the default) or csv")->type_name("F");
     addMqtt(app, o.mqtt, t);
     addAlarms(app, o.alarms, "the alarm log (default: beside the alarm file, NAME-alarms.csv)");
 }
@@ -291,8 +290,7 @@ void defineRecord(CLI::App& app, Targets& all) {
     app.add_option("--count", t.count, "stop after N records (default: until Ctrl-C)")
         ->type_name("N");
     app.add_option("--period", t.period, "month (default), day or year")->type_name("P");
-    app.add_option("--price", t.price, "the price of one kWh, for the cost column")
-        ->type_name("P");
+    app.add_option("--price", t.price, "the price of one kWh, for the cost column")->type_name("P");
     app.add_option("--hours", t.hours, "hours of use a day, from 0 to 24")->type_name("H");
     app.add_option("--start", t.start, "the number of the first record")->type_name("NUMBER");
     app.add_option("--rotate", t.rotate,
@@ -337,8 +335,7 @@ void definePlot(CLI::App& app, Targets& all) {
         ->type_name("OUT");
     app.add_option("--size", t.size, "the PNG's size in pixels (default 1280x720)")
         ->type_name("WxH");
-    app.add_option("--zoom", t.zoom, "records START to END (at most 3600)")
-        ->type_name("START END");
+    app.add_option("--zoom", t.zoom, "records START to END (at most 3600)")->type_name("START END");
     app.add_flag("--stats", o.stats,
                  "count, minimum, maximum, mean, standard deviation (under 3600)");
     app.add_flag("--points", o.points, "the loaded points as CSV set,point,value,label");
@@ -379,8 +376,7 @@ void defineExport(CLI::App& app, Targets& all) {
 void defineStats(CLI::App& app, Targets& all) {
     Texts& t = all.texts;
     app.add_option("file", all.files, "the recording")->type_name("FILE");
-    app.add_option("--per", t.per, "the same per day or per hour as well")
-        ->type_name("day|hour");
+    app.add_option("--per", t.per, "the same per day or per hour as well")->type_name("day|hour");
     app.add_option("--format", t.format, "text (default), csv or json")->type_name("F");
     app.add_option("--price", t.price,
                    "price per kWh for the cost (default: the one the file's cost column implies)")
@@ -403,11 +399,9 @@ void defineReport(CLI::App& app, Targets& all) {
                    "price per kWh for the cost (default: the one the file's cost column "
                    "implies; none: no cost)")
         ->type_name("P");
-    app.add_option("--nominal", t.nominal,
-                   "nominal voltage for the voltage figures (default 230)")
+    app.add_option("--nominal", t.nominal, "nominal voltage for the voltage figures (default 230)")
         ->type_name("V");
-    app.add_option("--hz", t.hz, "mains frequency for the capacitor (default 50)")
-        ->type_name("F");
+    app.add_option("--hz", t.hz, "mains frequency for the capacitor (default 50)")->type_name("F");
     app.add_option("--target-pf", t.targetPf,
                    "the power factor the capacitor aims at (default 0.95)")
         ->type_name("PF");
@@ -492,7 +486,7 @@ std::string yearOption(const CLI::App& app, const Texts& t, int thisYear, int& y
 
 std::string oneFile(const std::vector<std::string>& files, std::string& file, const char* none,
                     const char* more) {
-    if (files.empty())
+    if (files.empty() || files[0].empty()) // "" names no file
         return none;
     if (files.size() > 1)
         return std::string(more) + " (" + files[1] + ")";
@@ -546,9 +540,9 @@ std::string parseMonitor(const Args& args, MonitorOptions& o, const std::string&
     MonitorOptions& m = all.monitor;
     if (std::string e = runParser(*app, args); !e.empty())
         return e;
-    if (std::string e = emptyValue(*app, {"--mqtt", "--topic", "--client-id", "--username",
-                                          "--password-file", "--tls-ca", "--discovery-prefix",
-                                          "--alarms", "--alarm-log"});
+    if (std::string e =
+            emptyValue(*app, {"--mqtt", "--topic", "--client-id", "--username", "--password-file",
+                              "--tls-ca", "--discovery-prefix", "--alarms", "--alarm-log"});
         !e.empty())
         return e;
     if (given(*app, "--count") && !countOption(t.count, m.count))
@@ -679,8 +673,8 @@ std::string parsePlot(const Args& args, PlotOptions& o) {
         p.zoomStart = text::leadingNumber(t.zoom.first);
         p.zoomEnd = text::leadingNumber(t.zoom.second);
     }
-    if (std::string e = oneFile(all.files, p.file, "give the data file to plot",
-                                "one data file only");
+    if (std::string e =
+            oneFile(all.files, p.file, "give the data file to plot", "one data file only");
         !e.empty())
         return e;
     if (p.png.empty() && p.pdf.empty() && !p.points && !p.stats)
@@ -730,9 +724,9 @@ std::string parseExport(const Args& args, ExportArgs& o, int thisYear) {
             return "--sep takes , or ;";
         x.options.separator = t.sep[0];
     }
-    if (std::string e = oneFile(all.files, x.file,
-                                "give the recording to export (see export --help)",
-                                "one recording only");
+    if (std::string e =
+            oneFile(all.files, x.file, "give the recording to export (see export --help)",
+                    "one recording only");
         !e.empty())
         return e;
     if (x.xlsx && (x.out.empty() || x.out == "-"))
@@ -830,7 +824,8 @@ std::string parseNoOptions(const std::string& command, const Args& args) {
     Targets all;
     const auto app = defineCommand(command, all);
     if (std::string e = runParser(*app, args); !e.empty())
-        return command + " takes no options (" + e + ")";
+        return command + " takes no options (got " +
+               (e.starts_with("unknown option ") ? e.substr(15) : e) + ")";
     return "";
 }
 
@@ -865,12 +860,18 @@ bool asks(const Args& args, const std::string& option) {
 std::string bashCompletion() {
     // The words an option takes, where they are few: "COMMAND:OPTION" ("*" for any command).
     const char* const words[][2] = {
-        {"monitor:--format", "tsv csv"},     {"export:--format", "csv xlsx"},
-        {"stats:--format", "text csv json"}, {"report:--format", "text json"},
-        {"*:--baud", "9600 4800 2400 1200"}, {"*:--period", "month day year"},
-        {"*:--rotate", "daily"},             {"*:--per", "day hour"},
-        {"*:--sep", ", ;"},                  {"*:--lang", "en zh"},
-        {"*:--target", "pf a va var angle c"}, {"*:--quantity", "0 1 2 3 4 5 6 7 8"},
+        {"monitor:--format", "tsv csv"},
+        {"export:--format", "csv xlsx"},
+        {"stats:--format", "text csv json"},
+        {"report:--format", "text json"},
+        {"*:--baud", "9600 4800 2400 1200"},
+        {"*:--period", "month day year"},
+        {"*:--rotate", "daily"},
+        {"*:--per", "day hour"},
+        {"*:--sep", ", ;"},
+        {"*:--lang", "en zh"},
+        {"*:--target", "pf a va var angle c"},
+        {"*:--quantity", "0 1 2 3 4 5 6 7 8"},
     };
     std::string out = "# bash completion for poweranalyzer-cli\n"
                       "_poweranalyzer_cli() {\n"

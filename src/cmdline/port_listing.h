@@ -7,8 +7,8 @@
 namespace pa::cmdline {
 
 struct ListedPort {
-    std::string device;   // "/dev/ttyUSB0", "COM3"
-    std::string stable;   // "/dev/serial/by-id/usb-FTDI_...", or "" when there is none
+    std::string device; // "/dev/ttyUSB0", "COM3"
+    std::string stable; // "/dev/serial/by-id/usb-FTDI_...", or "" when there is none
     std::string description, manufacturer, serialNumber; // as the system tells them, or ""
 };
 

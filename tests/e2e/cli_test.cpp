@@ -36,84 +36,79 @@ ProgramRun cli(const QStringList& args, int timeoutMs = 60000) {
 
 TEST(Cli, HelpAndVersionEverywhere) {
     const QStringList commands{"monitor", "pf",    "plot",   "record", "logger",
-                               "export",  "stats", "report", "manual"};
-    for (const QString& c : commands) {
-        SCOPED_TRACE(c.toStdString());
-        ProgramRun r = cli({c, "--help"});
-        EXPECT_EQ(r.status, 0);
-        EXPECT_TRUE(r.out.startsWith("usage: poweranalyzer-cli " + c)) << r.out.toStdString();
-        EXPECT_GT(r.out.count('\n'), 1) << "says more than the synopsis";
-        EXPECT_EQ(r.err, "");
-        r = cli({c, "--version"});
-        EXPECT_EQ(r.status, 0);
-        EXPECT_EQ(r.out, "poweranalyzer-cli 6.7\n");
-    }
+                               "export",  "stats", "report", "manual", "ports"};
     ProgramRun r = cli({"--help"});
     EXPECT_EQ(r.status, 0);
-    for (const QString& c : commands)
-        EXPECT_TRUE(r.out.contains("\n  " + c)) << c.toStdString();
+    for (const QString& c : commands) {
+        SCOPED_TRACE(c.toStdString());
+        EXPECT_TRUE(r.out.contains("\n  " + c)) << r.out.toStdString();
+        const ProgramRun help = cli({c, "--help"});
+        EXPECT_EQ(help.status, 0);
+        EXPECT_TRUE(help.out.startsWith("usage: poweranalyzer-cli " + c)) << help.out.toStdString();
+        EXPECT_TRUE(help.out.contains("\nOptions:\n  -h,--help")) << help.out.toStdString();
+        EXPECT_EQ(help.err, "");
+        EXPECT_EQ(cli({c, "--version"}).out, "poweranalyzer-cli 6.7\n");
+    }
     EXPECT_EQ(cli({"--version"}).out, "poweranalyzer-cli 6.7\n");
-
-    const QString gui = PA_GUI_PROGRAM, sim = PA_SIM_PROGRAM;
-    r = run(gui, {"--help"});
+    r = run(PA_GUI_PROGRAM, {"--help"});
     EXPECT_EQ(r.status, 0) << r.err.toStdString();
-    EXPECT_TRUE(r.out.contains("--simulate")) << r.out.toStdString();
     EXPECT_TRUE(r.out.startsWith("Usage: poweranalyzer [options]")) << r.out.toStdString();
+    EXPECT_TRUE(r.out.contains("--simulate")) << r.out.toStdString();
     EXPECT_EQ(r.err, "");
-    r = run(gui, {"--version"});
-    EXPECT_EQ(r.status, 0);
-    EXPECT_EQ(r.out, "poweranalyzer 6.7\n");
-    EXPECT_EQ(run(sim, {"--version"}).out, "poweranalyzer-sim 6.7\n");
-    EXPECT_EQ(run(sim, {"--help"}).status, 0);
+    EXPECT_EQ(run(PA_GUI_PROGRAM, {"--version"}).out, "poweranalyzer 6.7\n");
+    EXPECT_EQ(run(PA_SIM_PROGRAM, {"--version"}).out, "poweranalyzer-sim 6.7\n");
+    EXPECT_EQ(run(PA_SIM_PROGRAM, {"--help"}).status, 0);
 }
 
 TEST(Cli, ErrorsNameTheirCause) {
     QTemporaryDir dir;
     const QString odd = dir.filePath("odd.txt");
     pa::testing::DataFileWriter(odd.toStdString()).raw("1\r\n2\r\n3\r\n");
+    const QString noFile = "cannot read /nonexistent.txt: No such file or directory";
     const struct {
         QStringList args;
         QString error;
     } cases[] = {
-        {{"plot", "/nonexistent.txt", "--points"},
-         "poweranalyzer-cli: cannot read /nonexistent.txt: No such file or directory\n"},
-        {{"export", "/nonexistent.txt"},
-         "poweranalyzer-cli: cannot read /nonexistent.txt: No such file or directory\n"},
-        {{"stats", dir.path()},
-         "poweranalyzer-cli: cannot read " + dir.path() + ": it is a folder, not a file\n"},
-        {{"export", odd, "--out", "/nonexistent/x.csv"},
-         "poweranalyzer-cli: cannot write /nonexistent/x.csv: No such file or directory\n"},
-        {{"stats", odd, "--per", "week"}, "poweranalyzer-cli: --per takes day or hour\n"},
-        {{"export", odd, "--sep", "|"}, "poweranalyzer-cli: --sep takes , or ;\n"},
+        {{"plot", "/nonexistent.txt", "--points"}, noFile},
+        {{"export", "--", "/nonexistent.txt"}, noFile},
+        {{"stats", dir.path()}, "cannot read " + dir.path() + ": it is a folder, not a file"},
+        {{"export", odd, "--out=/nonexistent/x.csv"},
+         "cannot write /nonexistent/x.csv: No such file or directory"},
+        {{"stats", odd, "--per=week"}, "--per takes day or hour"},
+        {{"monitor", "--simulate", "--format", "xml"}, "--format takes tsv or csv"},
         {{"plot", odd, "--points"},
-         "poweranalyzer-cli: Inncorrect file format, proceed anyway: no (give --force to plot "
-         "it anyway)\n"},
-        {{"frobnicate"}, "poweranalyzer-cli: unknown command frobnicate (try --help)\n"},
+         "Inncorrect file format, proceed anyway: no (give --force to plot it anyway)"},
+        {{"ports", "--all"}, "ports takes no options (got --all)"},
+        {{"frobnicate"}, "unknown command frobnicate (try --help)"},
     };
     for (const auto& c : cases) {
         const ProgramRun r = cli(c.args);
         EXPECT_NE(r.status, 0) << c.args.join(' ').toStdString();
-        EXPECT_EQ(r.err, c.error) << c.args.join(' ').toStdString();
+        EXPECT_EQ(r.err, "poweranalyzer-cli: " + c.error + "\n") << c.args.join(' ').toStdString();
     }
 }
 
 TEST(Cli, MonitorNamesItsColumns) {
-    for (const auto& [format, separator] : {std::pair{"tsv", '\t'}, std::pair{"csv", ','}}) {
-        const ProgramRun r =
-            cli({"monitor", "--simulate", "--count", "2", "--format", format}, 120000);
-        ASSERT_EQ(r.status, 0) << r.err.toStdString();
-        const QStringList lines = r.out.split('\n', Qt::SkipEmptyParts);
-        ASSERT_EQ(lines.size(), 3) << r.out.toStdString();
-        EXPECT_EQ(lines[0].split(separator), QStringList({"time", "W", "PF", "V", "A", "angle_deg",
-                                                          "VA", "VAR", "Hz", "kWh"}));
-        for (const QString& l : lines.mid(1))
-            EXPECT_EQ(l.split(separator).size(), 10) << l.toStdString();
-        // Nothing from Qt about the missing runtime folder or anything else.
-        EXPECT_FALSE(r.err.contains("XDG_RUNTIME_DIR")) << r.err.toStdString();
-        EXPECT_FALSE(r.err.contains("QStandardPaths")) << r.err.toStdString();
-    }
-    EXPECT_EQ(cli({"monitor", "--simulate", "--format", "xml"}).err,
-              "poweranalyzer-cli: --format takes tsv or csv\n");
+    const ProgramRun r = cli({"monitor", "--simulate", "--count=2", "--format", "csv"}, 120000);
+    ASSERT_EQ(r.status, 0) << r.err.toStdString();
+    const QStringList lines = r.out.split('\n', Qt::SkipEmptyParts);
+    ASSERT_EQ(lines.size(), 3) << r.out.toStdString();
+    EXPECT_EQ(lines[0], "time,W,PF,V,A,angle_deg,VA,VAR,Hz,kWh");
+    for (const QString& l : lines.mid(1))
+        EXPECT_EQ(l.split(',').size(), 10) << l.toStdString();
+    // Nothing from Qt about the missing runtime folder or anything else.
+    EXPECT_EQ(r.err, "");
+}
+
+// The ports, each a line beginning with the name to give --port, or a line saying there are
+// none.
+TEST(Cli, PortsListsTheSerialPorts) {
+    const ProgramRun r = cli({"ports"});
+    EXPECT_EQ(r.status, 0) << r.err.toStdString();
+    EXPECT_TRUE(r.out.endsWith('\n')) << r.out.toStdString();
+    for (const QString& line : r.out.split('\n', Qt::SkipEmptyParts))
+        EXPECT_TRUE(line.startsWith("/dev/") || line.startsWith("no serial ports found: plug in"))
+            << line.toStdString();
 }
 
 // A recording with every kind of line a spreadsheet user meets.
@@ -149,7 +144,7 @@ bool havePython() {
     return !QStandardPaths::findExecutable("python3").isEmpty();
 }
 
-TEST(Cli, ExportReadBackByPythonCsv) {
+TEST(Cli, ExportAndJsonReadBackByPython) {
     if (!havePython())
         GTEST_SKIP() << "python3 is not installed (./dev.sh test installs it as root)";
     QTemporaryDir dir;
@@ -174,14 +169,9 @@ TEST(Cli, ExportReadBackByPythonCsv) {
     EXPECT_TRUE(r.out.contains("\"lost_lines\": 1"));
     EXPECT_TRUE(r.out.contains("\"max\": 2345.67, \"max_time\": \"2026-11-15T08:00:09.000+00:00\""))
         << r.out.toStdString();
-}
 
-TEST(Cli, JsonIsValidUtf8ForAFileWithALatin1Name) {
-    if (!havePython())
-        GTEST_SKIP() << "python3 is not installed (./dev.sh test installs it as root)";
-    QTemporaryDir dir;
-    const QString data = writeRecording(dir);
-    // Python hands the name over as the bytes a Latin-1 system writes: "café" with 0xE9.
+    // JSON stays valid UTF-8 for a file with a Latin-1 name. Python hands the name over as the
+    // bytes a Latin-1 system writes: "café" with 0xE9.
     const char* script =
         "import json, os, shutil, subprocess, sys\n"
         "cli, data, folder = sys.argv[1:4]\n"
@@ -192,7 +182,7 @@ TEST(Cli, JsonIsValidUtf8ForAFileWithALatin1Name) {
         "    d = json.loads(out.decode('utf-8'))\n"
         "    print(args[0], ascii(d.get('file') or d['files'][0]))\n"
         "os.remove(name)\n"; // Qt cannot name it to remove it with the folder
-    const ProgramRun r = run("python3", {"-c", script, PA_CLI_PROGRAM, data, dir.path()});
+    r = run("python3", {"-c", script, PA_CLI_PROGRAM, data, dir.path()});
     EXPECT_EQ(r.status, 0) << r.err.toStdString();
     // The name's stray byte comes back as U+FFFD; before, the JSON did not parse.
     for (const char* command : {"stats", "report"})
@@ -206,38 +196,39 @@ TEST(Cli, ExportOpensAsNumbersInLibreOffice) {
         GTEST_SKIP() << "LibreOffice (libreoffice-calc-nogui) or python3 is not installed; "
                         "./dev.sh test installs them when run as root";
     QTemporaryDir dir;
-    const QString data = writeRecording(dir);
-    const QString csv = dir.filePath("week.csv");
-    ASSERT_EQ(cli({"export", data, "--out", csv}).status, 0);
-    // Comma, double quote, UTF-8, from row 1, numbers in English notation (language 1033):
-    // the plain RFC 4180 reading of the file, whatever the desktop's own language.
-    const ProgramRun convert = run(soffice,
-                                   {"-env:UserInstallation=file://" + dir.filePath("profile"),
-                                    "--headless", "--infilter=CSV:44,34,76,1,,1033", "--convert-to",
-                                    "fods", "--outdir", dir.path(), csv},
-                                   240000);
-    const QString fods = dir.filePath("week.fods");
-    ASSERT_TRUE(QFileInfo::exists(fods)) << convert.out.toStdString() << convert.err.toStdString();
-    const ProgramRun r = run("python3", {PA_TESTS_DIR "/e2e/check_export.py", "fods", csv, fods});
-    EXPECT_EQ(r.status, 0) << r.out.toStdString() << r.err.toStdString();
-    EXPECT_TRUE(r.out.contains("numbers read as numbers")) << r.out.toStdString();
-
-    // The workbook on a German desktop: the same numbers, as numbers, and dates as dates.
+    const QString data = writeRecording(dir), csv = dir.filePath("week.csv");
     const QString xlsx = dir.filePath("book.xlsx");
-    const ProgramRun made = cli({"export", data, "--format", "xlsx", "--out", xlsx});
-    ASSERT_EQ(made.status, 0) << made.err.toStdString();
-    const ProgramRun german =
-        run(soffice,
-            {"-env:UserInstallation=file://" + dir.filePath("profile"), "--headless",
-             "--convert-to", "fods", "--outdir", dir.filePath("de"), xlsx},
-            240000, "de_DE.UTF-8");
-    const QString bookFods = dir.filePath("de/book.fods");
-    ASSERT_TRUE(QFileInfo::exists(bookFods))
-        << german.out.toStdString() << german.err.toStdString();
-    const ProgramRun read =
-        run("python3", {PA_TESTS_DIR "/e2e/check_export.py", "xlsx", csv, bookFods});
-    EXPECT_EQ(read.status, 0) << read.out.toStdString() << read.err.toStdString();
-    EXPECT_TRUE(read.out.contains("43 time stamps read as dates")) << read.out.toStdString();
+    ASSERT_EQ(cli({"export", data, "--out", csv}).status, 0);
+    ASSERT_EQ(cli({"export", data, "--format", "xlsx", "--out", xlsx}).status, 0);
+    // Comma, double quote, UTF-8, from row 1, numbers in English notation (language 1033):
+    // the plain RFC 4180 reading of the CSV, whatever the desktop's own language; and the
+    // workbook on a German desktop: the same numbers, as numbers, and dates as dates.
+    const struct {
+        QString file, filter, lang, check, expected;
+    } cases[] = {
+        {csv, "--infilter=CSV:44,34,76,1,,1033", {}, "fods", "numbers read as numbers"},
+        {xlsx, {}, "de_DE.UTF-8", "xlsx", "43 time stamps read as dates"},
+    };
+    for (const auto& c : cases) {
+        const QString out = dir.filePath(c.check);
+        QStringList args{"-env:UserInstallation=file://" + dir.filePath("profile"),
+                         "--headless",
+                         "--convert-to",
+                         "fods",
+                         "--outdir",
+                         out,
+                         c.file};
+        if (!c.filter.isEmpty())
+            args.insert(2, c.filter);
+        const ProgramRun convert = run(soffice, args, 240000, c.lang);
+        const QString fods = out + "/" + QFileInfo(c.file).completeBaseName() + ".fods";
+        ASSERT_TRUE(QFileInfo::exists(fods))
+            << convert.out.toStdString() << convert.err.toStdString();
+        const ProgramRun r =
+            run("python3", {PA_TESTS_DIR "/e2e/check_export.py", c.check, csv, fods});
+        EXPECT_EQ(r.status, 0) << r.out.toStdString() << r.err.toStdString();
+        EXPECT_TRUE(r.out.contains(c.expected)) << r.out.toStdString();
+    }
 }
 
 } // namespace

@@ -50,6 +50,18 @@ for key in "Type=Application" "Exec=poweranalyzer" "Icon=poweranalyzer" "Termina
 done
 grep -q "<svg" "$prefix/share/icons/hicolor/scalable/apps/poweranalyzer.svg" || fail "no icon"
 
+# The bash completion offers the subcommands and each one's options.
+completion=$prefix/share/bash-completion/completions/poweranalyzer-cli
+offered() {
+    bash -c 'source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _poweranalyzer_cli
+             echo "${COMPREPLY[*]}"' sh "$completion" "$@"
+}
+[ "$(offered poweranalyzer-cli st)" = stats ] || fail "completion of st: $(offered poweranalyzer-cli st)"
+[ "$(offered poweranalyzer-cli record --pe)" = --period ] ||
+    fail "completion of record --pe: $(offered poweranalyzer-cli record --pe)"
+[ "$(offered poweranalyzer-cli stats --format '')" = "text csv json" ] ||
+    fail "completion of stats --format: $(offered poweranalyzer-cli stats --format '')"
+
 # Exactly these files: no tests, benchmarks or the manual tool.
 installed=$(cd "$prefix" && find . ! -type d | LC_ALL=C sort)
 wanted="./bin/poweranalyzer
@@ -60,6 +72,7 @@ wanted="./bin/poweranalyzer
 ./lib/poweranalyzer/poweranalyzer-sim
 ./lib/systemd/system/poweranalyzer-record@.service
 ./share/applications/poweranalyzer.desktop
+./share/bash-completion/completions/poweranalyzer-cli
 ./share/doc/poweranalyzer/KV2260-SW-AYUDA-ES_V6.7.pdf
 ./share/doc/poweranalyzer/KV2260-SW-HELP-EN_V6.7.pdf
 ./share/doc/poweranalyzer/changelog.gz
