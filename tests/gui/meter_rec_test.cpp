@@ -9,16 +9,10 @@
 #include "ui/help_about.h"
 
 #include "gui_support.h"
-#include "pty_host.h"
-#include "qt/qt_clock.h"
-#include "qt/qt_port.h"
-#include "support/scripted_ui.h"
 
 #include <QApplication>
 #include <QComboBox>
 #include <QDir>
-#include <QElapsedTimer>
-#include <QFileInfo>
 #include <QGroupBox>
 #include <QLabel>
 #include <QMenu>
@@ -28,12 +22,9 @@
 #include <QRegularExpression>
 #include <QSet>
 #include <QTextDocumentFragment>
-#include <QThread>
 #include <QTimer>
-#include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 namespace {
 
@@ -44,28 +35,18 @@ using pa::testing::screenshotPath;
 using pa::testing::shown;
 using pa::testing::waitFor;
 
+// The main window on the simulator's terminal, its COM menu listing an absent adapter first.
 class MeterRecTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        load.noise = 0;
-        sim = std::make_unique<pa::sim::PtyHost>(load);
-        ASSERT_TRUE(sim->start());
         window.setPorts({{"ttyUSB0", "/dev/pa-test-absent", true},
-                         {"simulated instrument", sim->devicePath(), false}},
+                         {"simulated instrument", rig.sim.devicePath(), false}},
                         false);
-        workDir = std::filesystem::current_path();
-        std::filesystem::current_path(::testing::TempDir()); // commport.dat goes here
     }
-    void TearDown() override { std::filesystem::current_path(workDir); }
 
-    pa::sim::Load load;
-    std::unique_ptr<pa::sim::PtyHost> sim;
-    pa::app::ProgramState state;
-    pa::qt::QtPort port;
-    pa::qt::QtClock clock;
     pa::testing::ScriptedUi ui;
-    MeterRec window{state, port, clock, ui};
-    std::filesystem::path workDir;
+    pa::testing::PtyRig rig{ui};
+    MeterRec& window = rig.window;
 };
 
 TEST_F(MeterRecTest, StartsUpAsksForThePortAndShowsLiveReadings) {
@@ -188,63 +169,14 @@ TEST_F(MeterRecTest, MenuTreeInBothLanguages) {
 
 TEST_F(MeterRecTest, BaudChoiceFromTheMenuKeepsReadingsComing) {
     window.startup();
-    window.openPort(sim->devicePath());
+    window.openPort(rig.sim.devicePath());
     ASSERT_TRUE(waitFor([&] { return window.panel(pa::live::kW)->text() == " 116.4"; }));
     window.findChild<QAction*>("baud_rate_2")->trigger();
     EXPECT_EQ(window.findChild<QMenu*>("baud")->title(), "Baud rate (2400)");
-    EXPECT_EQ(port.settings(), "2400,n,8,1");
-    const int before = sim->framesSent();
-    ASSERT_TRUE(waitFor([&] { return sim->framesSent() > before + 2; }));
+    EXPECT_EQ(rig.port.settings(), "2400,n,8,1");
+    const int before = rig.sim.framesSent();
+    ASSERT_TRUE(waitFor([&] { return rig.sim.framesSent() > before + 2; }));
     EXPECT_FALSE(window.cycle().readouts().warningVisible);
-}
-
-TEST_F(MeterRecTest, SilentInstrumentShowsNoComWithoutADialog) {
-    window.startup();
-    window.openPort(sim->devicePath());
-    ASSERT_TRUE(waitFor([&] { return window.panel(pa::live::kW)->text() == " 116.4"; }));
-    const std::size_t messages = ui.messages.size();
-    sim->withInstrument([](pa::sim::Instrument& i) { i.setFault(pa::sim::Fault::Silent); });
-    auto* warning = window.findChild<QLabel*>("Warning");
-    ASSERT_TRUE(
-        waitFor([&] { return warning->isVisibleTo(&window) && warning->text() == "NO COM"; }));
-    EXPECT_TRUE(state.noData);
-    sim->withInstrument([](pa::sim::Instrument& i) { i.setFault(pa::sim::Fault::None); });
-    // The port reset after ten silent ticks asks again; readings resume by themselves.
-    ASSERT_TRUE(waitFor([&] { return !state.noData; }));
-    EXPECT_EQ(ui.messages.size(), messages);
-}
-
-TEST_F(MeterRecTest, VanishedPortShowsNoComAndRecoversWhenTheDeviceReturns) {
-    // The window opens a link to the pseudo-terminal, as a user opens a stable device name
-    // (/dev/serial/by-id/...) that points at whichever device the adapter gets when replugged.
-    const std::filesystem::path link =
-        std::filesystem::path(::testing::TempDir()) / ("pa-replug-" + std::to_string(::getpid()));
-    std::filesystem::remove(link);
-    std::filesystem::create_symlink(sim->devicePath(), link);
-    window.startup();
-    window.openPort(link.string());
-    ASSERT_TRUE(waitFor([&] { return window.panel(pa::live::kW)->text() == " 116.4"; }));
-    const std::size_t messages = ui.messages.size();
-
-    // The cable is pulled: the stable name goes with the device, as a by-id link does (left
-    // in place, it would point at a freed terminal number another test process may get).
-    std::filesystem::remove(link);
-    sim->stop();
-    auto* warning = window.findChild<QLabel*>("Warning");
-    ASSERT_TRUE(waitFor([&] { return warning->isVisibleTo(&window) && state.noData; }));
-    EXPECT_EQ(warning->text(), "NO COM");
-    EXPECT_TRUE(window.timer2().isActive()) << "the cycle keeps trying";
-
-    load.amps = 0.2; // and plugged in again, now measuring another load
-    sim = std::make_unique<pa::sim::PtyHost>(load);
-    ASSERT_TRUE(sim->start());
-    std::filesystem::remove(link);
-    std::filesystem::create_symlink(sim->devicePath(), link);
-    ASSERT_TRUE(waitFor([&] { return window.panel(pa::live::kA)->text() == "  .200"; }, 15000))
-        << window.panel(pa::live::kA)->text().toStdString();
-    EXPECT_FALSE(state.noData);
-    EXPECT_EQ(ui.messages.size(), messages) << "no dialog on the way";
-    std::filesystem::remove(link);
 }
 
 TEST_F(MeterRecTest, HelpOpensManualsBesideTheProgramAndShowsAbout) {
@@ -381,7 +313,7 @@ QStringList textsOfDialog(const std::function<void()>& open) {
 TEST_F(MeterRecTest, ChineseReachesEveryOwnText) {
     window.startup();
     window.show();
-    window.openPort(sim->devicePath());
+    window.openPort(rig.sim.devicePath());
     ASSERT_TRUE(waitFor([&] { return !window.cycle().readouts().clockText.empty(); }));
     menuItem(&window, "Chinese")->trigger();
     window.findChild<QPushButton*>("trend")->click();
