@@ -334,8 +334,9 @@ struct SurveyBuilder::State {
             dips.close(), swells.close();
         if (h.pf && heldMs > 0) {
             const double pf = std::fabs(*h.pf);
-            const int band =
-                std::clamp(static_cast<int>(std::floor(pf / 0.05 + 1e-9)), 0, kPfBands - 1);
+            // Clamped as a double: a PF field of 1e100 has no int.
+            const int band = static_cast<int>(
+                std::clamp(std::floor(pf / 0.05 + 1e-9), 0.0, static_cast<double>(kPfBands - 1)));
             out.pfHours[static_cast<std::size_t>(band)] += dt / kMsPerHour;
             pfMs += dt;
             if (pf < 0.90) {

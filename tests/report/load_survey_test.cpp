@@ -269,6 +269,13 @@ TEST(LoadSurvey, ProblemsAndOutput) {
     EXPECT_NE(json.find("/\xEF\xBF\xBD.txt\""), std::string::npos);
 #endif
     EXPECT_NE(surveyText(s).find("load factor: not enough data"), std::string::npos);
+
+    // A PF of 9e99 (a hand-edited file) lands in the top band instead of overflowing.
+    writeLines(a, {pa::datafile::headerLine("month"), dataLine(ev[0]),
+                   dataLine({ev[0].t + 1000, 100, 9e99, 230, 0}),
+                   dataLine({ev[0].t + 2000, 100, 1, 230, 0})});
+    ASSERT_EQ(gatherSurvey({a}, {}, s), "");
+    EXPECT_GT(s.pfHours.back(), 0);
 }
 
 } // namespace
