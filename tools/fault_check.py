@@ -109,6 +109,12 @@ FAULTS = [
      "a.ends_with('#')", "cmdline"),
     ("no ports message", "src/cmdline/port_listing.cpp", '"no serial ports found: plug',
      '"no serial port found: plug', "cmdline"),
+    ("logger id bound", "src/logger/settings_encoding.cpp", "kMaxId = 32767;", "kMaxId = 32766;",
+     "logger"),
+    ("capacitance prefix bound", "src/pfimprove/pf_calculator.cpp", "if (x >= 1E12)",
+     "if (x > 1E12)", "pfimprove"),
+    ("Get Hz retry text", "src/live/live_cycle.cpp", '"Please press the Get Hz button again"',
+     '"Please press Get Hz again"', "live"),
 ]
 
 

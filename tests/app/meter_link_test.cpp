@@ -75,8 +75,7 @@ TEST_F(MeterLinkTest, SpeedCheckThresholdIsInclusive) {
     const struct {
         double start, elapsed;
         int slow;
-    } cases[] = {{43200, 0.0, 0}, {43200, 1.4999, 0}, {43200, 1.5, 1},
-                 {43200, 3.0, 1}, {86399.5, 1.0, 0},  {86399.5, 2.0, 1}};
+    } cases[] = {{43200, 1.4999, 0}, {43200, 1.5, 1}, {86399.5, 1.0, 0}, {86399.5, 2.0, 1}};
     for (const auto& c : cases) {
         clock.set(c.start);
         clock.setCostPerReading(c.elapsed); // t1 - t0 is one reading's cost

@@ -160,7 +160,6 @@ TEST_F(CycleTest, FramesReachTheirPanels) {
         {"all NUL", std::string(30, '\0'), {}},
         {"STX at the very end", "garbage garbage garbage\x02", {}},
         {"50 Hz", second({5, 0.05, 3}), {{kHz, "50Hz"}, {kW, " 100.0"}}},
-        {"60 Hz", second({5, 0.06, 3}), {{kHz, "60Hz"}}},
         {"1500 Hz", second({5, 1.5, 2}), {{kHz, "1500Hz"}}},
     };
     for (const auto& step : steps) {
@@ -232,7 +231,6 @@ TEST_F(CycleTest, CostFollowsPriceHoursAndPeriodOnEveryDecodedTick) {
         const char *hours, *price, *perPeriod, *cost;
     } cases[] = {{2, "24", "0.5", "864.00", "$432.00"},
                  {0, "24", "0.5", "72.00", "$36.00"},
-                 {1, "24", "1", "2.40", "$2.40"},
                  {1, "24", "10", "2.40", "$24.00"},
                  {1, "12", "0.5", "1.20", "$0.60"}};
     for (const auto& c : cases) {
@@ -334,8 +332,7 @@ TEST_F(CycleTest, PriceAndHoursEntries) {
     const struct {
         const char* price;
         const char* boxText;
-    } kept[] = {{"2.5", "2.5"},           {"0.12", "0.12"},       {"0.1", "0.1"},
-                {"1234567.8", "1234568"}, {"0.0000001", "1E-07"}, {"0", "0"}};
+    } kept[] = {{"0.1", "0.1"}, {"1234567.8", "1234568"}, {"0.0000001", "1E-07"}, {"0", "0"}};
     for (const auto& k : kept) {
         ASSERT_FALSE(e.priceEntered(k.price));
         const auto refused = e.priceEntered("-3");

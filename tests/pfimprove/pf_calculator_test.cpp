@@ -28,7 +28,8 @@ PfCalculator calculatorFor(const ReadoutTexts& readouts) {
     return pf;
 }
 
-// Each target box fills the improved row: PF, A, VA, VAR, angle and the capacitance to add.
+// Each target box fills the improved row: PF, A, VA, VAR, angle and the capacitance to add;
+// a typed text counts by its leading number, as the window's other boxes read theirs.
 TEST(Targets, FillTheImprovedRow) {
     const struct {
         int box;
@@ -40,14 +41,15 @@ TEST(Targets, FillTheImprovedRow) {
         // Less than 0.001 above PF1: the present state, nothing to add; the angle is the typed
         // PF's.
         {kTargetPF, ".8705", {"0.87", "0.5", "115.0", "56.79", "29.5", ".0F"}},
-        {kTargetPF, "0.95", {"0.95", "0.46", "105.3", "32.87", "18.2", "1.4uF"}},
+        {kTargetPF, "0.95x", {"0.95", "0.46", "105.3", "32.87", "18.2", "1.4uF"}},
         {kTargetA, "0.45", {"0.966", "0.45", "103.5", "26.69", "14.9", "1.8uF"}},
-        {kTargetVA, "110", {"0.909", "0.48", "110.0", "45.83", "24.6", "659.7nF"}},
+        {kTargetVA, "110 VA", {"0.909", "0.48", "110.0", "45.83", "24.6", "659.7nF"}},
         {kTargetVAR, "20", {"0.981", "0.44", "102.0", "20.0", "11.3", "2.2uF"}},
         // No lower bound: past full compensation onto the capacitive side.
         {kTargetVAR, "-10", {"0.995", "0.44", "100.5", "-10.0", "5.7", "4.0uF"}},
-        {kTargetAngle, "10", {"0.985", "0.44", "101.5", "17.63", "10.0", "2.4uF"}},
+        {kTargetAngle, " 1 0", {"0.985", "0.44", "101.5", "17.63", "10.0", "2.4uF"}},
         {kTargetAngle, "0", {"1.0", "0.43", "100.0", "0.0", "0.0", "3.4uF"}},
+        {kTargetVAR, "abc", {"1.0", "0.43", "100.0", "0.0", "0.0", "3.4uF"}}, // read as 0
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.typed);
@@ -69,8 +71,6 @@ TEST(CapacitanceTarget, UnitLettersAndTheCap) {
         Boxes boxes;
     } cases[] = {
         {"10u", 10e-6, false, {"0.787", "5.53", "1271.3", "784.91", "38.1", "10.0uF"}},
-        {"10000n", 10e-6, false, {"0.787", "5.53", "1271.3", "784.91", "38.1", "10.0uF"}},
-        {"10000000 p", 10e-6, false, {"0.787", "5.53", "1271.3", "784.91", "38.1", "10.0uF"}},
         // A negative capacitance is trusted: it adds reactive power.
         {"-5u", -5e-6, false, {"0.695", "6.25", "1438.6", "1034.2", "46.0", "-5.E-6F"}},
         // Farads without a letter, a capital U (not a unit), and "m" before "u": all capped.
@@ -110,27 +110,20 @@ TEST(Refusals, MessagesInTheirOrder) {
         // W1 100, V1 230: IR1 = 0.4348 A.
         {kLoadA, kTargetA, "0.4", "A2 < IR1, can not reduce active current"},
         {kLoadA, kTargetA, "0.6", "A2 > A1, can only reduce current"},
-        {kLoadA, kTargetA, "-1", "A2 < IR1, can not reduce active current"},
         {kLoadA, kTargetPF, "0.8", "PF2 < PF1, can only improve PF"},
-        {kLoadA, kTargetPF, "-0.9", "PF2 < PF1, can only improve PF"},
         {overloadPf, kTargetPF, "0.95", "Unknown PF"},
-        {overloadPf, kTargetPF, "abc", "Unknown PF"},
         {kLoadA, kTargetVA, "120", "VA2 > VA1, can only reduce apparent power"},
         {kLoadA, kTargetVA, "99", "VA2 < W1, can not reduce active power"},
         {kLoadA, kTargetVAR, "60", "VAR2 > VAR1, can only reduce reactive power"},
         {unknownAngle, kTargetAngle, "abc", "Current phase angle not known"},
-        {unknownAngle, kTargetAngle, "10", "Current phase angle not known"},
         {kLoadA, kTargetAngle, "-5", "Must enter positive angle in degree"},
         {kLoadA, kTargetAngle, "29.7", "Angle2 > Angle1, can only reduce phase angle"},
         // Letters and blanks read as 0, which the target's own check then refuses.
         {kLoadA, kTargetPF, "abc", "PF2 < PF1, can only improve PF"},
         {kLoadA, kTargetVA, "   ", "VA2 < W1, can not reduce active power"},
-        {kLoadA, kTargetA, "x0.5", "A2 < IR1, can not reduce active current"},
         // The target's own check comes first, then the missing voltage or frequency.
         {noVolts, kTargetPF, "0.8", "PF2 < PF1, can only improve PF"},
         {noVolts, kTargetPF, "0.95",
-         "No voltage reading (0 V), can not calculate. Press Update with the load connected."},
-        {noVolts, kTargetC, "1u",
          "No voltage reading (0 V), can not calculate. Press Update with the load connected."},
         {noHz, kTargetVAR, "20", "0 Hz, Can not improve PF of a DC system"},
         {noPower, kTargetVAR, "0",
@@ -157,25 +150,6 @@ TEST(Refusals, EmptyBoxDoesNothingButIsRemembered) {
     EXPECT_TRUE(r.message.empty());
     EXPECT_EQ(pf.lastIndex(), kTargetVA);
     EXPECT_FALSE(pf.hasImproved());
-}
-
-// A typed text counts by its leading number, as the window's other boxes read theirs: the
-// result is the same as for the number itself.
-TEST(Targets, TypedTextsAreReadByTheirLeadingNumber) {
-    const struct {
-        int box;
-        const char* typed;
-        const char* number;
-    } cases[] = {{kTargetVAR, "abc", "0"},     {kTargetVAR, "-", "0"}, {kTargetVAR, "   ", "0"},
-                 {kTargetPF, "0.95x", "0.95"}, {kTargetC, "u", "0"},   {kTargetVA, "110 VA", "110"},
-                 {kTargetAngle, " 1 0", "10"}};
-    for (const auto& c : cases) {
-        PfCalculator typed = calculatorFor(kLoadA), number = calculatorFor(kLoadA);
-        const EnterResult a = typed.Enter(c.box, c.typed);
-        const EnterResult b = number.Enter(c.box, c.number);
-        EXPECT_EQ(a.kind, Kind::Done) << c.typed << ": " << a.message;
-        EXPECT_EQ(a.boxes, b.boxes) << c.typed;
-    }
 }
 
 TEST(Results, NeverShowNanOrInfinity) {
@@ -240,9 +214,6 @@ TEST(CircuitFields, FromThePresentReading) {
     const PfCalculator pf = calculatorFor(kLoadA);
     EXPECT_EQ(pf.currentRow(), (std::array<std::string, kCurrentFields>{
                                    "  .870", "  .500", "115.00", " 56.79", "  29.6"}));
-    EXPECT_DOUBLE_EQ(pf.present().IR1, 100.0 / 230);
-    EXPECT_DOUBLE_EQ(pf.present().Hz, 50);
-    EXPECT_NEAR(pf.circuit().L, 2.96507, 1e-5);
 }
 
 // Each prefix from its threshold; below 1E-9, from 1E12 and negative: scientific form.
@@ -251,12 +222,19 @@ TEST(CapacitanceText, MasksAndPrefixes) {
         double farads;
         const char* text;
     } cases[] = {
-        {0, ".0F"},          {1, "1.0F"},           {0.0015, "1.5mF"},  {33.2e-6, "33.2uF"},
-        {2.2e-9, "2.2nF"},   {4.7e-10, "4.7E-10F"}, {1e-12, "1.E-12F"}, {3.456e-11, "3.46E-11F"},
-        {0.0005, "500.0uF"}, {1500, "1.5KF"},       {2e12, "2.E12F"},   {1e12, "1.E12F"},
-        {999e9, "999.0GF"},  {1e9, "1.0GF"},        {1e6, "1.0MF"},     {1000, "1.0KF"},
-        {999, "999.0F"},     {0.001, "1.0mF"},      {1e-6, "1.0uF"},    {1e-9, "1.0nF"},
+        {0, ".0F"},
+        {999, "999.0F"},
+        {1000, "1.0KF"},
+        {1e6, "1.0MF"},
+        {1e9, "1.0GF"},
+        {999e9, "999.0GF"},
+        {1e12, "1.E12F"},
+        {0.001, "1.0mF"},
+        {1e-6, "1.0uF"},
+        {0.0005, "500.0uF"},
+        {1e-9, "1.0nF"},
         {9e-10, "9.E-10F"},
+        {3.456e-11, "3.46E-11F"},
     };
     for (const auto& c : cases)
         EXPECT_EQ(capacitanceText(c.farads), c.text) << c.farads;
@@ -282,7 +260,6 @@ TEST(RoundedConstants, AngleAndCapacitance) {
     // The rounded constants show in the fourth decimal: 36.86990 with the true pi.
     EXPECT_NEAR(angleFromPf(0.8), 36.87002, 1e-5);
     EXPECT_NEAR(angleFromPf(0.95), 18.19504, 1e-5);
-    EXPECT_NEAR(angleFromPf(0.5), 60.0, 1e-2);
 }
 
 } // namespace

@@ -175,17 +175,6 @@ TEST(LoggerModel, CommandsAndTheirReplies) {
     EXPECT_EQ(meter.receive(" ").size(), 21u);
 }
 
-TEST(LoggerModel, DownloadIsTheWholeMemoryFramed) {
-    Instrument meter;
-    meter.logger().appendRecord(116.38, 0.55, 230, 0.92);
-    const std::string stream = meter.receive("U");
-    ASSERT_EQ(stream.size(), 8192u + 2);
-    EXPECT_EQ(stream.front(), '\x02');
-    EXPECT_EQ(stream.back(), '\x03');
-    EXPECT_EQ(static_cast<unsigned char>(stream[1 + 20]), 104);  // the pointer after one record
-    EXPECT_EQ(static_cast<unsigned char>(stream[1 + 96]), 0xA3); // 116.4 W: the word 0x89A3
-}
-
 TEST(LoggerModel, RecordingAndSelfTestingRefuseWritesAndShowInTheStatus) {
     Instrument meter;
     meter.logger().setRecording(true);
@@ -198,16 +187,6 @@ TEST(LoggerModel, RecordingAndSelfTestingRefuseWritesAndShowInTheStatus) {
     meter.receive("W" + bytes({5, 0, 2}));
     EXPECT_EQ(meter.logger().at(5), 0);
     EXPECT_EQ(meter.logger().writes(), 0);
-}
-
-TEST(LoggerModel, RequestedSelfTestRunsAtPowerOn) {
-    Instrument meter;
-    meter.receive("W" + bytes({45, 0, 150}));
-    meter.logger().powerCycle(false, 0x0102);
-    EXPECT_EQ(meter.logger().at(45), 2);
-    EXPECT_EQ(meter.logger().word(46), 0x0102);
-    meter.logger().powerCycle(true); // nothing requested: the verdict stays
-    EXPECT_EQ(meter.logger().at(45), 2);
 }
 
 TEST(LoggerModel, FaultsHitTheCountedRepliesOnly) {

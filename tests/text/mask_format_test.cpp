@@ -29,37 +29,30 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         // "###0.0": one decimal, at least one integer digit.
         MaskCase{23.07, "###0.0", "23.1"}, MaskCase{0.04, "###0.0", "0.0"},
-        MaskCase{90, "###0.0", "90.0"}, MaskCase{0.05, "###0.0", "0.1"},
-        MaskCase{-0.05, "###0.0", "-0.1"}, MaskCase{-0.04, "###0.0", "0.0"},
+        MaskCase{0.05, "###0.0", "0.1"}, MaskCase{-0.05, "###0.0", "-0.1"},
+        MaskCase{-0.04, "###0.0", "0.0"},
         MaskCase{123456.78, "###0.0", "123456.8"}, // wider than the mask: never cut
         // "######0.00"
-        MaskCase{1234.5, "######0.00", "1234.50"}, MaskCase{0.004, "######0.00", "0.00"},
         MaskCase{0.005, "######0.00", "0.01"}, MaskCase{2.675, "######0.00", "2.68"},
         MaskCase{-12.345, "######0.00", "-12.35"}, MaskCase{99.995, "######0.00", "100.00"},
-        MaskCase{126.5, "######0.00", "126.50"},
         // "######0.0###": one to four decimals.
         MaskCase{0, "######0.0###", "0.0"}, MaskCase{0.00125, "######0.0###", "0.0013"},
-        MaskCase{1.5, "######0.0###", "1.5"}, MaskCase{0.00004, "######0.0###", "0.0"},
-        MaskCase{0.00005, "######0.0###", "0.0001"},
+        MaskCase{0.00004, "######0.0###", "0.0"}, MaskCase{0.00005, "######0.0###", "0.0001"},
         // "#0.0", "##0.0", "0.0##", "###0.0#"
-        MaskCase{1, "#0.0", "1.0"}, MaskCase{0.25, "#0.0", "0.3"}, MaskCase{0.24, "##0.0", "0.2"},
-        MaskCase{1.5, "0.0##", "1.5"}, MaskCase{1.23456, "0.0##", "1.235"},
-        MaskCase{0.9995, "0.0##", "1.0"}, MaskCase{3, "0.0##", "3.0"},
-        MaskCase{1.25, "###0.0#", "1.25"}, MaskCase{1.2, "###0.0#", "1.2"},
+        MaskCase{0.25, "#0.0", "0.3"}, MaskCase{0.24, "##0.0", "0.2"},
+        MaskCase{1.23456, "0.0##", "1.235"}, MaskCase{0.9995, "0.0##", "1.0"},
+        MaskCase{3, "0.0##", "3.0"}, MaskCase{1.25, "###0.0#", "1.25"},
         MaskCase{1.999, "###0.0#", "2.0"},
         // "#.0": no leading zero below 1.
-        MaskCase{0.5, "#.0", ".5"}, MaskCase{0, "#.0", ".0"}, MaskCase{33.24, "#.0", "33.2"},
-        MaskCase{1, "#.0", "1.0"}, MaskCase{0.96, "#.0", "1.0"},
+        MaskCase{0.5, "#.0", ".5"}, MaskCase{0, "#.0", ".0"}, MaskCase{0.96, "#.0", "1.0"},
         // Whole-number masks.
         MaskCase{7, "00", "07"}, MaskCase{123, "00", "123"}, MaskCase{5, "#00", "05"},
-        MaskCase{23, "#00", "23"}, MaskCase{0, "#00", "00"}, MaskCase{7.5, "00", "08"},
+        MaskCase{0, "#00", "00"}, MaskCase{7.5, "00", "08"},
         MaskCase{6.5, "00", "07"}, // halves go away from zero, not to even
         MaskCase{5.25, "#00.00", "05.25"}, MaskCase{59.999, "#00.00", "60.00"},
-        MaskCase{3.45, "00.0", "03.5"}, MaskCase{12.6, "#####.0", "12.6"},
-        MaskCase{0.4, "#####.0", ".4"},
+        MaskCase{3.45, "00.0", "03.5"}, MaskCase{0.4, "#####.0", ".4"},
         // Literals stand as they are; "#" prints nothing for zero.
-        MaskCase{100, "      #", "      100"}, MaskCase{7, "      #", "      7"},
-        MaskCase{0, "      #", "      "},
+        MaskCase{100, "      #", "      100"}, MaskCase{0, "      #", "      "},
         // Scientific: one digit before the point; the exponent's sign only when negative.
         MaskCase{0.000123, "#0.0#E-##", "1.23E-4"}, MaskCase{1.5e12, "#0.0#E-##", "1.5E12"},
         MaskCase{0.0009999, "#0.0#E-##", "1.0E-3"}, MaskCase{-2.5e-15, "#0.0#E-##", "-2.5E-15"},
@@ -73,19 +66,15 @@ TEST(FormatMask, NonFiniteValuesNeverReachTheDisplayAsGarbage) {
 }
 
 TEST(FormatGeneral, PrintsShortestPlainNumber) {
-    const std::pair<double, const char*> cases[] = {
-        {50, "50"},
-        {59.9, "59.9"},
-        {0.5, "0.5"},
-        {0, "0"},
-        {-3, "-3"},
-        {-0.0, "0"},
-        {0.1 + 0.2, "0.3"},
-        {1e-7, "1E-07"},
-        {1.5e20, "1.5E+20"},
-        {49999.99999, "49999.99999"},
-        {123456789012345.0, "123456789012345"},
-    };
+    const std::pair<double, const char*> cases[] = {{50, "50"},
+                                                    {0, "0"},
+                                                    {-3, "-3"},
+                                                    {-0.0, "0"},
+                                                    {0.1 + 0.2, "0.3"},
+                                                    {1e-7, "1E-07"},
+                                                    {1.5e20, "1.5E+20"},
+                                                    {49999.99999, "49999.99999"},
+                                                    {123456789012345.0, "123456789012345"}};
     for (const auto& [value, expected] : cases)
         EXPECT_EQ(formatGeneral(value), expected) << value;
 }

