@@ -1,8 +1,10 @@
 #include "text/escaped_text.h"
+#include "text/json_text.h"
 #include "text/number_text.h"
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <optional>
 
 namespace {
@@ -71,17 +73,25 @@ TEST(Printable, ShowsControlsAndBrokenBytesWithoutSendingThem) {
         EXPECT_EQ(pa::text::printable(c.in), c.shown) << c.shown;
 }
 
-TEST(JsonString, EveryOutputIsValidUtf8Json) {
+TEST(JsonText, EveryOutputIsValidUtf8Json) {
     const struct {
-        std::string_view in, json;
+        Json in;
+        std::string_view out;
     } cases[] = {
-        {"230.5 V", R"("230.5 V")"},
-        {"a\"b\\c", R"("a\"b\\c")"},
-        {"line\r\n\x1b", R"("line\u000d\u000a\u001b")"},
-        {std::string_view("\0", 1), R"("\u0000")"},
-        {"caf\xe9.txt", "\"caf\xEF\xBF\xBD.txt\""}, // a Latin-1 name
-        {"月.txt", "\"月.txt\""},
+        {{{"file", "a\"b\\c"}}, R"({"file":"a\"b\\c"})"},
+        {{{"file", "line\r\n\x1b"}, {"月", std::string(1, '\0')}},
+         R"({"file":"line\r\n\u001b","月":"\u0000"})"},
+        {{{"file", "caf\xe9.txt"}}, "{\"file\":\"caf\xEF\xBF\xBD.txt\"}"}, // a Latin-1 name
+        {{{"V", jsonNumber(230.0)},
+          {"A", jsonNumber(0.55)},
+          {"W", jsonNumber(2345.6789, 5)},
+          {"PF", jsonNumber(std::nullopt)},
+          {"Hz", jsonNumber(std::nan(""))}},
+         R"({"V":230,"A":0.55,"W":2345.7,"PF":null,"Hz":null})"},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(pa::text::jsonString(c.in), c.json) << c.json;
+        EXPECT_EQ(compactJson(c.in), c.out) << c.out;
+    const Json nested = {{"a", {{{"b", 1}, {"c", Json::array()}}}}, {"d", Json::object()}};
+    EXPECT_EQ(layoutJson(nested, 2),
+              "{\n  \"a\": [\n    {\"b\": 1, \"c\": []}\n  ],\n  \"d\": {}\n}\n");
 }
