@@ -1,12 +1,9 @@
 #include "alarms/alarm_mqtt.h"
 
-#include "text/escaped_text.h"
-
 #include "live/mqtt_messages.h"
-#include "text/number_text.h"
+#include "text/json_text.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace pa::alarms {
 namespace {
@@ -51,35 +48,28 @@ std::string binarySensorConfig(const Alarm& alarm, const AlarmTopics& topics,
                                std::string_view prefix) {
     const std::string node = plain(prefix, false);
     const std::string id = node + "_" + topics.slug;
-    std::string p = "{\"name\":";
-    text::appendJsonString(p, "Alarm " + alarm.name);
-    p += ",\"unique_id\":";
-    text::appendJsonString(p, id);
-    p += ",\"default_entity_id\":";
-    text::appendJsonString(p, "binary_sensor." + id);
-    p += ",\"device_class\":\"problem\",\"payload_on\":\"ON\",\"payload_off\":\"OFF\"";
-    p += ",\"state_topic\":";
-    text::appendJsonString(p, topics.state);
-    p += ",\"json_attributes_topic\":";
-    text::appendJsonString(p, topics.attributes);
-    p += ",\"availability_topic\":";
-    text::appendJsonString(p, live::topicsFor(prefix).availability);
-    p += ",\"device\":{\"identifiers\":[";
-    text::appendJsonString(p, node);
-    p += "],\"name\":";
-    text::appendJsonString(p, "Power Analyzer " + std::string(prefix));
-    p += ",\"model\":\"single-phase power analyzer\"}}";
-    return p;
+    text::Json p;
+    p["name"] = "Alarm " + alarm.name;
+    p["unique_id"] = id;
+    p["default_entity_id"] = "binary_sensor." + id;
+    p["device_class"] = "problem";
+    p["payload_on"] = "ON";
+    p["payload_off"] = "OFF";
+    p["state_topic"] = topics.state;
+    p["json_attributes_topic"] = topics.attributes;
+    p["availability_topic"] = live::topicsFor(prefix).availability;
+    p["device"] = {{"identifiers", text::Json::array({node})},
+                   {"name", "Power Analyzer " + std::string(prefix)},
+                   {"model", "single-phase power analyzer"}};
+    return text::compactJson(p);
 }
 
 std::string attributesJson(double value, std::string_view unit, std::string_view time) {
-    std::string p = "{\"value\":";
-    p += std::isfinite(value) ? text::shortestGeneral(value, 10) : std::string("null");
-    p += ",\"unit\":";
-    text::appendJsonString(p, unit);
-    p += ",\"time\":";
-    text::appendJsonString(p, time);
-    return p + "}";
+    text::Json p;
+    p["value"] = text::jsonNumber(value, 10);
+    p["unit"] = unit;
+    p["time"] = time;
+    return text::compactJson(p);
 }
 
 } // namespace pa::alarms

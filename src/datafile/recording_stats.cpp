@@ -1,6 +1,6 @@
 #include "datafile/recording_stats.h"
 
-#include "text/escaped_text.h"
+#include "text/json_text.h"
 
 #include <cerrno>
 #include <charconv>
@@ -42,35 +42,34 @@ std::string seconds(std::int64_t ms) {
     return num(static_cast<double>(ms) / 1000);
 }
 
-std::string jsonGroup(const StatsGroup& g, std::optional<double> price, const std::string& indent,
-                      UtcOffsets& offsets) {
+text::Json jsonGroup(const StatsGroup& g, std::optional<double> price, UtcOffsets& offsets) {
     auto isoTime = [&](std::int64_t ms) { return timestamp(ms, offsets); };
     const bool any = g.records + g.lostLines > 0;
-    std::string out = "{\n";
-    auto field = [&](const std::string& name, const std::string& value, bool last = false) {
-        out += indent + "  " + text::jsonString(name) + ": " + value + (last ? "\n" : ",\n");
-    };
-    field("records", std::to_string(g.records));
-    field("overloads", std::to_string(g.overloads));
-    field("lost_lines", std::to_string(g.lostLines));
-    field("lost_seconds", seconds(g.lostMs));
-    field("first", any ? text::jsonString(isoTime(g.firstMs)) : "null");
-    field("last", any ? text::jsonString(isoTime(g.lastMs)) : "null");
+    const auto number = [](double v) { return text::jsonNumber(v, 10); };
+    text::Json out;
+    out["records"] = g.records;
+    out["overloads"] = g.overloads;
+    out["lost_lines"] = g.lostLines;
+    out["lost_seconds"] = number(static_cast<double>(g.lostMs) / 1000);
+    out["first"] = any ? text::Json(isoTime(g.firstMs)) : text::Json();
+    out["last"] = any ? text::Json(isoTime(g.lastMs)) : text::Json();
     for (int i = 0; i < 4; ++i) {
         const QuantityStats& q = g.quantities[i];
-        std::string v = "{\"count\": " + std::to_string(q.count);
-        if (q.count > 0)
-            v += ", \"min\": " + num(q.minimum) +
-                 ", \"min_time\": " + text::jsonString(isoTime(q.minimumTimeMs)) +
-                 ", \"max\": " + num(q.maximum) +
-                 ", \"max_time\": " + text::jsonString(isoTime(q.maximumTimeMs)) +
-                 ", \"mean\": " + num(q.mean) + ", \"sd\": " + num(q.standardDeviation());
-        field(kStatsNames[i], v + "}");
+        text::Json& v = out[kStatsNames[i]];
+        v["count"] = q.count;
+        if (q.count > 0) {
+            v["min"] = number(q.minimum);
+            v["min_time"] = isoTime(q.minimumTimeMs);
+            v["max"] = number(q.maximum);
+            v["max_time"] = isoTime(q.maximumTimeMs);
+            v["mean"] = number(q.mean);
+            v["sd"] = number(q.standardDeviation());
+        }
     }
-    field("energy_kWh", num(g.energyKWh), !price);
+    out["energy_kWh"] = number(g.energyKWh);
     if (price)
-        field("cost", num(g.energyKWh * *price), true);
-    return out + indent + "}";
+        out["cost"] = number(g.energyKWh * *price);
+    return out;
 }
 
 } // namespace
@@ -379,24 +378,21 @@ std::string statsCsv(const RecordingStats& s, std::optional<double> price) {
 std::string statsJson(const std::string& file, const RecordingStats& s,
                       std::optional<double> price) {
     UtcOffsets offsets;
-    std::string out = "{\n  \"file\": " + text::jsonString(file) +
-                      ",\n  \"malformed_lines\": " + std::to_string(s.malformedLines()) + ",\n";
+    text::Json out;
+    out["file"] = file;
+    out["malformed_lines"] = s.malformedLines();
     if (price)
-        out += "  \"price_per_kWh\": " + num(*price) + ",\n";
-    out += "  \"all\": " + jsonGroup(s.whole(), price, "  ", offsets);
+        out["price_per_kWh"] = text::jsonNumber(*price, 10);
+    out["all"] = jsonGroup(s.whole(), price, offsets);
     if (s.per() != StatsPer::Whole) {
-        out += std::string(",\n  \"per_") + (s.per() == StatsPer::Hour ? "hour" : "day") + "\": [";
-        bool first = true;
-        for (const auto& [key, g] : s.groups()) {
-            out += first ? "\n    " : ",\n    ";
-            first = false;
-            std::string group = jsonGroup(g, price, "    ", offsets);
-            out += "{\"scope\": " + text::jsonString(groupName(s.per(), key)) +
-                   ", \"stats\": " + group + "}";
-        }
-        out += "\n  ]";
+        text::Json& groups = out[s.per() == StatsPer::Hour ? "per_hour" : "per_day"];
+        groups = text::Json::array();
+        for (const auto& [key, g] : s.groups())
+            groups.push_back(
+                {{"scope", groupName(s.per(), key)}, {"stats", jsonGroup(g, price, offsets)}});
     }
-    return out + "\n}\n";
+    // Each quantity's figures on one line; a day or an hour on one line of its own.
+    return text::layoutJson(out, 2);
 }
 
 } // namespace pa::datafile

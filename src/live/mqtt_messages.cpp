@@ -1,6 +1,6 @@
 #include "live/mqtt_messages.h"
 
-#include "text/escaped_text.h"
+#include "text/json_text.h"
 
 #include <array>
 #include <charconv>
@@ -10,7 +10,7 @@
 namespace pa::live {
 namespace {
 
-using text::appendJsonString;
+using text::Json;
 
 std::string_view trimmed(std::string_view text) {
     while (!text.empty() && text.front() == ' ')
@@ -18,19 +18,6 @@ std::string_view trimmed(std::string_view text) {
     while (!text.empty() && text.back() == ' ')
         text.remove_suffix(1);
     return text;
-}
-
-void appendJsonNumber(std::string& out, std::optional<double> value) {
-    if (!value || !std::isfinite(*value)) {
-        out += "null";
-        return;
-    }
-    // Plain decimals ("0.0001", not "1e-04"): the shortest text that reads back the same.
-    std::array<char, 400> buffer;
-    const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), *value,
-                                   std::chars_format::fixed)
-                         .ptr;
-    out.append(buffer.data(), end);
 }
 
 // Home Assistant object ids allow letters, digits, '_' and '-'.
@@ -127,16 +114,11 @@ std::string stateJson(const Readouts& readouts, std::string_view timestamp) {
     if (!value[kVA] || !value[kW])
         value[kVAR].reset();
 
-    std::string out = "{\"time\":";
-    appendJsonString(out, timestamp);
-    for (const PublishedQuantity& q : publishedQuantities()) {
-        out += ',';
-        appendJsonString(out, q.key);
-        out += ':';
-        appendJsonNumber(out, value[q.panel]);
-    }
-    out += '}';
-    return out;
+    Json out;
+    out["time"] = timestamp;
+    for (const PublishedQuantity& q : publishedQuantities())
+        out[q.key] = text::jsonNumber(value[q.panel]);
+    return text::compactJson(out);
 }
 
 std::string discoveryConfigTopic(std::string_view discoveryPrefix, std::string_view prefix,
@@ -149,50 +131,38 @@ std::vector<RetainedMessage> discoveryConfigs(std::string_view prefix,
                                               const DiscoverySettings& settings) {
     const std::string node = nodeId(prefix);
     const Topics topics = topicsFor(prefix);
-    std::string device = ",\"device\":{\"identifiers\":[";
-    appendJsonString(device, settings.deviceId.empty() ? node : settings.deviceId);
-    device += "],\"name\":";
-    appendJsonString(device, "Power Analyzer " + std::string(prefix));
-    device += ",\"manufacturer\":";
-    appendJsonString(device, kManufacturer);
-    device += ",\"model\":\"single-phase power analyzer\",\"sw_version\":";
-    appendJsonString(device, settings.swVersion);
-    device += "},\"origin\":{\"name\":\"poweranalyzer-cli\",\"sw_version\":";
-    appendJsonString(device, settings.swVersion);
-    device += "}";
+    const Json device = {
+        {"identifiers", Json::array({settings.deviceId.empty() ? node : settings.deviceId})},
+        {"name", "Power Analyzer " + std::string(prefix)},
+        {"manufacturer", kManufacturer},
+        {"model", "single-phase power analyzer"},
+        {"sw_version", settings.swVersion},
+    };
+    const Json origin = {{"name", "poweranalyzer-cli"}, {"sw_version", settings.swVersion}};
 
     std::vector<RetainedMessage> configs;
     for (const PublishedQuantity& q : publishedQuantities()) {
         const std::string id = node + "_" + lowered(q.key);
-        std::string p = "{\"name\":";
-        appendJsonString(p, q.name);
-        p += ",\"unique_id\":";
-        appendJsonString(p, id);
+        Json p;
+        p["name"] = q.name;
+        p["unique_id"] = id;
         // The entity id Home Assistant gives it at first: "sensor." and a lower-case slug.
-        p += ",\"default_entity_id\":";
-        appendJsonString(p, "sensor." + entitySlug(id));
-        p += ",\"state_topic\":";
-        appendJsonString(p, topics.state);
+        p["default_entity_id"] = "sensor." + entitySlug(id);
+        p["state_topic"] = topics.state;
         // A null renders as "None", which Home Assistant shows as unknown.
-        p += ",\"value_template\":";
-        appendJsonString(p, std::string("{{ value_json.") + q.key + " }}");
-        p += ",\"availability_topic\":";
-        appendJsonString(p, topics.availability);
-        if (*q.deviceClass) {
-            p += ",\"device_class\":";
-            appendJsonString(p, q.deviceClass);
-        }
-        if (*q.unit) {
-            p += ",\"unit_of_measurement\":";
-            appendJsonString(p, q.unit);
-        }
-        p += ",\"state_class\":";
-        appendJsonString(p, q.stateClass);
+        p["value_template"] = std::string("{{ value_json.") + q.key + " }}";
+        p["availability_topic"] = topics.availability;
+        if (*q.deviceClass)
+            p["device_class"] = q.deviceClass;
+        if (*q.unit)
+            p["unit_of_measurement"] = q.unit;
+        p["state_class"] = q.stateClass;
         if (settings.expireAfterSeconds > 0)
-            p += ",\"expire_after\":" + std::to_string(settings.expireAfterSeconds);
-        p += device + "}";
+            p["expire_after"] = settings.expireAfterSeconds;
+        p["device"] = device;
+        p["origin"] = origin;
         configs.push_back(
-            {discoveryConfigTopic(settings.discoveryPrefix, prefix, q.key), std::move(p)});
+            {discoveryConfigTopic(settings.discoveryPrefix, prefix, q.key), text::compactJson(p)});
     }
     return configs;
 }

@@ -1,7 +1,7 @@
 // The load survey as plain text and as JSON.
 #include "report/load_survey.h"
 #include "report/survey_format.h"
-#include "text/escaped_text.h"
+#include "text/json_text.h"
 
 #include <charconv>
 #include <cmath>
@@ -9,7 +9,7 @@
 namespace pa::report {
 namespace {
 
-using text::jsonString;
+using text::Json;
 
 using datafile::isoDay;
 using datafile::isoTime;
@@ -18,69 +18,53 @@ constexpr const char* kNotEnough = "not enough data";
 
 // ---- JSON ----
 
-// A JSON string: control characters escaped, bytes that are not UTF-8 replaced by U+FFFD.
-std::string jsonNumber(double v) {
-    if (!std::isfinite(v))
-        return "null";
-    char buffer[32];
-    const auto r = std::to_chars(buffer, buffer + sizeof buffer, v, std::chars_format::general, 10);
-    return std::string(buffer, r.ptr);
+// Ten significant digits at most; null when missing or not finite.
+Json jsonNumber(const std::optional<double>& v) {
+    return text::jsonNumber(v, 10);
 }
 
-std::string jsonNumber(const std::optional<double>& v) {
-    return v ? jsonNumber(*v) : "null";
-}
-
-// Members of an object, one per line.
 // A JSON time stamp: milliseconds and the UTC offset of its date, as the CSV export writes.
-std::string jsonTime(std::int64_t ms) {
+Json jsonTime(std::int64_t ms) {
     datafile::UtcOffsets offsets;
-    return jsonString(datafile::timestamp(ms, offsets));
+    return datafile::timestamp(ms, offsets);
 }
 
+// Members of an object, in the order they are added.
 class Object {
   public:
-    explicit Object(std::string indent) : indent_(std::move(indent)) {}
-    Object& raw(std::string_view name, const std::string& value) {
-        body_ += (body_.empty() ? "\n" : ",\n") + indent_ + "  " + jsonString(name) + ": " + value;
+    Object& raw(const std::string& name, Json value) {
+        json_[name] = std::move(value);
         return *this;
     }
-    Object& num(std::string_view name, const std::optional<double>& v) {
+    Object& num(const std::string& name, const std::optional<double>& v) {
         return raw(name, jsonNumber(v));
     }
-    Object& count(std::string_view name, std::uint64_t v) { return raw(name, std::to_string(v)); }
-    Object& text(std::string_view name, const std::string& v) { return raw(name, jsonString(v)); }
-    Object& time(std::string_view name, const std::optional<std::int64_t>& t) {
-        return raw(name, t ? jsonTime(*t) : "null");
+    Object& count(const std::string& name, std::uint64_t v) { return raw(name, v); }
+    Object& text(const std::string& name, const std::string& v) { return raw(name, v); }
+    Object& time(const std::string& name, const std::optional<std::int64_t>& t) {
+        return raw(name, t ? jsonTime(*t) : Json());
     }
-    std::string str() const { return "{" + body_ + "\n" + indent_ + "}"; }
+    const Json& json() const { return json_; }
 
   private:
-    std::string indent_, body_;
+    Json json_ = Json::object();
 };
 
-std::string list(const std::vector<std::string>& items, const std::string& indent) {
-    if (items.empty())
-        return "[]";
-    std::string out = "[";
-    for (std::size_t i = 0; i < items.size(); ++i)
-        out += (i ? ",\n" : "\n") + indent + "  " + items[i];
-    return out + "\n" + indent + "]";
-}
-
-std::string timedJson(const std::optional<TimedValue>& t, const char* unit) {
+Json timedJson(const std::optional<TimedValue>& t, const char* unit) {
     if (!t)
-        return "null";
-    return "{\"start\": " + jsonTime(t->timeMs) + ", \"" + unit + "\": " + jsonNumber(t->value) +
-           "}";
+        return nullptr;
+    return Object().raw("start", jsonTime(t->timeMs)).num(unit, t->value).json();
 }
 
-std::string runsJson(const std::vector<VoltageRun>& runs, const std::string& indent) {
-    std::vector<std::string> items;
+Json runsJson(const std::vector<VoltageRun>& runs) {
+    Json items = Json::array();
     for (const VoltageRun& r : runs)
-        items.push_back("{\"start\": " + jsonTime(r.startMs) + ", \"seconds\": " +
-                        jsonNumber(r.seconds) + ", \"extreme\": " + jsonNumber(r.extreme) + "}");
-    return list(items, indent);
+        items.push_back(Object()
+                            .raw("start", jsonTime(r.startMs))
+                            .num("seconds", r.seconds)
+                            .num("extreme", r.extreme)
+                            .json());
+    return items;
 }
 
 // ---- Text ----
@@ -102,15 +86,15 @@ std::string pad(std::string s, std::size_t width) {
 } // namespace
 
 std::string surveyJson(const Survey& s) {
-    std::vector<std::string> files;
+    Json files = Json::array();
     for (const std::string& f : s.files)
-        files.push_back(jsonString(f));
+        files.push_back(f);
 
-    Object period("  ");
+    Object period;
     period.time("first", s.firstMs).time("last", s.lastMs).count("records", s.records);
     period.count("lost_lines", s.lostLines).num("lost_seconds", s.lostMs / 1000.0);
 
-    Object energy("  ");
+    Object energy;
     energy.num("kWh", s.kWh);
     if (s.price)
         energy.num("cost", s.kWh ? s.cost(*s.kWh) : std::nullopt);
@@ -118,55 +102,57 @@ std::string surveyJson(const Survey& s) {
         .num("max_W", s.maxW ? std::optional(s.maxW->value) : std::nullopt);
     energy.time("max_W_time", s.maxW ? std::optional(s.maxW->timeMs) : std::nullopt);
 
-    std::vector<std::string> days;
+    Json days = Json::array();
     for (const DaySummary& d : s.days) {
-        Object day("    ");
+        Object day;
         day.text("date", isoDay(d.day * 86'400'000)).num("kWh", d.kWh);
         if (s.price)
             day.num("cost", s.cost(d.kWh));
         day.num("max_W", d.maxW ? std::optional(d.maxW->value) : std::nullopt);
         day.time("max_W_time", d.maxW ? std::optional(d.maxW->timeMs) : std::nullopt);
         day.num("min_V", d.minV).num("max_V", d.maxV);
-        days.push_back(day.str());
+        days.push_back(day.json());
     }
 
-    Object demand("  ");
+    Object demand;
     demand.count("intervals", s.demandIntervals);
     if (s.peaks.empty()) {
-        demand.raw("peaks", "null");
+        demand.raw("peaks", nullptr);
     } else {
-        std::vector<std::string> peaks;
+        Json peaks = Json::array();
         for (const TimedValue& p : s.peaks)
             peaks.push_back(timedJson(p, "W"));
-        demand.raw("peaks", list(peaks, "  "));
+        demand.raw("peaks", peaks);
     }
     demand.num("load_factor", s.loadFactor);
 
-    Object duration("  ");
+    Object duration;
     static constexpr const char* kNames[] = {"p1", "p10", "p50", "p90", "p99"};
     for (std::size_t i = 0; i < 5; ++i)
         duration.num(kNames[i], s.exceeded ? std::optional((*s.exceeded)[i]) : std::nullopt);
 
-    Object pf("  ");
-    std::vector<std::string> bands;
+    Object pf;
+    Json bands = Json::array();
     for (int i = 0; i < kPfBands; ++i)
-        bands.push_back("{\"from\": " + fixed(i * 0.05, 2) +
-                        ", \"to\": " + fixed((i + 1) * 0.05, 2) +
-                        ", \"hours\": " + jsonNumber(s.pfHours[static_cast<std::size_t>(i)]) + "}");
-    pf.raw("hours", list(bands, "  "));
+        bands.push_back(Object()
+                            .num("from", i * 0.05)
+                            .num("to", (i + 1) * 0.05)
+                            .num("hours", s.pfHours[static_cast<std::size_t>(i)])
+                            .json());
+    pf.raw("hours", bands);
     pf.num("hours_below_0.90", s.hoursBelow090).num("kVARh_below_0.90", s.kVARhBelow090);
 
-    Object voltage("  ");
+    Object voltage;
     voltage.text("note", std::string(kVoltageNote));
     voltage.num("nominal", s.options.nominalV).count("ten_minute_means", s.tenMinuteMeans);
     voltage.num("share_within_10pct", s.shareWithin10);
     voltage.num("share_within_plus10_minus15", s.shareWithinPlus10Minus15);
     voltage.raw("lowest", timedJson(s.lowestMean, "V"));
     voltage.raw("highest", timedJson(s.highestMean, "V"));
-    voltage.raw("dips", runsJson(s.dips, "  ")).count("dips_total", s.dipCount);
-    voltage.raw("swells", runsJson(s.swells, "  ")).count("swells_total", s.swellCount);
+    voltage.raw("dips", runsJson(s.dips)).count("dips_total", s.dipCount);
+    voltage.raw("swells", runsJson(s.swells)).count("swells_total", s.swellCount);
 
-    Object capacitor("  ");
+    Object capacitor;
     capacitor.text("note", std::string(kCapacitorNote));
     capacitor.num("target_pf", s.options.targetPf).num("hz", s.options.hz);
     capacitor.num("uF_p50", s.uFp50).num("uF_p90", s.uFp90).num("uF_p95", s.uFp95);
@@ -174,14 +160,15 @@ std::string surveyJson(const Survey& s) {
     capacitor.num("share_reaching_target", s.shareReachingTarget);
     capacitor.num("share_overcompensated", s.shareOvercompensated);
 
-    Object root("");
-    root.raw("files", list(files, "  ")).count("malformed_lines", s.malformedLines);
+    Object root;
+    root.raw("files", files).count("malformed_lines", s.malformedLines);
     if (s.price)
         root.num("price_per_kWh", s.price);
-    root.raw("period", period.str()).raw("energy", energy.str()).raw("days", list(days, "  "));
-    root.raw("demand", demand.str()).raw("load_duration", duration.str()).raw("pf", pf.str());
-    root.raw("voltage", voltage.str()).raw("capacitor", capacitor.str());
-    return root.str() + "\n";
+    root.raw("period", period.json()).raw("energy", energy.json()).raw("days", days);
+    root.raw("demand", demand.json()).raw("load_duration", duration.json()).raw("pf", pf.json());
+    root.raw("voltage", voltage.json()).raw("capacitor", capacitor.json());
+    // A day on lines of its own; a peak, a band or a dip on one line.
+    return text::layoutJson(root.json(), 3);
 }
 
 std::string surveyText(const Survey& s) {

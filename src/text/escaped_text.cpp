@@ -54,33 +54,4 @@ std::string printable(std::string_view text) {
     return out;
 }
 
-void appendJsonString(std::string& out, std::string_view text) {
-    static constexpr char kHex[] = "0123456789abcdef";
-    out += '"';
-    while (!text.empty()) {
-        char32_t cp = 0;
-        const std::size_t n = utf8Sequence(text, cp);
-        if (n == 0) {
-            out += "\xEF\xBF\xBD"; // U+FFFD
-        } else if (cp == '"' || cp == '\\') {
-            out += '\\';
-            out += static_cast<char>(cp);
-        } else if (cp < 0x20) {
-            out += "\\u00";
-            out += kHex[cp >> 4];
-            out += kHex[cp & 15];
-        } else {
-            out.append(text.substr(0, n));
-        }
-        text.remove_prefix(n == 0 ? 1 : n);
-    }
-    out += '"';
-}
-
-std::string jsonString(std::string_view text) {
-    std::string out;
-    appendJsonString(out, text);
-    return out;
-}
-
 } // namespace pa::text

@@ -14,10 +14,4 @@ std::size_t utf8Sequence(std::string_view s, char32_t& codePoint);
 // \xHH, so the message shows what is there and does nothing else.
 std::string printable(std::string_view text);
 
-// As a JSON string, quotes included: quote, backslash and control characters escaped, and a
-// byte that is not UTF-8 (a Latin-1 file name) replaced by U+FFFD, so that every output is
-// valid UTF-8 JSON.
-void appendJsonString(std::string& out, std::string_view text);
-std::string jsonString(std::string_view text);
-
 } // namespace pa::text

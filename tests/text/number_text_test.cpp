@@ -1,8 +1,10 @@
 #include "text/escaped_text.h"
+#include "text/json_text.h"
 #include "text/number_text.h"
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <optional>
 
 namespace {
@@ -67,17 +69,15 @@ TEST(Printable, ShowsControlsAndBrokenBytesWithoutSendingThem) {
         EXPECT_EQ(pa::text::printable(c.in), c.shown) << c.shown;
 }
 
-TEST(JsonString, EveryOutputIsValidUtf8Json) {
-    const struct {
-        std::string_view in, json;
-    } cases[] = {
-        {"230.5 V", R"("230.5 V")"},
-        {"a\"b\\c", R"("a\"b\\c")"},
-        {"line\r\n\x1b", R"("line\u000d\u000a\u001b")"},
-        {std::string_view("\0", 1), R"("\u0000")"},
-        {"caf\xe9.txt", "\"caf\xEF\xBF\xBD.txt\""}, // a Latin-1 name
-        {"月.txt", "\"月.txt\""},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(pa::text::jsonString(c.in), c.json) << c.json;
+TEST(JsonText, EveryOutputIsValidUtf8Json) { // a quote, control characters, a Latin-1 name
+    const Json strings = {
+        {"a\"b\\c", "line\r\n\x1b"}, {"月", std::string(1, '\0')}, {"f", "caf\xe9"}};
+    EXPECT_EQ(compactJson(strings), R"({"a\"b\\c":"line\r\n\u001b","月":"\u0000","f":"caf)"
+                                    "\xEF\xBF\xBD\"}");
+    const Json numbers = {jsonNumber(230.0), jsonNumber(0.55), jsonNumber(2345.6789, 5),
+                          jsonNumber(std::nullopt), jsonNumber(std::nan(""))};
+    EXPECT_EQ(compactJson(numbers), "[230,0.55,2345.7,null,null]");
+    const Json nested = {{"a", {{{"b", 1}, {"c", Json::array()}}}}, {"d", Json::object()}};
+    EXPECT_EQ(layoutJson(nested, 2),
+              "{\n  \"a\": [\n    {\"b\": 1, \"c\": []}\n  ],\n  \"d\": {}\n}\n");
 }
