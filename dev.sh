@@ -1,4 +1,6 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
+# SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 # Developer commands: run, test, sanitize, shots, bench, fuzz, windows. See README.md.
 set -euo pipefail
 cd "$(dirname "$0")"

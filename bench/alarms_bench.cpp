@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Evaluating an alarm set once per sample: 50 alarms of every kind over a varying reading,
 // with the sample taken from the live cycle's panels as the window and monitor take it.
 #include "alarms/alarm_evaluator.h"

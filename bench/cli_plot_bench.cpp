@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Plotting a 1,000,000-record data file to PNG, side by side with a peer:
 //   poweranalyzer-cli plot FILE --png OUT      versus
 //   gnuplot plotting the same column (the wattage) of the same file to PNG;

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Reading recordings, side by side with general tools, in one run on the same files of
 // 1,000,000 and 10,000,000 records (143 MB and 1.4 GB, written beside this program when
 // missing):

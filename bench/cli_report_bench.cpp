@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The load survey report of long recordings, as a user runs it:
 //   a week at one record a second (604,800 records in seven daily files) to JSON and to PDF,
 //   10,000,000 records in one file to JSON.

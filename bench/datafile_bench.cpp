@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The cost of one record: building the fixed-width line, then opening the data file,
 // appending the line, flushing it to the disk and closing the file, as each sample tick does
 // while recording (at 0.5 s sampling a record must cost well under the tick).

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // What the timed desktop programs share: a Ui that answers every dialog at once, so that
 // nothing waits for a person, and the CPU time of the calling thread.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The desktop program under load, timed as a user would see it:
 //   start-up to a shown main window (start-up sequence, speed check, first paint), and
 //   CPU use of the user-interface thread while sampling the simulator every 0.5 s.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The datalogger's real pacing over the real serial path (QSerialPort on the simulator's
 // pseudo-terminal, the simulator handing bytes over at the line's speed), measured against
 // what the protocol and the wire allow:

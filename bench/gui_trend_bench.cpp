@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The trend chart holding a full day of readings, timed as a user would meet it:
 //   appending one sample and redrawing the chart (1 min, 1 h and all 24 h shown),
 //   the memory the day of samples takes, and the CPU of the user-interface thread while the
@@ -95,9 +97,10 @@ void timeAppendAndRedraw(pa::bench::ClickingUi& ui) {
             total += ms;
         }
         const double cpuMs = (pa::bench::threadCpuSeconds() - cpu0) * 1000 / kRounds;
-        std::printf("append one sample + redraw with read-out, two quantities, %s shown: CPU %.2f ms; "
-                    "wall mean %.2f ms, worst %.2f ms (%d rounds)\n",
-                    names[span], cpuMs, total / kRounds, worst, kRounds);
+        std::printf(
+            "append one sample + redraw with read-out, two quantities, %s shown: CPU %.2f ms; "
+            "wall mean %.2f ms, worst %.2f ms (%d rounds)\n",
+            names[span], cpuMs, total / kRounds, worst, kRounds);
     }
 }
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // One poll tick of the live cycle: read a 21-byte frame, request the next, decode the four
 // blocks, derive VA, VAR, angle, cost and energy, and format every panel.
 #include "app/clock.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // What publishing a sample costs the live cycle: building the state object, and handing it
 // to the MQTT client connected to a private broker on loopback. The CPU time is the calling
 // thread's (the live cycle's); the client's network thread does the writing.

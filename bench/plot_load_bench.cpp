@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The plot loader alone on recorded files: every record (3599) and the envelope (1,000,000).
 #include "plot/plot_loader.h"
 #include "support/data_file_writer.h"

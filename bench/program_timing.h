@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Timing whole programs for the command-line benchmarks: wall time and peak memory of a child
 // process, over several runs, and the data file they read.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The trend's ring holding a full day: appending a sample, and the per-column envelope and
 // statistics a redraw asks for, over a minute, an hour and the whole day.
 #include "trend/trend_store.h"

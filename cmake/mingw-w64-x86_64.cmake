@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+# SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 # Cross-compiles for 64-bit Windows with MinGW-w64 (Debian: g++-mingw-w64-x86-64-posix).
 # The -posix compilers give std::thread; -static puts the C++ runtime into each .exe, so the
 # programs need no MinGW DLLs beside them.

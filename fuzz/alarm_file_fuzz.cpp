@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Arbitrary text as an alarm file. The parser either refuses it with FILE:LINE: cause or
 // gives a set that, written out, reads back to the same set; the set then runs through the
 // evaluator on samples made from the same bytes, and every event names an alarm of the set.

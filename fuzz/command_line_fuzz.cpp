@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Arbitrary command lines into every subcommand's option parser (--opt=value and -- too): the
 // input is cut at NUL bytes into arguments (as a shell hands them over, any bytes but NUL).
 // Each parser must either refuse or give options that hold together: exactly one of a port

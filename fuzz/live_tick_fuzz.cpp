@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Arbitrary bytes from the serial line through whole poll ticks of the live cycle: the input
 // is cut into chunks (the first byte of each gives its length), each chunk arrives before one
 // poll tick, and every third chunk is preceded by a sample tick.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Every datalogger exchange against a line that answers anything at all: the state query,
 // the status block read byte by byte with its retries, the whole download (receiver, status
 // decode with the record count it promises, conversion, file), the self-test read and the

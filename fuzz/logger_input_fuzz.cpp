@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Arbitrary bytes where the datalogger reads them: a status block, a download stream with
 // its record words, and a line typed into the memory console.
 #include "logger/console_parser.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Writes the seed corpora of the fuzz targets from what the instrument and the program
 // really produce: live frames from the simulated instrument in each display state, its
 // frequency answer, the logger's status block, download streams and console lines, the

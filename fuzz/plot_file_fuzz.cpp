@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Arbitrary file contents through the plot loader: the size probe and format check, every
 // quantity over the whole file, a zoom range and the statistics of what was loaded; then the
 // plot window's document on the same file, with the first two lines of the input typed into

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The recorder fed odd readings: whatever bytes arrive at each poll (cut from the input: a
 // length byte, then that many bytes; a zero length is a silent poll) go through the live
 // cycle into automatic recording, manual records and lost-communication lines, with a

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Arbitrary file contents through the spreadsheet export (both separators) and the statistics
 // (per hour, in all three output forms). The readers take files by path, so each input is
 // written to a scratch file first (under /dev/shm where there is one). Nothing may be dropped

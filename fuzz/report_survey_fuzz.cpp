@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Arbitrary file contents through the load survey: as one file, or cut in two files read as
 // one recording (which may overlap in time and be refused). Nothing may be dropped without a
 // word: every record, lost-communication line and malformed line the statistics count is

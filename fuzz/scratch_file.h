@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The file readers take paths, so fuzz inputs are written to a scratch file first: one per
 // process and kind, in memory under /dev/shm where there is one.

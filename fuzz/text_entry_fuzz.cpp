@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Arbitrary typed text into every entry box: the sampling time, the price and hours boxes,
 // the data file name, the six boxes of the PF improvement window (and the capacitance
 // reading behind them), the logger window's five settings boxes, and the number reading and

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+# SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 # What Windows and macOS users download, made by cpack in the build folder:
 #   Windows: an installer (NSIS) and a portable ZIP; the programs in bin/ with the Qt
 #            libraries beside them (windeployqt), the libraries vcpkg built for them

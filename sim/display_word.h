@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The instrument's display words: how one 3½-digit display is packed into 16 bits.
 //

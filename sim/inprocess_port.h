@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The simulated instrument behind the program's Port interface, in the same process:
 // every write reaches the instrument at once and its answer is waiting straight after.

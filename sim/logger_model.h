@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The instrument's data logger: 8 KB of memory whose first 96 bytes are the status block,
 // followed by the stored records, and the single-letter commands that reach it.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // A Port that is the system's serial port for every device but one: under the simulated
 // instrument's name it is that instrument, served in this process. Where the system has no

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The simulated instrument on a pseudo-terminal, so that the program reaches it through
 // its real serial port. A background thread answers whatever the program writes to the

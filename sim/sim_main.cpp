@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // poweranalyzer-sim: the simulated instrument on a pseudo-terminal, until SIGINT or SIGTERM.
 #include "app/file_size_signal.h"
 #include "pty_host.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The simulated instrument as the programs' --simulate offers it. Where the system has
 // pseudo-terminals it is served on one, so that the program reaches it through its real

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // poweranalyzer: the desktop program.
 //   --simulate    serve a simulated instrument (on a pseudo-terminal where the system has
 //                 them, in this process on Windows), list it in the COM menu and open it

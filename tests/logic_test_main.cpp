@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // main of the logic tests: the locale comes from the environment (LC_ALL, LANG), as it does in
 // the programs, where Qt takes it at start. Run under es_ES.UTF-8 or de_DE.UTF-8, every number
 // conversion that follows the C library's locale would show up as a failing test.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // GoogleTest main for the tests that need Qt: a QApplication on the offscreen platform
 // unless the caller chose another (test discovery runs this binary during the build).
 #include <QApplication>

@@ -1,4 +1,6 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
+# SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 """Measures what the test suite catches: applies single realistic faults to the code of a
 scratch copy of the tree, one at a time, builds, runs the tests and restores the file.
 

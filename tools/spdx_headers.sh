@@ -1,4 +1,6 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
+# SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 # Puts the licence and copyright tags at the top of every source file the repository tracks
 # that lacks them: C++ sources and headers, CMake files, shell and Python scripts, the
 # maintainer scripts and the systemd unit. Data files, documents, the menu entry, the

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The main window's alarm banner: while an alarm set is in use, the evaluator runs after
 // every poll of the live cycle and the banner, red, lists each alarm raised (its name, the

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Option > Alarms...: the alarm set as its file's text, edited in place. Load reads a file,
 // Save As writes one, Check reads the text as the evaluator would and puts the cursor on the

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // What an alarm's events lead to. The evaluator decides when an alarm is raised, cleared or
 // acknowledged; AlarmActions carries out the alarm's actions for each event through an

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The alarm evaluator: a pure state machine per alarm. It takes samples (a time in seconds on
 // any steady clock and the value of every quantity) and returns the events they cause.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Alarms as Home Assistant binary sensors: one retained discovery config per alarm with the
 // mqtt action, a retained state "ON"/"OFF" and retained attributes (the value that raised or

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Time as the protocol uses it: seconds since midnight for pacing, the calendar for the
 // readouts and the files, and the busy-wait pause between protocol steps.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #include "app/commport_file.h"
 
 #include "datafile/data_folder.h"
@@ -12,9 +14,9 @@ std::string commPortLine(int portNumber) {
 
 void writeCommPortFile(const std::string& folder, int portNumber) {
     // Written whole or not at all; a failure costs only the remembered port, so it is not told.
-    (void)datafile::writeWholeFile(
-        folder.empty() ? "commport.dat" : datafile::joinPath(folder, "commport.dat"),
-        commPortLine(portNumber));
+    (void)datafile::writeWholeFile(folder.empty() ? "commport.dat"
+                                                  : datafile::joinPath(folder, "commport.dat"),
+                                   commPortLine(portNumber));
 }
 
 } // namespace pa::app

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // commport.dat: the last chosen COM port, written on every successful selection and never
 // read back. The number is written as BASIC prints a number: a blank for the sign, the

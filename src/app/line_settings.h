@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Serial line settings strings such as "9600,n,8,1": baud, parity, data bits, stop bits.
 #include <optional>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The link to the instrument as the main window drives it: start-up, the PC speed check,
 // port and baud selection, and suspending/resuming the live exchange for other windows.

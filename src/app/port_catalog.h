@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Numbering of the COM menu. On Windows "COM n" is the port COMn. Elsewhere "COM n" is the
 // n-th serial port the system lists, USB adapters first; a simulated instrument is listed

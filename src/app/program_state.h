@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Program-wide state shared by the windows and the live cycle. One instance lives for the
 // whole run (owned by the start-up code); everything else borrows it.

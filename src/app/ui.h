@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // What the logic asks of a person or of the screen. The Qt implementation shows real
 // dialogs; the test implementation records every request and answers from a script.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The alarms of monitor and record: the set read from --alarms FILE, evaluated after every
 // poll of the live cycle. Each raised and cleared event is one line on standard error

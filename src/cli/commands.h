@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The subcommands of poweranalyzer-cli. Each takes the arguments after its name and returns
 // the exit status; bad input gives a one-line error on standard error and a non-zero status.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Dialog seam for the command-line program: messages go to standard error, questions are
 // answered with their defaults (nobody is there to type).

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The live cycle without a window, as the sampling subcommands run it: the port (a device
 // or the simulated instrument), the link, the cycle and its two timers.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // poweranalyzer-cli logger: the datalogger without a window.
 //
 //   poweranalyzer-cli logger status|download|read|write|set|mode|selftest ... (--port PATH |

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // poweranalyzer-cli: the program's logic without a window. Each subcommand lives in its own
 // file (cli/*_command.cpp); this file picks one by name.
 #include "app/file_size_signal.h"

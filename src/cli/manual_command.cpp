@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // poweranalyzer-cli manual: the six items of Help > User Manual, each with the manual it opens
 // from this program's folder, so that an installation can be checked from a script.
 //

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // poweranalyzer-cli monitor: the live cycle without a window, one line per sample.
 //
 //   poweranalyzer-cli monitor (--port PATH | --simulate) [--interval SECONDS] [--count N]

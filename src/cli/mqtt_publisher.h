@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Publishes the monitor's samples to an MQTT broker with libmosquitto, driven by a network
 // thread of its own, so that a broker that is down, slow or silent never holds up the live

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // poweranalyzer-cli pf: the PF improvement calculator without a window.
 //
 //   poweranalyzer-cli pf --w TEXT --pf TEXT --v TEXT --a TEXT --angle TEXT --va TEXT

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // poweranalyzer-cli plot: loads one quantity of a data file as the plot window does and writes
 // the same chart as PNG and/or PDF, the loaded points as CSV, or the statistics.
 //

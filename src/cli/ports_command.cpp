@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // poweranalyzer-cli ports: the serial ports the system lists, in the COM menu's order, each by
 // the name that stays the same when its USB adapter is plugged in again.
 #include "cli/commands.h"

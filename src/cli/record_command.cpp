@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // poweranalyzer-cli record: records live readings into a data file, as the main window's
 // File > Create Data File and Start Recording > Now(Auto) do, through the same live cycle and
 // recorder. The file's lines are byte for byte those the window writes.

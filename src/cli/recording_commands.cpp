@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // poweranalyzer-cli export and stats: recordings for spreadsheets and their statistics.
 //
 //   poweranalyzer-cli export FILE [--out OUT.csv] [--sep ,|;] [--year YYYY]

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // A recording as an Excel workbook: numbers stored as numbers and time stamps as date cells,
 // so a spreadsheet reads them right whatever the desktop's language (a CSV's "0.922" becomes

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The options of poweranalyzer-cli's subcommands, read from the arguments after the
 // subcommand's name by CLI11: --opt VALUE or --opt=VALUE, "--" ends the options. Each parse

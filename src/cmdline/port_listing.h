@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The lines of `poweranalyzer-cli ports`: one serial port a line, the name to give --port
 // first.

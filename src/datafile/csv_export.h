@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // A recording as a file that spreadsheets and scripts read at once (RFC 4180 CSV): one
 // header row with the units, ISO 8601 local time stamps with milliseconds and the UTC offset,

@@ -1,8 +1,10 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #include "datafile/data_file.h"
 
 #include "datafile/data_folder.h"
-#include "text/mask_format.h"
 #include "text/escaped_text.h"
+#include "text/mask_format.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The recording file: plain text, one line per record, fields of fixed width separated by
 // commas, each line ended by CR LF. A record line for 123.4 W, PF .98, 230.1 V, 0.547 A:

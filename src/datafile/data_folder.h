@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The data folder in which recordings and downloads are created: the user's profile folder
 // (USERPROFILE on Windows, HOME elsewhere) followed by Documents/KV2260, or by

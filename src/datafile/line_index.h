@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Random access to the lines of a large text file without reading it all into memory: the
 // file is scanned in steps (so a window can show the first lines at once and keep serving

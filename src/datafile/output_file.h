@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Every file the programs write whole (a CSV export, a chart's PNG or PDF, a report, the
 // trend's saves) goes through here, so that a write never leaves a half file and never

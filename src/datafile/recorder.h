@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Recording control: create a data file, record automatically (one record per new clock
 // text) or manually (one record per press of Record), end recording. The recorder holds the

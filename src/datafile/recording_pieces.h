@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Reading a long recording on all cores. The file (up to the length it had when opened) is
 // cut into pieces of a few megabytes at line ends; each piece is read on a thread of its own

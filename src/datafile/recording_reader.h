@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Reads recordings for spreadsheets and statistics: the data files that recording writes
 // (a header, fixed-width record lines, lost-communication lines) and the datalogger's

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Statistics of a recording of any length, gathered in one pass with flat memory: counts of
 // records and lost-communication lines (and how long the instrument was silent), first and

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Reads a small file that the user names for the program to take settings or secrets from
 // (a password file, a certificate): whole, and only if it is a regular file within a size

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Names Windows cannot give a file. A data file is made on one machine and read on another,
 // often a Windows PC, so a typed data-file name is held to Windows' rules on every system:

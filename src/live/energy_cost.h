@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Energy count and the cost estimate: the user's price per kWh, hours of use per day and
 // period (month of 30 days, day, year of 360 days), and the running kWh sum.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // What the monitor publishes to an MQTT broker, as plain text: one JSON state object per
 // sample on PREFIX/state, a retained online/offline on PREFIX/availability, and one retained

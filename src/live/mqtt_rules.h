@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // What an MQTT broker takes from the monitor, checked before connecting so that a bad
 // setting is refused with its reason instead of producing topics or configs no consumer can

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The datalogger window: the logger's setup (three drop-downs and five editable boxes), its
 // logging information, the status and Read/Save buttons and the memory console. Every

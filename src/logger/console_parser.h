@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The Logger window's one-line memory console: a command letter, then an address and a
 // value separated by a blank. Numbers are decimal, or hexadecimal after "&H".

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The self-test window: starts the instrument's memory self-test and shows its results.
 #include "logger/self_test.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The Read/Save button: the logger's whole memory in one "U" transfer, then its records into
 // a text file. The file is opened only after the stream has passed its leading and ending
 // byte tests, so a failed transfer never touches it.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // What the Logger window does and shows, without the window: the state query, the status
 // block read, the three drop-downs, the download, the settings boxes, the memory console

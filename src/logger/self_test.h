@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The diag window's logic: asking the instrument for its memory self-test and reading the
 // results it keeps in the logger's status block.

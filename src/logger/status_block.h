@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The logger's 96-byte status block (memory addresses 0 to 95) and what the Logger window
 // shows of it. Two-byte numbers are little-endian.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The PF improvement window: the load as the main window measures it (row "Current->"), one
 // target typed into the row "Improved->" and calculated on Enter, the equivalent circuit

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The two pictures of the PF improvement window, drawn to the widget's size:
 //   PhaseDiagram   the power triangle (W along, VAR up, VA the slope, the phase angle at the

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Before the PF improvement window opens it needs the line frequency: it runs Get Hz, then
 // shows the small wait box and, while the Hz readout is still empty, keeps the live cycle

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Power factor improvement for an inductive load: how much capacitance to connect in
 // parallel to reach one target (power factor, current, apparent power, reactive power, phase

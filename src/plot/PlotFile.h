@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The plot window: one quantity of a data file against the record number, drawn with Qt
 // Charts from a PlotDocument. Every chart call of the program lives in this file pair, so the

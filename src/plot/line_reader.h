@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Reads a text file line by line in large blocks, keeping of each line only its first bytes
 // (the plotter never looks past column 136) and its full length. Memory stays bounded by the

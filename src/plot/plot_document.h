@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // What the plot window shows and every command on it, without widgets: the remembered file,
 // the chosen quantity, the loaded points, titles, the Y scale, grid and X label choices, the

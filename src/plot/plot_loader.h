@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Loading one quantity of a data file for plotting: the record count estimated from the
 // file length and the first line, the format check, every record below 3600 records, the

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Runs an alarm's program: started without a shell, never waited for, so that a program that
 // hangs or is slow never holds up the live cycle. A program still running after

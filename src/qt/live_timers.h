@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The live cycle's two timers: Timer1, the sample clock, and Timer2, the poll. The link
 // switches both together (SetLiveSampling), and the cycle suspends and resumes through it.

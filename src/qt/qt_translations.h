@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Qt's own texts (the standard buttons OK, Cancel, Yes, No and Qt's dialogs) in the
 // program's language: Traditional Chinese from the system's Qt translations for language 2,

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The load survey as an A4 PDF, drawn with Qt's painter: a first page with the answers, then
 // the charts and the tables, in English or Chinese. Needs a QGuiApplication.

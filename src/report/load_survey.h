@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The load survey of a recording: energy and cost per day, 15-minute demand, the
 // load-duration curve, power factor bands, indicative voltage quality and the capacitor that

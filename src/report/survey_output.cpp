@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The load survey as plain text and as JSON.
 #include "report/load_survey.h"
 #include "report/survey_format.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // JSON output through nlohmann-json: keys in the order they are set, strings escaped by the
 // library, and a byte that is not UTF-8 (a Latin-1 file name) written as U+FFFD, so that every

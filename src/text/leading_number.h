@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Reading a number off the start of a text, the way the instrument's program reads display
 // texts and typed entries: blanks anywhere are skipped, then an optional sign, digits with at

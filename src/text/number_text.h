@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Conversions between numbers and text that never depend on the process locale. Qt sets the
 // C library's locale from the environment at start, and under es_ES or de_DE the C functions

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The trend window: the live readings over time, fed after every poll of the live cycle. It
 // only reads what the cycle decoded: it never touches the port and never pauses sampling.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Turns the live cycle's readouts into trend samples: one per new clock text, as the cycle
 // integrates energy and records. The values are the displayed texts read as numbers; a

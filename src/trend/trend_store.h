@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The live readings over time: a fixed-size ring of samples, each a time and one value per
 // quantity, with the questions the trend chart asks of it: the samples of a span, their

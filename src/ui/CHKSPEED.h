@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The small status window: a caption and one line of text. Used by the speed check, by
 // recording ("Recording !") and as the datalogger's progress display, where a bar under the

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // A one-line label that shows as much of its text as fits, ending in "…" when it is cut,
 // with the whole text in its tooltip. It never asks for the width of its whole text, so a

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // File > Export to CSV of the file viewer and the plot window: asks where to put the CSV
 // (beside the recording, same name, ".csv"), writes it with a progress dialog that can

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The main window: the live readouts, the cost estimate, the status line and the menu bar
 // from which every other window is reached. It turns user actions into calls on the link

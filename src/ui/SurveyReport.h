@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // File > Report... of the file viewer and the plot window: asks for the price, the nominal
 // voltage and the target power factor (the defaults shown), then where to put the PDF

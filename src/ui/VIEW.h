@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The file viewer: shows a data file as lines in a fixed-width font. Only the lines in view
 // are read from the file (through a line index built in steps while the window serves the

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Every translatable text of the program as a pair (English, Traditional Chinese). The
 // program-wide language number (1 English, 2 Chinese) picks the element.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Where a window opens: centred over the window that opened it, wholly on that window's
 // screen (made smaller when the screen cannot hold it).

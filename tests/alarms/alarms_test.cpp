@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Alarms as tables: alarm files in, sets or FILE:LINE errors out; readings in, events out;
 // events in, actions and log lines out.
 #include "alarms/alarm_actions.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Start-up, speed check, port and baud selection through the scripted seams.
 #include "app/meter_link.h"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Settings strings and the numbering of the COM menu.
 #include "app/line_settings.h"
 #include "app/port_catalog.h"

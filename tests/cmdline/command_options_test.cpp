@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #include "cmdline/command_options.h"
 #include "cmdline/port_listing.h"
 #include "text/number_text.h"

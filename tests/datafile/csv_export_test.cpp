@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Recordings for spreadsheets: each kind of line of a data file and of a download file read
 // by its commas, the CSV written from whole files (both separators), and the file export's
 // all-or-nothing rule.

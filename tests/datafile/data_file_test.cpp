@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The lines of the recording file, built from hand-written expectations, and the writer
 // against real files, a full disk (/dev/full) and a folder that cannot exist.
 #include "datafile/data_file.h"

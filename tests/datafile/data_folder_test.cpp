@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The data folder under a temporary profile: each of the three ways to find or make it,
 // and profiles under which it cannot be made.
 #include "datafile/data_folder.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Lines of a file read by index, across block boundaries, after scans in small steps.
 #include "datafile/line_index.h"
 

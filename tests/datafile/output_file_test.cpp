@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Whole-file outputs: what the target is decides how it is written, a failure or a discarded
 // write leaves the target as it was and no temporary file behind.
 #include "datafile/output_file.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Recording control against the live cycle: the state table, the Create Data File caption,
 // automatic and manual records, lost-communication lines, daily files and failures while
 // writing. The simulator's frames arrive through a scripted port; the clock is virtual.

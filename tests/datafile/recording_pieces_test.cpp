@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Long recordings read in pieces on several threads: the CSV, the statistics and the
 // malformed lines' numbers come out byte for byte as from one thread, on hostile files (the
 // fuzz targets' seeds, downloads between records, runs of bad lines, silent spells across

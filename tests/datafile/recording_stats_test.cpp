@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Statistics of recordings, against figures worked out by hand: extremes with their times,
 // mean and sample deviation, energy held from record to record, silent spells, groups per
 // hour, and the three output forms.

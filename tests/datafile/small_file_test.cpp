@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // A small file named by the user is read whole, or refused at once with the reason: too
 // large, a folder, a pipe or a device (which must not block nor fill the memory).
 #include "datafile/small_file.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // monitor --alarms end to end: the simulated instrument's load swings across a limit; the
 // alarm is raised and cleared on standard error, in the log and as a Home Assistant binary
 // sensor on a real mosquitto, while a program that fails and one that hangs never hold up

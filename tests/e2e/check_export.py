@@ -1,4 +1,6 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
+# SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 """Checks a CSV export against the recording it came from, reading each with its own tools.
 
   check_export.py csv RECORDING CSV     Python's csv module reads the export; the recording is

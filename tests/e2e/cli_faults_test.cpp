@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The command-line program against hostile conditions: a silent instrument, a port that
 // cannot be opened, pipes and devices as files, a file-size limit, an output nobody reads
 // or a full disk, typed text that is not a number and a recording holding terminal escapes.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The command-line program gives the same bytes whatever the locale of the environment: run
 // under C, and under Spanish and German (which write numbers with a decimal comma), every
 // command's output and every file it writes are identical; of the live commands' readings,

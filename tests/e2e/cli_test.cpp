@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The programs run as a user runs them: help and version everywhere (the desktop program's
 // without a display), errors that name their cause, the monitor's header and formats, and the
 // export read back by real clients: Python's csv module and LibreOffice.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // poweranalyzer-cli logger, pf, manual and report run as a user runs them: exit status and
 // output.
 #include "e2e/program_run.h"

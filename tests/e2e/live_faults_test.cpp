@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Line faults injected by the simulator while the main window records through the real
 // serial port: a silent instrument, silence in the middle of a frame, garbage, frames split
 // over two polls, a slow instrument and a cable pulled and plugged in again. Whatever the

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The datalogger through the real serial path: QSerialPort on the simulator's pseudo-
 // terminal, the protocol's real pauses, and the live link that lends the port: a full memory
 // downloaded, and replies gone wrong. Each fault shows its message and nothing else, leaves

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // A private MQTT broker for a test: Debian's mosquitto on 127.0.0.1 and a free port, with a
 // configuration file written here (anonymous, no persistence, loopback only, and the extra

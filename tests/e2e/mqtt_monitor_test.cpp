@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // monitor --mqtt against a real broker (mosquitto on loopback, started by the test): what a
 // Home Assistant client receives, a broker that comes late or goes away, a silent
 // instrument, brokers that refuse or never answer, and options that are refused. Whatever

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Runs one of the programs as a user runs it, to its end or a cap, and keeps what it said.
 #include <QProcess>

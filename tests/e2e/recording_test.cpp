@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Recording from the real main window (offscreen) against the simulator on a pseudo-
 // terminal: automatic and manual records, failures of the disk, the file viewer, and the
 // command-line recorder writing the same lines.

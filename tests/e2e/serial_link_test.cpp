@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The real serial path: QSerialPort on the simulator's pseudo-terminal.
 #include "app/meter_link.h"
 #include "live/frame_decoder.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The main window (offscreen) on the real serial port, against the simulator (a steady
 // 230 V, 0.55 A, PF 0.92 load) on a pseudo-terminal reached through a stable link name, in

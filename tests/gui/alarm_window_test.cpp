@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Alarms in the main window over the real serial path: Option > Alarms... refuses a set with
 // a mistake (the cursor on its line) and puts a correct one in use, named in the status line;
 // the banner lists the alarm raised with its value, beeps once, marks the trend, logs beside

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Everyday use of the windows offscreen, against the simulator: readings that pause only
 // with the user's consent and say so, a port line that follows the port, busy waits that keep
 // painting, a main window that uses its space, an adapter that comes back under another

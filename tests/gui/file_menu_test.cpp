@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // File > Export to CSV... and File > Report... of the plot window and the file viewer: where
 // they sit in the menu, what they ask, what they write (the CSV with the separator of the
 // system's number format, the report as a PDF beside the recording, opened) and what they say.

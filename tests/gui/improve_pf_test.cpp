@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The PF improvement window offscreen, on fixed readouts. (Opened from the main window: the
 // manual's screenshots and the pause tests.)
 #include "pfimprove/ImprovePF.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The pictures of the user manual: each window in the state the manual describes, grabbed
 // offscreen into the build's screenshots/manual folder. `./dev.sh shots` runs these tests and
 // copies the pictures into docs/manual/images.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The main window offscreen against the simulator on a pseudo-terminal.
 #include "logger/Logger.h"
 #include "pfimprove/ImprovePF.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The plot window offscreen on recorded files, and the command line's plot subcommand.
 #include "plot/PlotFile.h"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The status window that shows the computer-speed check and the progress of a download. (The
 // datalogger window itself: the manual's screenshots and the pause tests.)
 #include "app/meter_link.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The trend chart offscreen, fed tick by tick on the virtual clock by the live cycle from the
 // simulated instrument. (From the main window: the pause tests.)
 #include "trend/TrendChart.h"

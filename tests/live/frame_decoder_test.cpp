@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Display-block decoding against value words worked out by hand, bit by bit.
 #include "live/frame_decoder.h"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The live cycle driven tick by tick: the in-process simulator for whole frames, hand-made
 // byte strings for the odd ones, and the virtual clock.
 #include "live/live_cycle.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The messages the monitor publishes: the state object of a sample (with null, never 0, for
 // what the instrument does not give as a number), the time stamp, the topics and the Home
 // Assistant discovery configs.

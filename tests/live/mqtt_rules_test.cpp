@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // What the monitor may hand a broker: topic prefixes, client ids and user names by the MQTT
 // string rules, the password from its file, the CA file, and the discovery's expiry.
 #include "live/mqtt_rules.h"

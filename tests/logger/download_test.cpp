@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The download: time stamps, record conversion, and Read/Save against the simulated logger
 // and against hostile lines.
 #include "logger/record_converter.h"

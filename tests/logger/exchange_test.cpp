@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The command exchange: bytes on the line, pacing on the virtual clock, the status query.
 #include "logger/logger_exchange.h"
 #include "support/bytes.h"

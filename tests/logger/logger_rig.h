@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The Logger window's logic against the in-process simulated instrument, on virtual time,
 // with a temporary data folder.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The Logger window's actions against the simulated logger: what the user does, the
 // messages, the bytes read and written, and the live exchange handed back every time.
 #include "logger/console_parser.h"

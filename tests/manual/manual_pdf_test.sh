@@ -1,4 +1,6 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
+# SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 # The manuals the build made: PDF files of several A4 pages that hold every picture their
 # Markdown names; and the manual tool's one-line refusals of bad input.
 #   manual_pdf_test.sh BUILD_DIR SOURCE_DIR MANUAL_TOOL

@@ -1,4 +1,6 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
+# SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 # cpack -G DEB into a temporary folder, then the package as a distribution checks it: its
 # fields and files; lintian with no error or warning; the AppStream metadata, the menu entry
 # and the manual pages; an install into a clean root with dpkg (maintainer scripts included),

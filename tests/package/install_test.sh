@@ -1,4 +1,6 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
+# SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 # cmake --install into a temporary prefix, then the installed programs as a user runs them:
 # the manuals resolve in the prefix's share/doc/poweranalyzer, the terminal monitor reads the
 # simulated instrument, the menu entry and icon are there, and nothing else is installed.

@@ -1,4 +1,6 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
+# SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 # The recorder's systemd unit: systemd-analyze verify finds nothing to say about it (its
 # manual page included), systemd-analyze security rates its sandbox 2.0 or better, and its
 # command line, run by hand against a simulated instrument, records into a daily file.

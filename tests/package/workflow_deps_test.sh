@@ -1,4 +1,6 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
+# SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 # Every dependency that a CMakeLists.txt finds with REQUIRED (find_package, pkg_check_modules,
 # find_program) has an install step in the Windows and in the macOS workflow, or is listed
 # below as one the workflow does not need, with the reason. A new REQUIRED dependency fails

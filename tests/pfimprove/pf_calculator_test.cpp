@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The PF improvement calculation with hand-worked loads.
 //
 // Load A: 100 W at 230 V and 0.5 A (115 VA, 56.79 VAR, PF .870, 29.6 degrees, 50 Hz); one

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #include "plot/line_reader.h"
 #include "plot/plot_loader.h"
 #include "plot_test_files.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The load survey on recordings made here: a 15-minute peak at a known time, a day boundary,
 // a dip of known length and depth, a lost-communication spell, a datalogger download, and
 // daily files given out of order. Figures are worked out by hand.

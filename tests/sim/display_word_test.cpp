@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Display words against words worked out by hand, bit by bit, so that an encoder and a
 // decoder wrong in the same way cannot both pass.
 #include "display_word.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The simulator behind the program's Port interface, and the router that gives the programs
 // the system's serial port or, under one name, the simulator in this process (how --simulate
 // works where there are no pseudo-terminals).

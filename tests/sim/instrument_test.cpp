@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The instrument model through receive(): what each byte from the program brings back, to
 // the live display and to the logger (commands, memory and faults).
 #include "instrument.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The simulator on a pseudo-terminal, reached with plain POSIX calls as a serial port.
 #include "pty_host.h"
 #include "serial_line.h"

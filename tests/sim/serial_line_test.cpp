@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Bytes read at the wrong line speed, worked out bit time by bit time.
 #include "serial_line.h"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Writes data files the way the recorder lays them out, for plotting tests and benchmarks:
 // the header line, fixed-width record lines and lost-communication lines, CR LF line ends.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // A virtual clock: pauses advance it at once, so protocol waits cost no real time. Its date
 // is 2026-11-22 and moves on one day each time the clock passes midnight.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // The texts of the messages a scripted interface was shown, in order.
 #include "support/scripted_ui.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // A Port that records every call as one line ("write 4", "close", "settings 4800,n,8,1",
 // "open COM3", ...) and can be told which devices exist and what arrives.

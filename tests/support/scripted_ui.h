@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // A Ui that records every request and answers from a script, so tests never meet a real
 // dialog. Unscripted questions get OK / cancel.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Small helpers for tests that make files: a fresh temporary folder and whole-file reads.
 #include "datafile/data_folder.h"

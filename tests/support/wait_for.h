@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Waiting on a condition while Qt's events are served: what the window, program and broker
 // tests wait with. Needs only Qt Core, so the MQTT benchmark can use the broker helper too.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The trend's ring of samples, its span statistics, envelope and CSV, and the feed that
 // turns the live cycle's readouts into samples and gaps.
 #include "trend/trend_feed.h"

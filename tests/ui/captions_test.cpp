@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The captions: the texts users know, in English and Chinese, and the rules every caption
 // keeps in both languages.
 #include "ui/captions.h"

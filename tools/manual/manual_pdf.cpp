@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // poweranalyzer-manual: turns a Markdown manual into a printable PDF (A4 portrait, title and
 // page numbers in the margins, pictures fitted to the page). Run by the build for each
 // manual in docs/manual; not installed.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Loads a Markdown manual into a QTextDocument styled for print: a plain body font, spaced
 // headings, ruled tables, shaded code blocks and images no wider than the text column.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
 // Writes a QTextDocument as an A4 portrait PDF: margins, the title over a rule at the top of
 // every page and "page / pages" at the foot.
