@@ -15,9 +15,9 @@ TEST(LineSettings, ParsedOrRefused) {
     const struct {
         const char* text;
         int baud; // 0: refused
-        char parity;
-        int bits;
-        double stop;
+        char parity = 0;
+        int bits = 0;
+        double stop = 0;
     } cases[] = {{"9600,n,8,1", 9600, 'n', 8, 1},
                  {"19200,E,7,2", 19200, 'e', 7, 2},
                  {"4800,o,8,1.5", 4800, 'o', 8, 1.5},

@@ -206,7 +206,7 @@ TEST(TrendFeed, OneSamplePerClockTextAndGapsForSilenceOverloadAndHold) {
         const char *clock, *volts, *hz, *why;
         bool framed, noData, hold;
         Added added;
-        float w, v, hzValue; // NaN: a gap
+        float w = 0, v = 0, hzValue = 0; // NaN: a gap
     } polls[] = {
         {"", "  230", "", "no clock yet", true, false, false, Added::Nothing},
         {"12:00:00.0", "  230", "", "a sample", true, false, false, Added::Sample, 116.4f, 230,
