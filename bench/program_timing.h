@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <string>
 #include <sys/resource.h>
@@ -70,20 +71,48 @@ inline Run median(const std::vector<std::string>& argv, int runs, bool quiet = t
     return repeated(argv, runs, true, quiet);
 }
 
-// A data file of `records` records as the recorder writes them, one a second, W varying.
+// A data file of `records` records as the recorder writes them, one a second from 15 Nov 2026
+// 08:00 on: the power, voltage, current, VA and VAR change every second, the power factor
+// and phase angle every minute, the energy as it adds up, the estimate and cost every ten
+// minutes, the date at midnight.
 inline void writeDataFile(const std::string& path, long records) {
     std::printf("writing %ld records to %s ...\n", records, path.c_str());
     pa::testing::DataFileWriter w(path);
     w.line(pa::testing::headerLine());
+    constexpr int kMonthDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    int year = 2026, month = 11, day = 15;
+    double kwh = 0;
     std::string block;
+    auto text = [](const char* format, double v) {
+        char buffer[32];
+        std::snprintf(buffer, sizeof buffer, format, v);
+        return std::string(buffer);
+    };
     for (long i = 1; i < records; ++i) {
+        if ((8 * 3600 + i) % 86400 == 0 && ++day > kMonthDays[month - 1])
+            day = 1, month = month == 12 ? 1 : month + 1, year += month == 1;
+        const double watt = 800 + (i * 7919 % 4001) / 10.0;
+        const double volt = 228 + (i * 37 % 41) / 10.0;
+        const double pf = 0.85 + (i / 60 % 15) / 100.0;
+        const double amp = watt / (volt * pf), va = volt * amp;
+        kwh += watt / 3.6e6;
         pa::testing::RecordTexts r;
         r.number = i;
+        char date[32];
+        std::snprintf(date, sizeof date, "%02d-%02d-%04d", month, day, year);
+        r.date = date;
         r.clock = pa::testing::clockFor(i);
-        char watt[16];
-        std::snprintf(watt, sizeof watt, "%.1f", 800 + (i * 7919 % 4001) / 10.0);
-        r.watt = watt;
-        r.cost = "0.0";
+        r.watt = text("%.1f", watt);
+        r.pf = text("%.2f", pf);
+        r.volt = text("%.1f", volt);
+        r.amp = text("%.3f", amp);
+        r.angle = text("%.1f", std::acos(pf) * 180 / 3.141592653589793);
+        r.va = text("%.1f", va);
+        r.var = text("%.1f", std::sqrt(va * va - watt * watt));
+        r.kwh = text("%.3f", kwh);
+        r.perPeriod = text("%.2f", 600 + (i / 600 % 50) / 10.0);
+        r.hours = "8";
+        r.cost = text("$%.2f", 0.30 + (i / 600 % 20) / 100.0);
         block += pa::testing::recordLine(r) + "\r\n";
         if (block.size() > (1 << 20)) {
             w.raw(block);

@@ -6,6 +6,7 @@
 #include "datafile/output_file.h"
 #include "plot/line_reader.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <filesystem>
@@ -102,6 +103,130 @@ void appendRow(std::string& out, const Entry& e, char sep, UtcOffsets& offsets) 
     out += e.overload ? "overload\r\n" : "ok\r\n";
 }
 
+// What the rows of a piece are written into: one block, filled through a pointer, grown only
+// when a row might not fit. Rows of plain numbers are copied from the recording's own texts
+// (most rows); a row with a number in another notation is made by appendRow.
+struct RowBlock {
+    std::string bytes; // bytes[0, used) are rows
+    std::size_t used = 0;
+    UtcOffsets offsets;
+    std::int64_t day = INT64_MIN, hour = INT64_MIN;
+    char dayText[10] = {}, offsetText[6] = {};
+
+    char* room(std::size_t n) {
+        if (bytes.size() < used + n)
+            bytes.resize(std::max(2 * bytes.size(), used + n + kFlushBytes));
+        return bytes.data() + used;
+    }
+    void clear() {
+        used = 0;
+        if (bytes.size() > 4 * kFlushBytes)
+            std::string().swap(bytes); // a piece of long lines
+    }
+};
+
+// Room for any row of plain numbers: every text is a view into the line (at most
+// LineReader::kKeepBytes), each number may get a leading "0" and the period doubled quotes.
+constexpr std::size_t kRowRoom = 2 * plot::LineReader::kKeepBytes + 128;
+
+char* putDigits(char* p, unsigned n, int width) {
+    for (int i = width - 1; i >= 0; --i, n /= 10)
+        p[i] = static_cast<char>('0' + n % 10);
+    return p + width;
+}
+
+// The time stamp as appendTimestamp writes it, the date and the UTC offset kept per day and hour.
+char* putTimestamp(char* p, std::int64_t timeMs, RowBlock& b) {
+    constexpr std::int64_t kMsPerDay = 86'400'000;
+    const std::int64_t day = timeMs / kMsPerDay - (timeMs % kMsPerDay < 0);
+    const std::int64_t hour = timeMs / 3'600'000 - (timeMs % 3'600'000 < 0);
+    if (hour != b.hour) {
+        std::string text;
+        appendTimestamp(text, timeMs, b.offsets); // "yyyy-mm-ddThh:mm:ss.mmm+hh:mm"
+        std::memcpy(b.dayText, text.data(), 10);
+        std::memcpy(b.offsetText, text.data() + text.size() - 6, 6);
+        b.day = day;
+        b.hour = hour;
+    }
+    const auto ms = static_cast<unsigned>(timeMs - day * kMsPerDay);
+    std::memcpy(p, b.dayText, 10);
+    p[10] = 'T';
+    p = putDigits(p + 11, ms / 3'600'000, 2);
+    *p++ = ':';
+    p = putDigits(p, ms / 60'000 % 60, 2);
+    *p++ = ':';
+    p = putDigits(p, ms / 1000 % 60, 2);
+    *p++ = '.';
+    p = putDigits(p, ms % 1000, 3);
+    std::memcpy(p, b.offsetText, 6);
+    return p + 6;
+}
+
+// A plain number's text, as appendNumber writes it.
+char* putPlain(char* p, const FieldValue& v, char separator) {
+    if (!v.number)
+        return p;
+    const char* text = v.text.data();
+    std::size_t n = v.text.size();
+    if (*text == '-')
+        *p++ = '-', ++text, --n;
+    if (*text == '.')
+        *p++ = '0';
+    for (std::size_t i = 0; i < n; ++i)
+        p[i] = text[i] == '.' && separator == ';' ? ',' : text[i];
+    return p + n;
+}
+
+bool plainRow(const Entry& e, char separator) {
+    for (const FieldValue* v : {&e.record, &e.hoursPerDay, &e.cost})
+        if (v->number && !v->plain)
+            return false;
+    for (const FieldValue& v : e.values)
+        if (v.number && !v.plain)
+            return false;
+    return !looksLikeFormula(e.period) &&
+           e.period.find_first_of(std::string_view{"\"\r\n"}) == std::string_view::npos &&
+           e.period.find(separator) == std::string_view::npos;
+}
+
+void writeRow(RowBlock& b, const Entry& e, char sep) {
+    if (e.kind == EntryKind::Record && !plainRow(e, sep)) {
+        std::string row;
+        appendRow(row, e, sep, b.offsets);
+        std::memcpy(b.room(row.size()), row.data(), row.size());
+        b.used += row.size();
+        return;
+    }
+    char* const start = b.room(kRowRoom);
+    char* p = putTimestamp(start, e.timeMs, b);
+    *p++ = sep;
+    if (e.kind == EntryKind::LostCommunication) {
+        std::memset(p, sep, 13);
+        std::memcpy(p + 13, "no_com\r\n", 8);
+        b.used += static_cast<std::size_t>(p + 21 - start);
+        return;
+    }
+    p = putPlain(p, e.record, sep);
+    const bool noVA = !e.values[kQV].number || !e.values[kQA].number;
+    const bool noVAR = noVA || !e.values[kQW].number;
+    for (int q = 0; q < kQuantityCount; ++q) {
+        *p++ = sep;
+        if (!(q == kQVA && noVA) && !(q == kQVAR && noVAR))
+            p = putPlain(p, e.values[q], sep);
+    }
+    *p++ = sep;
+    std::memcpy(p, e.period.data(), e.period.size());
+    p += e.period.size();
+    *p++ = sep;
+    p = putPlain(p, e.hoursPerDay, sep);
+    *p++ = sep;
+    p = putPlain(p, e.cost, sep);
+    *p++ = sep;
+    const std::string_view status = e.overload ? "overload\r\n" : "ok\r\n";
+    std::memcpy(p, status.data(), status.size());
+    b.used += static_cast<std::size_t>(p + status.size() - start);
+}
+
 } // namespace
 
 std::string csvHeader(char separator) {
@@ -119,9 +244,8 @@ std::string exportCsv(const std::string& inPath, OutputFile& out, const ExportOp
     const std::int64_t length = plot::fileLength(inPath);
     // Each piece's rows are made on a thread of its own and written in the file's order.
     struct Piece {
-        std::string rows;
+        RowBlock rows;
         ExportSummary summary;
-        UtcOffsets offsets;
     };
     std::vector<Piece> pieces(pieceSlots(options.pieces));
     auto piece = [&](std::size_t i) -> Piece& { return pieces[i % pieces.size()]; };
@@ -144,10 +268,10 @@ std::string exportCsv(const std::string& inPath, OutputFile& out, const ExportOp
                        if (e.kind == EntryKind::Record) {
                            ++p.summary.records;
                            p.summary.overloads += e.overload;
-                           appendRow(p.rows, e, options.separator, p.offsets);
+                           writeRow(p.rows, e, options.separator);
                        } else if (e.kind == EntryKind::LostCommunication) {
                            ++p.summary.lostLines;
-                           appendRow(p.rows, e, options.separator, p.offsets);
+                           writeRow(p.rows, e, options.separator);
                        } else if (e.kind == EntryKind::Malformed) {
                            ++p.summary.malformed;
                        }
@@ -159,13 +283,11 @@ std::string exportCsv(const std::string& inPath, OutputFile& out, const ExportOp
                        summary.overloads += p.summary.overloads;
                        summary.lostLines += p.summary.lostLines;
                        summary.malformed += p.summary.malformed;
-                       if (!out.write(p.rows))
+                       if (!out.write(std::string_view(p.rows.bytes.data(), p.rows.used)))
                            stopped = out.error();
                        else if (callbacks.progress &&
                                 !callbacks.progress(position, static_cast<std::uint64_t>(length)))
                            stopped = "export cancelled";
-                       if (p.rows.capacity() > 2 * kFlushBytes)
-                           std::string().swap(p.rows); // a piece of long lines
                        return stopped.empty();
                    },
                    callbacks.problem});

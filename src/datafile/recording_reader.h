@@ -100,6 +100,23 @@ class RecordingReader {
     void readDataRecord(const std::string_view* fields, Entry& e);
     void readDownloadRecord(const std::string_view* fields, Entry& e);
     void readLost(const std::string_view* fields, Entry& e);
+    void readTail(std::string_view tail, Entry& e);
+
+    // A field read before, by its bytes: most fields of a recording hold the same text for
+    // many lines (the power factor, the energy, the cost), and the same bytes read the same.
+    // Views are kept as offsets into the field, so that they can point into a later line.
+    struct Remembered {
+        char bytes[32];
+        std::size_t size = 0; // 0: nothing yet
+        struct Value {
+            FieldValue value;
+            std::size_t textAt = 0;
+        };
+        Value values[3]; // a value field uses the first; the tail its three numbers
+        std::size_t periodAt = 0, periodSize = 0;
+        bool same(std::string_view field) const;
+        void keep(std::string_view field);
+    };
 
     int downloadYear_;
     unsigned wanted_;
@@ -112,6 +129,7 @@ class RecordingReader {
     char lastDateText_[16] = {};
     std::size_t lastDateSize_ = 0;
     std::int64_t lastDay_ = 0;
+    Remembered remembered_[kQuantityCount]; // the value fields, then the tail in the last one
 };
 
 // Reads the recording at `path` line by line (memory stays flat) and hands each line's entry

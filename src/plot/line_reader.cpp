@@ -6,6 +6,7 @@
 #include "text/leading_number.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
@@ -123,14 +124,30 @@ std::int64_t fileLength(const std::string& path) {
     return error ? -1 : static_cast<std::int64_t>(size);
 }
 
+namespace {
+
+// True when no byte of the n at p has its top bit set (plain ASCII), looked at eight at a time:
+// every line of a long file is checked up to its column.
+bool isAscii(const char* p, std::size_t n) {
+    std::uint64_t any = 0;
+    std::size_t i = 0;
+    for (; i + 8 <= n; i += 8) {
+        std::uint64_t word;
+        std::memcpy(&word, p + i, 8);
+        any |= word;
+    }
+    for (; i < n; ++i)
+        any |= static_cast<unsigned char>(p[i]);
+    return (any & 0x8080808080808080ULL) == 0;
+}
+
+} // namespace
+
 std::string_view columnSlice(std::string_view line, int startColumn, int width) {
     const std::size_t first = static_cast<std::size_t>(std::max(startColumn, 1) - 1);
     const std::size_t past = first + static_cast<std::size_t>(std::max(width, 0));
     const std::size_t scan = std::min(past, line.size());
-    bool ascii = true;
-    for (std::size_t i = 0; i < scan && ascii; ++i)
-        ascii = static_cast<unsigned char>(line[i]) < 0x80;
-    if (ascii) {
+    if (isAscii(line.data(), scan)) {
         if (first >= line.size())
             return {};
         return line.substr(first, past - first);
