@@ -172,8 +172,10 @@ char* putPlain(char* p, const FieldValue& v, char separator) {
         *p++ = '-', ++text, --n;
     if (*text == '.')
         *p++ = '0';
-    for (std::size_t i = 0; i < n; ++i)
-        p[i] = text[i] == '.' && separator == ';' ? ',' : text[i];
+    std::memcpy(p, text, n);
+    if (separator == ';')
+        if (auto* point = static_cast<char*>(std::memchr(p, '.', n)))
+            *point = ',';
     return p + n;
 }
 

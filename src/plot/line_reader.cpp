@@ -42,9 +42,9 @@ bool LineReader::open(const std::string& path) {
     // A small file gets a block of its size: zero-filling a megabyte for a page of text costs
     // more than reading it. A file that grows while it is read only takes more blocks.
     const std::int64_t length = fileLength(path);
-    block_.resize(length < 0 ? kBlockBytes
-                             : std::clamp<std::size_t>(static_cast<std::size_t>(length) + 1,
-                                                       kLeastBlockBytes, kBlockBytes));
+    reserveBlock(length < 0 ? kBlockBytes
+                            : std::clamp<std::size_t>(static_cast<std::size_t>(length) + 1,
+                                                      kLeastBlockBytes, kBlockBytes));
     pos_ = end_ = 0;
     consumed_ = 0;
     // A file still being written (a recording in progress) is read up to the length it had
@@ -53,11 +53,17 @@ bool LineReader::open(const std::string& path) {
     return true;
 }
 
+void LineReader::reserveBlock(std::size_t bytes) {
+    if (bytes != blockSize_)
+        block_ = std::make_unique_for_overwrite<char[]>(bytes);
+    blockSize_ = bytes;
+}
+
 bool LineReader::fill() {
     if (!in_ || unread_ == 0)
         return false;
-    in_.read(block_.data(),
-             static_cast<std::streamsize>(std::min<std::uint64_t>(block_.size(), unread_)));
+    in_.read(block_.get(),
+             static_cast<std::streamsize>(std::min<std::uint64_t>(blockSize_, unread_)));
     end_ = static_cast<std::size_t>(in_.gcount());
     unread_ -= end_;
     pos_ = 0;
@@ -67,7 +73,7 @@ bool LineReader::fill() {
 bool LineReader::next(std::string_view& head, std::uint64_t& length) {
     if (pos_ == end_ && !fill())
         return false;
-    const char* start = block_.data() + pos_;
+    const char* start = block_.get() + pos_;
     if (const void* nl = std::memchr(start, '\n', end_ - pos_)) {
         // The common case: the whole line lies in the block.
         std::size_t n = static_cast<const char*>(nl) - start;
@@ -87,10 +93,10 @@ bool LineReader::next(std::string_view& head, std::uint64_t& length) {
     consumed_ += n;
     pos_ = end_;
     while (fill()) {
-        const void* nl = std::memchr(block_.data(), '\n', end_);
-        const std::size_t m = nl ? static_cast<const char*>(nl) - block_.data() : end_;
+        const void* nl = std::memchr(block_.get(), '\n', end_);
+        const std::size_t m = nl ? static_cast<const char*>(nl) - block_.get() : end_;
         if (carry_.size() < kKeepBytes)
-            carry_.append(block_.data(), std::min(m, kKeepBytes - carry_.size()));
+            carry_.append(block_.get(), std::min(m, kKeepBytes - carry_.size()));
         if (m > 0)
             last = block_[m - 1];
         length += m;
@@ -112,7 +118,7 @@ bool LineReader::open(const std::string& path, std::uint64_t begin, std::uint64_
     if (!open(path) || !in_.seekg(static_cast<std::streamoff>(begin)))
         return false;
     unread_ = end > begin ? std::min(unread_, end) - std::min(unread_, begin) : 0;
-    block_.resize(std::clamp<std::size_t>(static_cast<std::size_t>(unread_) + 1, kLeastBlockBytes,
+    reserveBlock(std::clamp<std::size_t>(static_cast<std::size_t>(unread_) + 1, kLeastBlockBytes,
                                           kBlockBytes));
     consumed_ = begin;
     return true;

@@ -8,9 +8,9 @@
 // before the LF is dropped. A last line without a line end still counts.
 #include <cstdint>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace pa::plot {
 
@@ -36,9 +36,12 @@ class LineReader {
 
   private:
     bool fill();
+    void reserveBlock(std::size_t bytes);
 
     std::ifstream in_;
-    std::vector<char> block_;
+    // Not a vector: a fresh megabyte would be zero-filled for each piece of a file read.
+    std::unique_ptr<char[]> block_;
+    std::size_t blockSize_ = 0;
     std::size_t pos_ = 0, end_ = 0;
     std::string carry_;
     std::uint64_t consumed_ = 0;
