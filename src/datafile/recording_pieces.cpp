@@ -129,9 +129,12 @@ std::string readInPieces(const std::string& path, int downloadYear, unsigned wan
             return st.error;
         if (st.redo) {
             callbacks.start(i);
+            const std::uint64_t before = inOrder.lines();
             std::string error = readRecordingPart(
                 path, cuts[i], cuts[i + 1], inOrder, [&](const Entry& e, std::uint64_t) {
-                    callbacks.take(i, e);
+                    Entry local = e; // numbered from the piece's first line, as on a thread
+                    local.lineNumber -= before;
+                    callbacks.take(i, local);
                     if (e.kind == EntryKind::Malformed && callbacks.problem)
                         callbacks.problem(e);
                     return true;

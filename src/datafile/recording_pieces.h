@@ -29,7 +29,8 @@ struct PieceOptions {
 };
 
 // What reading a recording in pieces calls. `start(i)` makes a fresh partial result for piece
-// i; `take(i, entry)` hands it each line's entry (malformed ones too), both on any thread;
+// i; `take(i, entry)` hands it each line's entry (malformed ones too, numbered from the piece's
+// first line), both on any thread;
 // `merge(i, position)` folds piece i into the whole, on the calling thread in the file's order,
 // with the bytes read so far, and returns false to stop; `problem` gets each malformed line
 // with its line number, in order, on the calling thread.

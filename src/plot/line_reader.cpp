@@ -119,7 +119,7 @@ bool LineReader::open(const std::string& path, std::uint64_t begin, std::uint64_
         return false;
     unread_ = end > begin ? std::min(unread_, end) - std::min(unread_, begin) : 0;
     reserveBlock(std::clamp<std::size_t>(static_cast<std::size_t>(unread_) + 1, kLeastBlockBytes,
-                                          kBlockBytes));
+                                         kBlockBytes));
     consumed_ = begin;
     return true;
 }

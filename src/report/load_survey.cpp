@@ -3,11 +3,13 @@
 #include "report/load_survey.h"
 
 #include "datafile/data_folder.h"
+#include "datafile/recording_pieces.h"
 
 #include <algorithm>
 #include <bit>
 #include <cmath>
 #include <filesystem>
+#include <limits>
 #include <map>
 #include <memory>
 #include <numbers>
@@ -514,6 +516,53 @@ std::string firstTime(const std::string& path, int year, FileSpan& span) {
 
 } // namespace
 
+namespace {
+
+// What the survey takes of a line, kept while the lines before it are still being read: the
+// kind, the time and the numbers it uses (NaN where there is none), the problem of a bad one.
+struct SurveyLine {
+    static constexpr datafile::Quantity kKept[] = {
+        datafile::kQW,  datafile::kQPF,  datafile::kQV,     datafile::kQA,
+        datafile::kQVA, datafile::kQVAR, datafile::kQEstKWH};
+    datafile::EntryKind kind;
+    std::uint64_t lineNumber;
+    std::int64_t timeMs;
+    double values[std::size(kKept)];
+    double cost;
+    std::string problem;
+
+    explicit SurveyLine(const Entry& e)
+        : kind(e.kind), lineNumber(e.lineNumber), timeMs(e.timeMs),
+          cost(e.cost.number.value_or(kNone)),
+          problem(e.kind == datafile::EntryKind::Malformed ? e.problem : std::string()) {
+        for (std::size_t i = 0; i < std::size(kKept); ++i)
+            values[i] = e.values[kKept[i]].number.value_or(kNone);
+    }
+    // Back into an entry as the reader made it (for what the survey reads of it).
+    void into(Entry& e) const {
+        e.kind = kind;
+        e.lineNumber = lineNumber;
+        e.timeMs = timeMs;
+        for (std::size_t i = 0; i < std::size(kKept); ++i)
+            e.values[kKept[i]].number = number(values[i]);
+        e.cost.number = number(cost);
+        e.problem = problem;
+    }
+
+  private:
+    static constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+    static std::optional<double> number(double v) {
+        return std::isnan(v) ? std::nullopt : std::optional<double>(v);
+    }
+};
+
+// Pieces of 2 MB: the lines of those read ahead of the survey stay a few megabytes.
+constexpr datafile::PieceOptions kSurveyPieces{0, std::uint64_t{2} << 20};
+constexpr std::size_t kSurveyPieceLines = 65536;
+constexpr std::uint64_t kProgressLines = 65536;
+
+} // namespace
+
 std::string gatherSurvey(const std::vector<std::string>& files, const SurveyOptions& options,
                          Survey& survey, const SurveyCallbacks& callbacks) {
     std::vector<FileSpan> spans;
@@ -546,39 +595,55 @@ std::string gatherSurvey(const std::vector<std::string>& files, const SurveyOpti
                    ", before the other ends at " + datafile::isoTime(*lastMs) + ")";
         using namespace datafile;
         // A download's records always have their four values; a data file's VAR is there (a
-        // record whose VAR is an overload has no VA to take it from either).
-        RecordingReader reader(options.downloadYear,
-                               1u << kQW | 1u << kQPF | 1u << kQV | 1u << kQVAR);
-        std::uint64_t lines = 0;
-        const std::string error =
-            datafile::readRecording(span.path, reader, [&](const Entry& e, std::uint64_t position) {
-                if (e.kind == EntryKind::Malformed) {
-                    if (callbacks.problem)
-                        callbacks.problem(span.path, e);
-                } else if (e.kind == EntryKind::Record || e.kind == EntryKind::LostCommunication) {
-                    if (lastMs && e.timeMs < *lastMs) {
-                        // Everything is taken in time order: a step back is left out.
-                        Entry back;
-                        back.kind = EntryKind::Malformed;
-                        back.lineNumber = e.lineNumber;
-                        back.problem = "the time " + datafile::isoTime(e.timeMs) +
-                                       " goes back (before " + datafile::isoTime(*lastMs) + ")";
-                        if (callbacks.problem)
-                            callbacks.problem(span.path, back);
-                        builder.add(back);
-                        return true;
-                    }
-                    lastMs = e.timeMs;
-                }
-                builder.add(e);
-                if (callbacks.progress && ++lines % 65536 == 0 && totalBytes > 0 &&
-                    !callbacks.progress(static_cast<double>(doneBytes + position) /
-                                        static_cast<double>(totalBytes))) {
-                    cancelled = true;
-                    return false;
-                }
-                return true;
-            });
+        // record whose VAR is an overload has no VA to take it from either). The lines are read
+        // on all cores, piece by piece, and taken into the survey in the file's order.
+        std::vector<std::vector<SurveyLine>> pieces(pieceSlots(kSurveyPieces));
+        std::uint64_t lines = 0, nextProgress = kProgressLines;
+        Entry replayed;
+        auto take = [&](const SurveyLine& line) {
+            line.into(replayed);
+            replayed.lineNumber += lines;
+            if (replayed.kind == EntryKind::Malformed) {
+                if (callbacks.problem)
+                    callbacks.problem(span.path, replayed);
+            } else if (lastMs && replayed.timeMs < *lastMs) {
+                // Everything is taken in time order: a step back is left out.
+                Entry back;
+                back.kind = EntryKind::Malformed;
+                back.lineNumber = replayed.lineNumber;
+                back.problem = "the time " + datafile::isoTime(replayed.timeMs) +
+                               " goes back (before " + datafile::isoTime(*lastMs) + ")";
+                if (callbacks.problem)
+                    callbacks.problem(span.path, back);
+                builder.add(back);
+                return;
+            } else if (replayed.kind != EntryKind::Blank && replayed.kind != EntryKind::Header) {
+                lastMs = replayed.timeMs;
+            }
+            builder.add(replayed);
+        };
+        const std::string error = readInPieces(
+            span.path, options.downloadYear, 1u << kQW | 1u << kQPF | 1u << kQV | 1u << kQVAR,
+            kSurveyPieces,
+            {[&](std::size_t i) { pieces[i % pieces.size()].clear(); },
+             [&](std::size_t i, const Entry& e) { pieces[i % pieces.size()].emplace_back(e); },
+             [&](std::size_t i, std::uint64_t position) {
+                 std::vector<SurveyLine>& piece = pieces[i % pieces.size()];
+                 for (const SurveyLine& line : piece)
+                     take(line);
+                 lines += piece.size();
+                 if (piece.capacity() > kSurveyPieceLines)
+                     std::vector<SurveyLine>().swap(piece); // a piece of short lines
+                 piece.clear();
+                 if (callbacks.progress && lines >= nextProgress && totalBytes > 0) {
+                     nextProgress = lines + kProgressLines;
+                     if (!callbacks.progress(static_cast<double>(doneBytes + position) /
+                                             static_cast<double>(totalBytes)))
+                         cancelled = true;
+                 }
+                 return !cancelled;
+             },
+             {}});
         if (!error.empty())
             return error;
         if (cancelled)
