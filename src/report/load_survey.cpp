@@ -606,18 +606,20 @@ std::string gatherSurvey(const std::vector<std::string>& files, const SurveyOpti
             if (replayed.kind == EntryKind::Malformed) {
                 if (callbacks.problem)
                     callbacks.problem(span.path, replayed);
-            } else if (lastMs && replayed.timeMs < *lastMs) {
-                // Everything is taken in time order: a step back is left out.
-                Entry back;
-                back.kind = EntryKind::Malformed;
-                back.lineNumber = replayed.lineNumber;
-                back.problem = "the time " + datafile::isoTime(replayed.timeMs) +
-                               " goes back (before " + datafile::isoTime(*lastMs) + ")";
-                if (callbacks.problem)
-                    callbacks.problem(span.path, back);
-                builder.add(back);
-                return;
-            } else if (replayed.kind != EntryKind::Blank && replayed.kind != EntryKind::Header) {
+            } else if (replayed.kind == EntryKind::Record ||
+                       replayed.kind == EntryKind::LostCommunication) {
+                if (lastMs && replayed.timeMs < *lastMs) {
+                    // Everything is taken in time order: a step back is left out.
+                    Entry back;
+                    back.kind = EntryKind::Malformed;
+                    back.lineNumber = replayed.lineNumber;
+                    back.problem = "the time " + datafile::isoTime(replayed.timeMs) +
+                                   " goes back (before " + datafile::isoTime(*lastMs) + ")";
+                    if (callbacks.problem)
+                        callbacks.problem(span.path, back);
+                    builder.add(back);
+                    return;
+                }
                 lastMs = replayed.timeMs;
             }
             builder.add(replayed);
