@@ -515,13 +515,11 @@ void malformed(Entry& e) {
 
 void RecordingReader::readDataRecord(const std::string_view* f, Entry& e) {
     // A recording holds thousands of lines of each date: the last one is remembered.
-    const std::string_view date = trim(f[1]);
     std::optional<std::int64_t> day;
-    if (lastDateSize_ != 0 && date == std::string_view(lastDateText_, lastDateSize_))
+    if (lastDate_.same(f[1]))
         day = lastDay_;
-    else if (date.size() <= sizeof lastDateText_ && (day = parseDate(date, 0))) {
-        std::memcpy(lastDateText_, date.data(), date.size());
-        lastDateSize_ = date.size();
+    else if ((day = parseDate(f[1], 0))) {
+        lastDate_.keep(f[1]);
         lastDay_ = *day;
     }
     if (!readTime(e, f[1], f[2], 0, day))

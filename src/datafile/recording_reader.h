@@ -125,9 +125,8 @@ class RecordingReader {
     std::string_view fields_[12]; // the most fields a line is split into
     // A download's date never advances: a clock that goes back means the next day.
     std::int64_t downloadDayOffset_ = 0, lastDownloadTimeMs_ = INT64_MIN;
-    // The last date text of a data file's record read, and its day.
-    char lastDateText_[16] = {};
-    std::size_t lastDateSize_ = 0;
+    // The last date field of a data file's record read, and its day.
+    Remembered lastDate_;
     std::int64_t lastDay_ = 0;
     Remembered remembered_[kQuantityCount]; // the value fields, then the tail in the last one
 };
