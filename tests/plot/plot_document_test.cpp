@@ -74,7 +74,6 @@ TEST(PlotDocument, ChoosingAQuantityLoadsTheFile) {
         {rawFile("uneven.txt", uneven), Answer::Yes, {}, Icon::None, 21, 9},
         {rawFile("len69.txt", linesOf(69)), Answer::Yes, {}, Icon::None, 2, 4},
         {rawFile("len70.txt", linesOf(70)), Answer::Yes, {}, Icon::None, 2, 9},
-        {rawFile("len71.txt", linesOf(71)), Answer::Yes, {}, Icon::None, 2, 9},
         {rawFile("len69u.txt", linesOf(68, "\u00e9")), Answer::Yes, {}, Icon::None, 2, 4},
     };
     for (const auto& c : cases) {
