@@ -29,8 +29,7 @@ TEST(FrameDecoder, ValueWords) {
         int code;
         std::uint16_t word;
         const char* value;
-        int decimals;
-        int negative;
+        int decimals, negative;
     } cases[] = {
         {"all zero digits, positive", 3, 0x0001, "  000", 0, 0},
         // 1 | 2 | 8<<2 | 4<<6 | 12<<10 | 1<<14 = 1+2+32+256+12288+16384
@@ -55,9 +54,9 @@ TEST(FrameDecoder, ValueWords) {
     for (const auto& c : cases) {
         BlockReading r;
         DecodeBlock(block(c.code, c.word), r);
-        EXPECT_EQ(r.value, c.value) << c.what;
-        EXPECT_EQ(r.decimals, c.decimals) << c.what;
-        EXPECT_EQ(r.negative, c.negative) << c.what;
+        EXPECT_EQ(std::tuple(r.value, r.decimals, r.negative),
+                  std::tuple(c.value, c.decimals, c.negative))
+            << c.what;
     }
 }
 
@@ -86,9 +85,8 @@ TEST(FrameDecoder, BlocksInARowShareTheSignAndHold) {
     BlockReading r;
     for (const auto& s : steps) {
         DecodeBlock(block(s.code, s.word), r);
-        EXPECT_EQ(r.function + " " + r.range + " " + r.value, s.shown);
-        EXPECT_EQ(r.negative, s.negative) << s.shown;
-        EXPECT_EQ(r.hold, s.hold) << s.shown;
+        EXPECT_EQ(std::tuple(r.function + " " + r.range + " " + r.value, r.negative, r.hold),
+                  std::tuple(s.shown, s.negative, s.hold));
     }
 }
 
