@@ -45,10 +45,7 @@ TEST(AlarmFile, ReadsSectionsCommentsAndNumbersWithAPoint) {
 }
 
 TEST(AlarmFile, RefusesTheWholeFileNamingLineAndCause) {
-    const struct {
-        const char* text;
-        const char* error;
-    } cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {"quantity = W\n", "a.alarms:1: \"quantity\" comes before"},
         {"[a]\nquantity = W\nabove = 1,5\n", "a.alarms:3: above takes a number"},
         {"[a]\nquantity = W\nabove = inf\n", "a.alarms:3: above takes a number"},
@@ -69,9 +66,9 @@ TEST(AlarmFile, RefusesTheWholeFileNamingLineAndCause) {
         {"[a]\nquantity = W\nabove\n", "a.alarms:3: expected key = value"},
         {"[a]\nquantity = W\nabove = 1\x01\n", "a.alarms:3: the line holds a control"},
     };
-    for (const auto& c : cases) {
-        const ParseResult r = parseAlarms(c.text, "a.alarms");
-        EXPECT_TRUE(r.error.starts_with(c.error)) << c.text << " -> " << r.error;
+    for (const auto& [text, error] : cases) {
+        const ParseResult r = parseAlarms(text, "a.alarms");
+        EXPECT_TRUE(r.error.starts_with(error)) << text << " -> " << r.error;
         EXPECT_TRUE(r.set.alarms.empty());
     }
     EXPECT_NE(parseAlarms(std::string(kMaxFileBytes + 1, '#'), "a.alarms").error, "");

@@ -309,17 +309,14 @@ TEST_F(CycleTest, SamplesComeEverySamplingTimeAndHalfSecondsEveryTick) {
 }
 
 TEST_F(CycleTest, RealignmentKeepsTicksOnTheSecondAndNeverBelow100ms) {
-    const struct {
-        double secondsIntoDay;
-        int period, interval;
-    } cases[] = {{100.000, 1000, 1000}, {100.250, 1000, 750},  {100.899, 1000, 101},
-                 {100.901, 1000, 1099}, {100.999, 1000, 1001}, {100.250, 500, 250},
-                 {100.450, 500, 550}};
-    for (const auto& c : cases) {
-        state.tickPeriod = c.period;
-        clock.set(c.secondsIntoDay);
+    const std::tuple<double, int, int> cases[] = {
+        {100.000, 1000, 1000}, {100.250, 1000, 750}, {100.899, 1000, 101}, {100.901, 1000, 1099},
+        {100.999, 1000, 1001}, {100.250, 500, 250},  {100.450, 500, 550}};
+    for (const auto& [secondsIntoDay, period, expected] : cases) {
+        state.tickPeriod = period;
+        clock.set(secondsIntoDay);
         const int interval = cycle.Timer1Tick();
-        EXPECT_EQ(interval, c.interval) << c.secondsIntoDay << " " << c.period;
+        EXPECT_EQ(interval, expected) << secondsIntoDay << " " << period;
         EXPECT_GE(interval, kMinRealignMs);
     }
 }
@@ -327,16 +324,14 @@ TEST_F(CycleTest, RealignmentKeepsTicksOnTheSecondAndNeverBelow100ms) {
 TEST_F(CycleTest, PriceAndHoursEntries) {
     EnergyCost& e = cycle.energy();
     // The kept price goes back into the box as a single prints: at most 7 significant digits.
-    const struct {
-        const char* price;
-        const char* boxText;
-    } kept[] = {{"0.1", "0.1"}, {"1234567.8", "1234568"}, {"0.0000001", "1E-07"}, {"0", "0"}};
-    for (const auto& k : kept) {
-        ASSERT_FALSE(e.priceEntered(k.price));
+    const std::pair<const char*, const char*> kept[] = {
+        {"0.1", "0.1"}, {"1234567.8", "1234568"}, {"0.0000001", "1E-07"}, {"0", "0"}};
+    for (const auto& [price, boxText] : kept) {
+        ASSERT_FALSE(e.priceEntered(price));
         const auto refused = e.priceEntered("-3");
         ASSERT_TRUE(refused);
         EXPECT_EQ(refused->message, "-3is less than 0");
-        EXPECT_EQ(refused->boxText, k.boxText) << k.price;
+        EXPECT_EQ(refused->boxText, boxText) << price;
     }
     ASSERT_FALSE(e.priceEntered("2.5"));
     EXPECT_FLOAT_EQ(e.price(), 2.5f);

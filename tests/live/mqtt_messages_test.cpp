@@ -74,17 +74,14 @@ TEST(StateJson, EscapesTheTimeStampText) {
 
 TEST(IsoTimestamp, UtcWithMilliseconds) {
     using namespace std::chrono;
-    const struct {
-        system_clock::time_point time;
-        const char* text;
-    } cases[] = {
+    const std::pair<system_clock::time_point, const char*> cases[] = {
         {system_clock::time_point{}, "1970-01-01T00:00:00.000Z"},
         {sys_days{2026y / November / 23} + 17h + 52min + 16s + 400ms, "2026-11-23T17:52:16.400Z"},
         {sys_days{2028y / February / 29} + 23h + 59min + 59s + 999ms + 900us,
          "2028-02-29T23:59:59.999Z"},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(isoTimestamp(c.time), c.text);
+    for (const auto& [time, text] : cases)
+        EXPECT_EQ(isoTimestamp(time), text);
 }
 
 TEST(Discovery, OneRetainedSensorConfigPerQuantity) {

@@ -301,26 +301,24 @@ std::string block(std::initializer_list<std::pair<int, int>> set) {
 // give their list entries with entry 0 for unknown codes, memory write failures (41-42) show
 // as a count; a short block reads its missing bytes as 0.
 TEST(StatusBlock, DecodedFields) {
-    const struct {
-        std::string block;
-        const char* fields;
-    } cases[] = {{block({{20, 100}}), "0 0 0 0 OK"},
-                 {block({{20, 108}}), "2 0 0 0 OK"},
-                 {block({{20, 116}}), "2 0 0 0 OK"},
-                 {block({{20, 95}}), "? 0 0 0 OK"},
-                 {block({{20, 0}, {21, 0x20}}), "1012 0 0 0 OK"},
-                 {block({{48, 1}, {5, 1}, {59, 1}}), "? 3 1 1 OK"},
-                 {block({{48, 2}, {5, 2}, {59, 2}}), "? 2 2 2 OK"},
-                 {block({{48, 4}, {5, 3}, {59, 3}}), "? 1 0 0 OK"},
-                 {block({{48, 9}, {5, 255}}), "? 0 0 0 OK"},
-                 {block({{41, 3}, {42, 1}}), "? 0 0 0 259"},
-                 {block({{20, 100}}).substr(0, 10), "? 0 0 0 OK"}};
-    for (const auto& c : cases) {
-        const auto s = decodeStatusBlock(c.block);
+    const std::pair<std::string, const char*> cases[] = {
+        {block({{20, 100}}), "0 0 0 0 OK"},
+        {block({{20, 108}}), "2 0 0 0 OK"},
+        {block({{20, 116}}), "2 0 0 0 OK"},
+        {block({{20, 95}}), "? 0 0 0 OK"},
+        {block({{20, 0}, {21, 0x20}}), "1012 0 0 0 OK"},
+        {block({{48, 1}, {5, 1}, {59, 1}}), "? 3 1 1 OK"},
+        {block({{48, 2}, {5, 2}, {59, 2}}), "? 2 2 2 OK"},
+        {block({{48, 4}, {5, 3}, {59, 3}}), "? 1 0 0 OK"},
+        {block({{48, 9}, {5, 255}}), "? 0 0 0 OK"},
+        {block({{41, 3}, {42, 1}}), "? 0 0 0 259"},
+        {block({{20, 100}}).substr(0, 10), "? 0 0 0 OK"}};
+    for (const auto& [block, fields] : cases) {
+        const auto s = decodeStatusBlock(block);
         EXPECT_EQ(s.recordsText + " " + std::to_string(s.baudIndex) + " " +
                       std::to_string(s.modeIndex) + " " + std::to_string(s.outputIndex) + " " +
                       s.writeCounts,
-                  c.fields);
+                  fields);
     }
 }
 

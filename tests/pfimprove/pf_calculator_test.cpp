@@ -213,25 +213,20 @@ TEST(CircuitFields, FromThePresentReading) {
 
 // Each prefix from its threshold; below 1E-9, from 1E12 and negative: scientific form.
 TEST(CapacitanceText, MasksAndPrefixes) {
-    const struct {
-        double farads;
-        const char* text;
-    } cases[] = {{0, ".0F"},         {999, "999.0F"},    {1000, "1.0KF"},         {1e9, "1.0GF"},
-                 {999e9, "999.0GF"}, {1e12, "1.E12F"},   {0.001, "1.0mF"},        {1e-6, "1.0uF"},
-                 {1e-9, "1.0nF"},    {9e-10, "9.E-10F"}, {3.456e-11, "3.46E-11F"}};
-    for (const auto& c : cases)
-        EXPECT_EQ(capacitanceText(c.farads), c.text) << c.farads;
+    const std::pair<double, const char*> cases[] = {
+        {0, ".0F"},         {999, "999.0F"},    {1000, "1.0KF"},         {1e9, "1.0GF"},
+        {999e9, "999.0GF"}, {1e12, "1.E12F"},   {0.001, "1.0mF"},        {1e-6, "1.0uF"},
+        {1e-9, "1.0nF"},    {9e-10, "9.E-10F"}, {3.456e-11, "3.46E-11F"}};
+    for (const auto& [farads, text] : cases)
+        EXPECT_EQ(capacitanceText(farads), text) << farads;
 }
 
 TEST(ReadCapacitance, FirstUnitLetterWins) {
-    const struct {
-        const char* typed;
-        double farads;
-    } cases[] = {{"10u", 10e-6}, {"4.7 nF", 4.7e-9}, {"22p", 22e-12}, {"1.5m", 1.5e-3},
-                 {"3", 3},       {"2um", 2e-3},      {"2pn", 2e-9},   {"5M", 5},
-                 {"uF", 0},      {"1e-6", 1e-6}};
-    for (const auto& c : cases)
-        EXPECT_NEAR(readCapacitance(c.typed), c.farads, c.farads * 1e-12) << c.typed;
+    const std::pair<const char*, double> cases[] = {
+        {"10u", 10e-6}, {"4.7 nF", 4.7e-9}, {"22p", 22e-12}, {"1.5m", 1.5e-3}, {"3", 3},
+        {"2um", 2e-3},  {"2pn", 2e-9},      {"5M", 5},       {"uF", 0},        {"1e-6", 1e-6}};
+    for (const auto& [typed, farads] : cases)
+        EXPECT_NEAR(readCapacitance(typed), farads, farads * 1e-12) << typed;
 }
 
 TEST(RoundedConstants, AngleAndCapacitance) {

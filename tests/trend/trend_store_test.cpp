@@ -164,18 +164,16 @@ TEST(TrendCsv, WritesDateTimeAndPlainNumbersWithEmptyGapsAndTheirStatus) {
 }
 
 TEST(TrendFeed, ReadsDisplayTextsAndTurnsOverloadsIntoGaps) {
-    const struct {
-        const char* text;
-        float value; // NaN: a gap
-    } cases[] = {{" 116.4", 116.4f}, {"  .920", 0.92f}, {"-1.234", -1.234f}, {"OL", kGap},
-                 {"-OL", kGap},      {"Init", kGap},    {"", kGap},          {"?", kGap},
-                 {"50Hz", 50},       {"   0", 0},       {"1e300", kGap}};
-    for (const auto& c : cases) {
-        const float v = valueOfText(c.text);
-        if (std::isnan(c.value))
-            EXPECT_TRUE(std::isnan(v)) << c.text;
+    const std::pair<const char*, float> cases[] = {
+        {" 116.4", 116.4f}, {"  .920", 0.92f}, {"-1.234", -1.234f}, {"OL", kGap},
+        {"-OL", kGap},      {"Init", kGap},    {"", kGap},          {"?", kGap},
+        {"50Hz", 50},       {"   0", 0},       {"1e300", kGap}};
+    for (const auto& [text, value] : cases) {
+        const float v = valueOfText(text);
+        if (std::isnan(value))
+            EXPECT_TRUE(std::isnan(v)) << text;
         else
-            EXPECT_FLOAT_EQ(v, c.value) << c.text;
+            EXPECT_FLOAT_EQ(v, value) << text;
     }
 }
 
