@@ -90,7 +90,6 @@ TEST(CommandOptions, CommandLinesGiveTheirOptionsOrARefusal) {
         {"monitor", {"--simulate", "--format", "xml"}, "--format takes tsv or csv"},
         {"monitor", {"--simulate", "--mqtt", "host:0"}, "--mqtt takes HOST or HOST:PORT"},
         {"monitor", {"--simulate", "--mqtt", "host:65536"}, "--mqtt takes HOST or HOST:PORT"},
-        {"monitor", {"--simulate", "--mqtt", ""}, "--mqtt needs a value"},
         {"monitor", {"--simulate", "--mqtt", "h", "--topic", "a/+/b"}, "--topic: "},
         {"monitor",
          {"--simulate", "--mqtt", "h", "--discovery-prefix", "ha/#"},
@@ -100,7 +99,6 @@ TEST(CommandOptions, CommandLinesGiveTheirOptionsOrARefusal) {
          "--password-file needs --username"},
         {"monitor", {"--simulate", "--discovery-prefix", "ha"}, "the MQTT options need --mqtt"},
         {"monitor", {"--simulate", "--alarm-log", "a.csv"}, "--alarm-log needs --alarms FILE"},
-        {"monitor", {"--simulate", "--alarms"}, "--alarms needs a file"},
         {"monitor", {"--simulate", "--", "--count"}, "unknown option --count"},
         // record: typed values go into the data file's lines, so only a number's characters.
         {"record",
@@ -122,7 +120,6 @@ TEST(CommandOptions, CommandLinesGiveTheirOptionsOrARefusal) {
          {"--simulate", "--out", "a", "--period", "week"},
          "--period takes month, day or year"},
         {"record", {"--simulate", "--out", "a", "--rotate", "hourly"}, "--rotate takes daily"},
-        {"record", {"--simulate", "--out", "a", "stray"}, "unknown option stray"},
         // pf: the present readings as typed, and one target.
         {"pf", {"--hz", "50Hz", "--w=1", "--target", "c", "4.7u"}, "ok 5 4.7u 1,,,,,,,50Hz"},
         {"pf", {"--w", "100"}, "give a target: --target pf|a|va|var|angle|c VALUE"},
@@ -145,7 +142,6 @@ TEST(CommandOptions, CommandLinesGiveTheirOptionsOrARefusal) {
         // logger: its words, and where the instrument is.
         {"logger", {"write", "10", "255", "--port", "COM3"}, "ok write,10,255 COM3 "},
         {"logger", {"--simulate"}, "logger needs a subcommand"},
-        {"logger", {"status"}, "give either --port PATH or --simulate"},
         {"logger", {"download", "--simulate", "--out", "-"}, "--out - : a download is appended"},
         // export, stats and report: files (- is standard input), a download's year.
         {"export", {"--sep", ";", "run.txt", "--out=-"}, "ok run.txt - ; 2026"},

@@ -51,7 +51,6 @@ TEST(Targets, FillTheImprovedRow) {
         {kTargetVAR, "-10", {"0.995", "0.44", "100.5", "-10.0", "5.7", "4.0uF"}},
         {kTargetAngle, " 1 0", {"0.985", "0.44", "101.5", "17.63", "10.0", "2.4uF"}},
         {kTargetAngle, "0", {"1.0", "0.43", "100.0", "0.0", "0.0", "3.4uF"}},
-        {kTargetVAR, "abc", {"1.0", "0.43", "100.0", "0.0", "0.0", "3.4uF"}}, // read as 0
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.typed);
