@@ -2,6 +2,7 @@
 // SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Display-block decoding against value words worked out by hand, bit by bit.
 #include "live/frame_decoder.h"
+#include "support/live_line.h"
 
 #include <gtest/gtest.h>
 
@@ -16,10 +17,7 @@ using pa::live::DecodeBlock;
 
 namespace {
 
-std::string block(int code, std::uint16_t word) {
-    return {static_cast<char>(code), static_cast<char>(word & 0xFF), static_cast<char>(word >> 8),
-            0, 0};
-}
+const auto block = pa::testing::blockBytes;
 
 // Digits are stored bit-reversed: 0->0, 1->8, 2->4, 3->12, 4->2, 5->10, 6->6, 8->1.
 // Word = sign(bit 0) | half(bit 1) | n1<<2 | n2<<6 | n3<<10 | P<<14.

@@ -8,6 +8,7 @@
 #include "inprocess_port.h"
 #include "instrument.h"
 #include "support/fake_clock.h"
+#include "support/live_line.h"
 #include "support/message_texts.h"
 #include "support/recording_port.h"
 #include "support/scripted_ui.h"
@@ -21,15 +22,11 @@
 namespace {
 
 using namespace pa::live;
+using pa::testing::blockBytes;
 using pa::testing::FakeClock;
 using pa::testing::messageTexts;
 using pa::testing::RecordingPort;
 using pa::testing::ScriptedUi;
-
-std::string blockBytes(int code, std::uint16_t word) {
-    return {static_cast<char>(code), static_cast<char>(word & 0xFF), static_cast<char>(word >> 8),
-            0, 0};
-}
 
 // A frame from four (code, value as shown, decimal point position) blocks.
 struct Shown {
@@ -371,16 +368,7 @@ TEST_F(CycleTest, GetHzCountsItsWaitDownAndRefusesRepliesOfTheWrongLength) {
         ui.messages.clear();
         port.incoming = c.stale;
         // The reply arrives a second into the measuring pause.
-        struct ReplyClock : FakeClock {
-            RecordingPort* port;
-            std::string reply;
-            double paused = 0;
-            void pause(double s) override {
-                FakeClock::pause(s);
-                if (paused < 1 && (paused += s) >= 1)
-                    port->incoming += reply;
-            }
-        } replyClock;
+        pa::testing::ReplyClock replyClock;
         replyClock.port = &port;
         replyClock.reply = c.reply;
         LiveCycle live(port, replyClock, ui, state);

@@ -4,7 +4,7 @@
 #include "pfimprove/hz_wait.h"
 
 #include "display_word.h"
-#include "support/fake_clock.h"
+#include "support/live_line.h"
 #include "support/message_texts.h"
 #include "support/recording_port.h"
 #include "support/scripted_ui.h"
@@ -17,20 +17,9 @@ namespace {
 
 using pa::live::kHz;
 using pa::live::LiveCycle;
-using pa::testing::FakeClock;
 using pa::testing::RecordingPort;
+using pa::testing::ReplyClock;
 using pa::testing::ScriptedUi;
-
-// Get Hz's measuring pause brings `reply` on the line (nothing by default).
-struct ReplyClock : FakeClock {
-    RecordingPort* port = nullptr;
-    std::string reply;
-    void pause(double s) override {
-        FakeClock::pause(s);
-        if (s > 1)
-            port->incoming = reply;
-    }
-};
 
 // Logs the status window's life and the live sampling switches on top of the script.
 struct WatchingUi : ScriptedUi {
@@ -49,9 +38,9 @@ struct WatchingUi : ScriptedUi {
 
 // The frequency block of a Get Hz reply showing `kHz` on the display.
 std::string hzReply(double kHz) {
-    const std::uint16_t word = pa::sim::encodeReading(kHz, 3);
-    return std::string{'\x02', static_cast<char>(pa::sim::kFrequencyCode),
-                       static_cast<char>(word & 0xFF), static_cast<char>(word >> 8), '\x03'};
+    const auto block =
+        pa::testing::blockBytes(pa::sim::kFrequencyCode, pa::sim::encodeReading(kHz, 3));
+    return "\x02" + block.substr(0, 3) + "\x03";
 }
 
 // A line of no live frames at the given time of day, with the Get Hz reply `reply`.
@@ -98,7 +87,7 @@ TEST_P(HzWait, OutcomeFollowsWhatTheLineBrings) {
     // A live frame whose four displays show .050 kHz.
     std::string frame(1, '\x02');
     for (int i = 0; i < 4; ++i)
-        frame += hzReply(0.050).substr(1, 3) + std::string(2, '\0');
+        frame += pa::testing::blockBytes(pa::sim::kFrequencyCode, pa::sim::encodeReading(0.050, 3));
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         Rig rig(GetParam(), c.reply);
