@@ -91,11 +91,10 @@ TEST(LoggerExchange, CommandsPutTheirBytesOnTheLineWithTheirPacing) {
         int result = 99;
         const double took =
             rig.timed([&] { result = rig.ex.SendLoggerCommand(c.command, c.address, c.value); });
-        EXPECT_EQ(result, c.result);
-        EXPECT_EQ(rig.port.written, c.written);
+        // The receive buffer is drained first.
+        EXPECT_EQ(std::tuple(result, rig.port.written, rig.texts(), rig.port.incoming),
+                  std::tuple(c.result, c.written, c.messages, ""));
         EXPECT_NEAR(took, c.seconds, 1e-9);
-        EXPECT_EQ(rig.texts(), c.messages);
-        EXPECT_EQ(rig.port.incoming, "") << "the receive buffer is drained first";
     }
 }
 
@@ -122,13 +121,12 @@ TEST(LoggerExchange, StatusRepliesGiveTheStateAndTheirMessages) {
         rig.port.answer = [&](const std::string& b) { return b == "X" ? c.reply : ""; };
         int state = 99;
         const double took = rig.timed([&] { state = rig.ex.QueryLoggerState(); });
-        EXPECT_EQ(state, c.state) << c.reply.size();
-        EXPECT_EQ(rig.texts(), c.messages);
-        EXPECT_EQ(rig.port.written, "X");
-        EXPECT_NEAR(took, 0.7, 1e-9);
         // "Receive" is shown before the letter goes out and "Send" after it.
-        EXPECT_EQ(rig.ui.statusTexts,
-                  (std::vector<std::string>{"  Status Receive", "  Status Send"}));
+        EXPECT_EQ(std::tuple(state, rig.texts(), rig.port.written, rig.ui.statusTexts),
+                  std::tuple(c.state, c.messages, "X",
+                             std::vector<std::string>{"  Status Receive", "  Status Send"}))
+            << c.reply.size();
+        EXPECT_NEAR(took, 0.7, 1e-9);
     }
 }
 
