@@ -111,10 +111,9 @@ TEST_F(PlotDocumentTest, OpensLoadsAndSetsTheAxisTitle) {
         << "the dialog starts in the data folder";
     EXPECT_EQ(doc.records(), 20);
     doc.SelectData(2);
-    EXPECT_TRUE(ui.messages.empty());
-    EXPECT_EQ(doc.yTitle(), "Volt");
-    EXPECT_DOUBLE_EQ(doc.data().sets[0][0], 230.1);
-    EXPECT_TRUE(doc.statisticsEnabled());
+    EXPECT_EQ(std::tuple(ui.messages.size(), doc.yTitle(), doc.data().sets[0][0],
+                         doc.statisticsEnabled()),
+              std::tuple(std::size_t{0}, "Volt", 230.1, true));
     doc.StatOption();
     EXPECT_TRUE(doc.statisticsShown());
     doc.openfile();
@@ -123,9 +122,8 @@ TEST_F(PlotDocumentTest, OpensLoadsAndSetsTheAxisTitle) {
     // Beyond 3600 records the statistics cannot be shown.
     doc.setFileName(recordsFile("doc4000s.txt", 4000));
     doc.SelectData(0);
-    EXPECT_FALSE(doc.statisticsEnabled());
     doc.StatOption();
-    EXPECT_FALSE(doc.statisticsShown());
+    EXPECT_EQ(std::pair(doc.statisticsEnabled(), doc.statisticsShown()), std::pair(false, false));
 }
 
 TEST_F(PlotDocumentTest, ZoomChecksInOrder) {
@@ -162,10 +160,9 @@ TEST_F(PlotDocumentTest, ZoomChecksInOrder) {
             EXPECT_EQ(ui.messages[0].icon, Icon::Exclamation);
         }
     }
-    EXPECT_TRUE(doc.zoomed());
-    EXPECT_EQ(doc.data().setCount, 1);
-    EXPECT_EQ(doc.data().sets[0].size(), 3600u);
-    EXPECT_EQ(doc.data().labelInterval, 720);
+    EXPECT_EQ(std::tuple(doc.zoomed(), doc.data().setCount, doc.data().sets[0].size(),
+                         doc.data().labelInterval),
+              std::tuple(true, 1, std::size_t{3600}, 720));
 }
 
 TEST_F(PlotDocumentTest, ScaleBoundsByHandAndFromTheData) {

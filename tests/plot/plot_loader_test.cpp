@@ -51,9 +51,9 @@ TEST(PlotLoaderTest, EstimatesAndEnvelopeFigures) {
         const bool envelope = c.records >= kEnvelopeFrom;
         const long step = envelope ? envelopeStep(c.records) : 1;
         const long points = envelope ? envelopePoints(c.records, step) : c.records;
-        EXPECT_EQ(step, c.step) << c.records;
-        EXPECT_EQ(points, c.points) << c.records;
-        EXPECT_EQ(labelInterval(static_cast<double>(points)), c.interval) << c.records;
+        EXPECT_EQ(std::tuple(step, points, labelInterval(static_cast<double>(points))),
+                  std::tuple(c.step, c.points, c.interval))
+            << c.records;
     }
     EXPECT_EQ(estimateRecords(141 * 100, 139), 100); // 139 + CR LF
     EXPECT_EQ(estimateRecords(0, 0), 0);
@@ -95,8 +95,7 @@ TEST(PlotLoaderTest, RecordsAndEnvelopes) {
         std::vector<double> ends;
         for (int set = 0; set < data->setCount; ++set)
             ends.insert(ends.end(), {data->sets[set].front(), data->sets[set].back()});
-        EXPECT_EQ(ends, c.ends);
-        EXPECT_EQ(data->labelInterval, c.interval);
+        EXPECT_EQ(std::tuple(ends, data->labelInterval), std::tuple(c.ends, c.interval));
         ASSERT_EQ(data->labels.size(), c.labels);
         EXPECT_EQ(data->labels[c.label], pa::testing::clockFor(c.labelRecord) + ", ");
     }
@@ -163,9 +162,9 @@ TEST(PlotLoaderTest, TinyAndOddFiles) {
         const std::string path = pa::testing::rawFile(c.name, c.bytes);
         const auto probe = probeFile(path);
         ASSERT_TRUE(probe) << c.name;
-        EXPECT_EQ(probe->records, c.records) << c.name;
-        EXPECT_EQ(probe->fullLines, c.full) << c.name;
-        EXPECT_EQ(pa::testing::countLines(path), c.lines) << c.name;
+        EXPECT_EQ(std::tuple(probe->records, probe->fullLines, pa::testing::countLines(path)),
+                  std::tuple(c.records, c.full, c.lines))
+            << c.name;
     }
     EXPECT_FALSE(probeFile(tempFile("does-not-exist.txt")));
 }
