@@ -54,10 +54,9 @@ const std::string kNoEtx = "Inncorrect ending byte";
 // An action ends with its messages, the progress window gone, no download file, and the
 // live exchange resumed.
 void expectEnded(const LoggerRig& rig, const std::vector<std::string>& messages) {
-    EXPECT_EQ(rig.messages(), messages);
-    EXPECT_EQ(rig.live, (std::vector<int>{0, 1}));
-    EXPECT_FALSE(rig.ui.statusVisible);
-    EXPECT_FALSE(std::filesystem::exists(rig.path));
+    EXPECT_EQ(std::tuple(rig.messages(), rig.live, rig.ui.statusVisible,
+                         std::filesystem::exists(rig.path)),
+              std::tuple(messages, std::vector<int>{0, 1}, false, false));
 }
 
 // Console lines: texts count by their leading number (letters give 0).
@@ -263,9 +262,9 @@ TEST(Console, WriteShowsAddressAndValueAndFoldsTheAddress) {
               "300 171 AB");
     rig.session.consoleEnter("EEE");
     rig.session.consoleEnter("X");
-    EXPECT_EQ(rig.session.Label1[38], "STATUS");
-    EXPECT_EQ(rig.session.Label1[30], "IDLE");
-    EXPECT_EQ(rig.logger().serviceCommands(), std::vector<std::string>{"EEE"});
+    EXPECT_EQ(
+        std::tuple(rig.session.Label1[38], rig.session.Label1[30], rig.logger().serviceCommands()),
+        std::tuple("STATUS", "IDLE", std::vector<std::string>{"EEE"}));
 }
 
 TEST(DataDump, ReadsARangeAndFormatsIt) {
