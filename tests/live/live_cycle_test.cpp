@@ -156,6 +156,7 @@ TEST_F(CycleTest, FramesReachTheirPanels) {
         {"all FF (read as HOLD blocks)", std::string(40, '\xFF'), {}, 0, true},
         {"STX and bells", "\x02" + std::string(20, '\x07'), {}},
         {"a frame begun before we listened", good.substr(10) + good, {}},
+        {"all NUL", std::string(30, '\0'), {}},
         {"STX at the very end", "garbage garbage garbage\x02", {}},
         {"50 Hz", second({5, 0.05, 3}), {{kHz, "50Hz"}, {kW, " 100.0"}}},
         {"1500 Hz", second({5, 1.5, 2}), {{kHz, "1500Hz"}}},

@@ -24,6 +24,7 @@ TEST(MqttRules, TopicsAndIdentitiesAreValidMqttStrings) {
         {Topic, "site/+/meter", "holds a wildcard (+)"},
         {Topic, "site/#", "holds a wildcard (#)"},
         {Topic, "/site", "begins or ends with /"},
+        {Topic, "site/", "begins or ends with /"},
         {Topic, "$SYS/meter", "begins with $"},
         {Topic, std::string("a\0b", 3), "holds a NUL character at byte 2"},
         {Topic, "site\nmeter", "holds a control character (U+000A) at byte 5"},

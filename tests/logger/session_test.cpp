@@ -81,6 +81,7 @@ TEST(Console, EveryLineEndsWithItsMessageAndTheLiveCycleResumed) {
                  {"R", {"No address"}, 0, 0},
                  {"W 10", {"No write value"}, 0, 0},
                  {"W 10 300", {"value too large", "Command not send"}, 0, 0},
+                 {"W 10 99999999999", {"value too large", "Command not send"}, 0, 0},
                  {"", {"No command"}, 0, 0},
                  {"EEEE", {"Unknown command"}, 0, 0},
                  {"U", {"Please press the READ/SAVE button"}, 0, 0},
@@ -175,6 +176,7 @@ TEST(SettingsEncoding, EachBoxGivesItsWritesOrItsRefusal) {
                  {3, "26215", {}, kBadSampling},
                  {3, "0.2", {}, kBadSampling},
                  {3, "0.3", {{18, 1}, {19, 0}}, ""},
+                 {3, "3", {{18, 8}, {19, 0}}, ""}, // 7.5 to 8
                  {4, "102.4", {{60, 0}, {61, 1}}, ""},
                  {4, "-1", {}, "Bad output interval (range: 0.4 < t < 26214)."}};
     for (const auto& c : cases) {
