@@ -118,6 +118,10 @@ FAULTS = [
      "if (x > 1E12)", "pfimprove"),
     ("Get Hz retry text", "src/live/live_cycle.cpp", '"Please press the Get Hz button again"',
      '"Please press Get Hz again"', "live"),
+    ("slow link bound", "src/logger/logger_exchange.h", "kSlowLinkBelow = 3;",
+     "kSlowLinkBelow = 2;", "logger"),
+    ("NO COM warning tick", "src/live/live_cycle.h", "kWarnAfterTicks = 5;",
+     "kWarnAfterTicks = 6;", "live"),
 ]
 
 

@@ -8,6 +8,7 @@
 #include "inprocess_port.h"
 #include "instrument.h"
 #include "support/fake_clock.h"
+#include "support/live_line.h"
 #include "support/message_texts.h"
 #include "support/recording_port.h"
 #include "support/scripted_ui.h"
@@ -21,15 +22,11 @@
 namespace {
 
 using namespace pa::live;
+using pa::testing::blockBytes;
 using pa::testing::FakeClock;
 using pa::testing::messageTexts;
 using pa::testing::RecordingPort;
 using pa::testing::ScriptedUi;
-
-std::string blockBytes(int code, std::uint16_t word) {
-    return {static_cast<char>(code), static_cast<char>(word & 0xFF), static_cast<char>(word >> 8),
-            0, 0};
-}
 
 // A frame from four (code, value as shown, decimal point position) blocks.
 struct Shown {
@@ -165,12 +162,12 @@ TEST_F(CycleTest, FramesReachTheirPanels) {
         {"1500 Hz", second({5, 1.5, 2}), {{kHz, "1500Hz"}}},
     };
     for (const auto& step : steps) {
-        SCOPED_TRACE(step.what);
         sample(step.bytes);
         for (const auto& [p, text] : step.panels)
-            EXPECT_EQ(panel(p), text) << p;
-        EXPECT_EQ(cycle.noDataTicks(), step.noDataTicks);
-        EXPECT_EQ(cycle.readouts().holdVisible, step.hold);
+            EXPECT_EQ(panel(p), text) << step.what << ", panel " << p;
+        EXPECT_EQ(std::pair(cycle.noDataTicks(), cycle.readouts().holdVisible),
+                  std::pair(step.noDataTicks, step.hold))
+            << step.what;
     }
 }
 
@@ -249,18 +246,16 @@ TEST_F(CycleTest, CostFollowsPriceHoursAndPeriodOnEveryDecodedTick) {
 
 TEST_F(CycleTest, SamplingTimeEntry) {
     const struct {
-        const char* typed;
-        const char* label;
-        int period;
-        int wholeSeconds;
+        const char *typed, *label;
+        int period, wholeSeconds;
     } cases[] = {{"5", "5.0 SEC", 1000, 1},   {"0,4", "0.5 SEC", 500, 0},
                  {"0.9", "0.5 SEC", 500, 0},  {"20000", "13106.0 SEC", 1000, 1},
                  {"2.7", "2.0 SEC", 1000, 1}, {"abc", "0.5 SEC", 500, 0}};
     for (const auto& c : cases) {
         cycle.applySamplingTime(c.typed);
-        EXPECT_EQ(cycle.readouts().sampleTime, c.label) << c.typed;
-        EXPECT_EQ(state.tickPeriod, c.period) << c.typed;
-        EXPECT_EQ(state.wholeSecondMode, c.wholeSeconds) << c.typed;
+        EXPECT_EQ(std::tuple(cycle.readouts().sampleTime, state.tickPeriod, state.wholeSecondMode),
+                  std::tuple(c.label, c.period, c.wholeSeconds))
+            << c.typed;
     }
     cycle.applySamplingTime("");
     EXPECT_EQ(cycle.readouts().sampleTime, "0.5 SEC") << "cancel changes nothing";
@@ -281,12 +276,12 @@ TEST_F(CycleTest, SlowPcWarningForShortSamplingTimes) {
     state.slowPcFlag = 1;
     for (const char* typed : {"5", "1", "0.5"})
         cycle.applySamplingTime(typed);
-    ASSERT_EQ(ui.messages.size(), 2u);
-    EXPECT_EQ(ui.messages[0].title, "Warning");
-    EXPECT_EQ(ui.messages[0].icon, pa::app::Icon::Exclamation);
-    EXPECT_EQ(ui.messages[0].text,
-              "Because you are using a slow PC and selected a sampling time <= 1 sec., please "
-              "open only ONE of the LIST, GRAPHIC or ANALOG DISPLAYS");
+    const std::string warning =
+        "Because you are using a slow PC and selected a sampling time <= 1 "
+        "sec., please open only ONE of the LIST, GRAPHIC or ANALOG DISPLAYS";
+    EXPECT_EQ(messageTexts(ui), std::vector<std::string>(2, warning)) << "for 1 and 0.5, not 5";
+    EXPECT_EQ(std::pair(ui.messages[0].title, ui.messages[0].icon),
+              std::pair(std::string("Warning"), pa::app::Icon::Exclamation));
 }
 
 TEST_F(CycleTest, SamplesComeEverySamplingTimeAndHalfSecondsEveryTick) {
@@ -312,18 +307,14 @@ TEST_F(CycleTest, SamplesComeEverySamplingTimeAndHalfSecondsEveryTick) {
 }
 
 TEST_F(CycleTest, RealignmentKeepsTicksOnTheSecondAndNeverBelow100ms) {
-    const struct {
-        double secondsIntoDay;
-        int period;
-        int interval;
-    } cases[] = {{100.000, 1000, 1000}, {100.250, 1000, 750},  {100.899, 1000, 101},
-                 {100.901, 1000, 1099}, {100.999, 1000, 1001}, {100.250, 500, 250},
-                 {100.450, 500, 550}};
-    for (const auto& c : cases) {
-        state.tickPeriod = c.period;
-        clock.set(c.secondsIntoDay);
+    const std::tuple<double, int, int> cases[] = {
+        {100.000, 1000, 1000}, {100.250, 1000, 750}, {100.899, 1000, 101}, {100.901, 1000, 1099},
+        {100.999, 1000, 1001}, {100.250, 500, 250},  {100.450, 500, 550}};
+    for (const auto& [secondsIntoDay, period, expected] : cases) {
+        state.tickPeriod = period;
+        clock.set(secondsIntoDay);
         const int interval = cycle.Timer1Tick();
-        EXPECT_EQ(interval, c.interval) << c.secondsIntoDay << " " << c.period;
+        EXPECT_EQ(interval, expected) << secondsIntoDay << " " << period;
         EXPECT_GE(interval, kMinRealignMs);
     }
 }
@@ -331,16 +322,14 @@ TEST_F(CycleTest, RealignmentKeepsTicksOnTheSecondAndNeverBelow100ms) {
 TEST_F(CycleTest, PriceAndHoursEntries) {
     EnergyCost& e = cycle.energy();
     // The kept price goes back into the box as a single prints: at most 7 significant digits.
-    const struct {
-        const char* price;
-        const char* boxText;
-    } kept[] = {{"0.1", "0.1"}, {"1234567.8", "1234568"}, {"0.0000001", "1E-07"}, {"0", "0"}};
-    for (const auto& k : kept) {
-        ASSERT_FALSE(e.priceEntered(k.price));
+    const std::pair<const char*, const char*> kept[] = {
+        {"0.1", "0.1"}, {"1234567.8", "1234568"}, {"0.0000001", "1E-07"}, {"0", "0"}};
+    for (const auto& [price, boxText] : kept) {
+        ASSERT_FALSE(e.priceEntered(price));
         const auto refused = e.priceEntered("-3");
         ASSERT_TRUE(refused);
         EXPECT_EQ(refused->message, "-3is less than 0");
-        EXPECT_EQ(refused->boxText, k.boxText) << k.price;
+        EXPECT_EQ(refused->boxText, boxText) << price;
     }
     ASSERT_FALSE(e.priceEntered("2.5"));
     EXPECT_FLOAT_EQ(e.price(), 2.5f);
@@ -373,7 +362,6 @@ TEST_F(CycleTest, GetHzCountsItsWaitDownAndRefusesRepliesOfTheWrongLength) {
                  {second({PF, 1, 3}), fiveBytes, "50Hz", false, false}, // drained first
                  {"", fiveBytes.substr(0, 4), "", true, false},
                  {"", fiveBytes + "\x03", "", true, false},
-                 {"", "", "", true, false},
                  {"", "\x02" + blockBytes(5, 0x0015).substr(0, 3) + "\x03", "0Hz", false, false},
                  {"", held, "50Hz", false, true}};
     for (const auto& c : cases) {
@@ -381,16 +369,7 @@ TEST_F(CycleTest, GetHzCountsItsWaitDownAndRefusesRepliesOfTheWrongLength) {
         ui.messages.clear();
         port.incoming = c.stale;
         // The reply arrives a second into the measuring pause.
-        struct ReplyClock : FakeClock {
-            RecordingPort* port;
-            std::string reply;
-            double paused = 0;
-            void pause(double s) override {
-                FakeClock::pause(s);
-                if (paused < 1 && (paused += s) >= 1)
-                    port->incoming += reply;
-            }
-        } replyClock;
+        pa::testing::ReplyClock replyClock;
         replyClock.port = &port;
         replyClock.reply = c.reply;
         LiveCycle live(port, replyClock, ui, state);
@@ -403,8 +382,8 @@ TEST_F(CycleTest, GetHzCountsItsWaitDownAndRefusesRepliesOfTheWrongLength) {
         });
         const double before = replyClock.secondsSinceMidnight();
         live.GetHz();
-        EXPECT_EQ(live.readouts().Panel3D2[kHz], c.hz);
-        EXPECT_EQ(live.readouts().holdVisible, c.hold);
+        EXPECT_EQ(std::pair(live.readouts().Panel3D2[kHz], live.readouts().holdVisible),
+                  std::pair(std::string(c.hz), c.hold));
         EXPECT_EQ(messageTexts(ui),
                   c.refused ? std::vector<std::string>{"Please press the Get Hz button again"}
                             : std::vector<std::string>{});

@@ -38,10 +38,6 @@ TEST(StateJson, OneObjectPerSampleWithNullForWhatIsNotKnown) {
         std::array<const char*, 9> panels; // W PF V A angle VA VAR Hz KWH
         const char* json;
     } cases[] = {
-        {"all known",
-         {"116.4", ".920", "230", ".550", "23.1", "126.50", "49.53", "50Hz", "0.0001"},
-         R"({"time":"2026-11-23T17:52:16.400Z","W":116.4,"PF":0.92,"V":230,"A":0.55,)"
-         R"("angle":23.1,"VA":126.5,"VAR":49.53,"Hz":50,"kWh":0.0001})"},
         {"frequency not asked for yet",
          {"1E+3", ".920", "230", ".550", "23.1", "126.50", "49.53", "", "12345.5"},
          R"({"time":"2026-11-23T17:52:16.400Z","W":1000,"PF":0.92,"V":230,"A":0.55,)"
@@ -74,17 +70,14 @@ TEST(StateJson, EscapesTheTimeStampText) {
 
 TEST(IsoTimestamp, UtcWithMilliseconds) {
     using namespace std::chrono;
-    const struct {
-        system_clock::time_point time;
-        const char* text;
-    } cases[] = {
+    const std::pair<system_clock::time_point, const char*> cases[] = {
         {system_clock::time_point{}, "1970-01-01T00:00:00.000Z"},
         {sys_days{2026y / November / 23} + 17h + 52min + 16s + 400ms, "2026-11-23T17:52:16.400Z"},
         {sys_days{2028y / February / 29} + 23h + 59min + 59s + 999ms + 900us,
          "2028-02-29T23:59:59.999Z"},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(isoTimestamp(c.time), c.text);
+    for (const auto& [time, text] : cases)
+        EXPECT_EQ(isoTimestamp(time), text);
 }
 
 TEST(Discovery, OneRetainedSensorConfigPerQuantity) {
@@ -109,22 +102,19 @@ TEST(Discovery, OneRetainedSensorConfigPerQuantity) {
         const auto& c = configs[i];
         const std::string object = expected[i].object;
         EXPECT_EQ(c.topic, "homeassistant/sensor/site_meter-1/" + object + "/config");
-        EXPECT_NE(c.payload.find(expected[i].fields), std::string::npos) << c.payload;
-        EXPECT_NE(c.payload.find(R"("unique_id":"site_meter-1_)" + object + '"'), std::string::npos)
-            << c.payload;
-        EXPECT_NE(c.payload.find(R"("state_topic":"site/meter-1/state")"), std::string::npos);
-        EXPECT_NE(c.payload.find(R"("value_template":"{{ value_json.)"), std::string::npos);
-        EXPECT_NE(c.payload.find(R"("expire_after":45)"), std::string::npos) << c.payload;
-        EXPECT_NE(c.payload.find(R"("default_entity_id":"sensor.site_meter_1_)" + object + '"'),
-                  std::string::npos);
         EXPECT_EQ(c.payload.find("object_id"), std::string::npos) << "deprecated";
-        EXPECT_NE(c.payload.find(R"("device":{"identifiers":["site_meter-1"],)"
-                                 R"("name":"Power Analyzer site/meter-1",)"
-                                 R"("manufacturer":"Power Analyzer project",)"
-                                 R"("model":"single-phase power analyzer","sw_version":"1.2.3"},)"
-                                 R"("origin":{"name":"poweranalyzer-cli","sw_version":"1.2.3"}})"),
-                  std::string::npos)
-            << c.payload;
+        for (const std::string& part :
+             {std::string(expected[i].fields), R"("unique_id":"site_meter-1_)" + object + '"',
+              std::string(R"("state_topic":"site/meter-1/state")"),
+              std::string(R"("value_template":"{{ value_json.)"),
+              std::string(R"("expire_after":45)"),
+              R"("default_entity_id":"sensor.site_meter_1_)" + object + '"',
+              std::string(R"("device":{"identifiers":["site_meter-1"],)"
+                          R"("name":"Power Analyzer site/meter-1",)"
+                          R"("manufacturer":"Power Analyzer project",)"
+                          R"("model":"single-phase power analyzer","sw_version":"1.2.3"},)"
+                          R"("origin":{"name":"poweranalyzer-cli","sw_version":"1.2.3"}})")})
+            EXPECT_NE(c.payload.find(part), std::string::npos) << part << " in " << c.payload;
     }
     EXPECT_EQ(configs[1].payload.find("unit_of_measurement"), std::string::npos)
         << "a power factor is a plain number";

@@ -4,30 +4,22 @@
 #include "pfimprove/hz_wait.h"
 
 #include "display_word.h"
-#include "support/fake_clock.h"
+#include "support/live_line.h"
+#include "support/message_texts.h"
 #include "support/recording_port.h"
 #include "support/scripted_ui.h"
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 namespace {
 
 using pa::live::kHz;
 using pa::live::LiveCycle;
-using pa::testing::FakeClock;
 using pa::testing::RecordingPort;
+using pa::testing::ReplyClock;
 using pa::testing::ScriptedUi;
-
-// Get Hz's measuring pause brings `reply` on the line (nothing by default).
-struct ReplyClock : FakeClock {
-    RecordingPort* port = nullptr;
-    std::string reply;
-    void pause(double s) override {
-        FakeClock::pause(s);
-        if (s > 1)
-            port->incoming = reply;
-    }
-};
 
 // Logs the status window's life and the live sampling switches on top of the script.
 struct WatchingUi : ScriptedUi {
@@ -46,87 +38,85 @@ struct WatchingUi : ScriptedUi {
 
 // The frequency block of a Get Hz reply showing `kHz` on the display.
 std::string hzReply(double kHz) {
-    const std::uint16_t word = pa::sim::encodeReading(kHz, 3);
-    return std::string{'\x02', static_cast<char>(pa::sim::kFrequencyCode),
-                       static_cast<char>(word & 0xFF), static_cast<char>(word >> 8), '\x03'};
+    const auto block =
+        pa::testing::blockBytes(pa::sim::kFrequencyCode, pa::sim::encodeReading(kHz, 3));
+    return "\x02" + block.substr(0, 3) + "\x03";
 }
 
-// A line of no live frames, at noon and two seconds before midnight (the wait crosses it).
-class HzWait : public ::testing::TestWithParam<double> {
-  protected:
-    void SetUp() override {
+// A line of no live frames at the given time of day, with the Get Hz reply `reply`.
+struct Rig {
+    Rig(double secondsIntoDay, std::string reply) {
         port.devices = {"COM1"};
         port.setPortName("COM1");
         port.open();
         clock.port = &port;
-        clock.set(GetParam());
+        clock.reply = std::move(reply);
+        clock.set(secondsIntoDay);
         cycle.setLiveSampling([&](int on) { ui.log.push_back("sampling " + std::to_string(on)); });
-    }
-    double waitedSince(double start) {
-        const double waited = clock.secondsSinceMidnight() - start;
-        return waited < 0 ? waited + 86400 : waited;
     }
     RecordingPort port;
     ReplyClock clock;
     WatchingUi ui;
     pa::app::ProgramState state;
     LiveCycle cycle{port, clock, ui, state};
-    int samples = 0;
 };
 
-// A frequency comes with Get Hz: the wait box comes up and goes, with no waiting.
-TEST_P(HzWait, GetsHzThenShowsTheWaitBox) {
-    clock.reply = hzReply(0.050);
-    const double start = clock.secondsSinceMidnight();
-    EXPECT_TRUE(pa::pfimprove::PrepareHz(cycle, clock, ui, [&] { ++samples; }));
-    EXPECT_EQ(cycle.readouts().Panel3D2[kHz], "50Hz");
-    EXPECT_TRUE(ui.messages.empty());
-    EXPECT_EQ(samples, 0);
-    EXPECT_NEAR(waitedSince(start), 5.5, 1e-9);
-    // Get Hz runs first (live sampling off, then on again), then the wait box comes up.
-    EXPECT_EQ(ui.log, (std::vector<std::string>{"sampling 0", "sampling 1", "caption Getting Hz",
-                                                "text    Wait...", "show", "hide"}));
-}
+// What the line brings decides: a Get Hz reply opens at once, a live frame during the wait
+// opens early, silence waits five seconds more and refuses, a 0 Hz reply refuses at once.
+// Get Hz always runs first, with live sampling off then on again around it. At noon and two
+// seconds before midnight (the wait crosses it).
+class HzWait : public ::testing::TestWithParam<double> {};
 
-TEST_P(HzWait, NoReplyWaitsFiveSecondsThenRefusesAtZeroHz) {
-    const double start = clock.secondsSinceMidnight();
-    EXPECT_FALSE(pa::pfimprove::PrepareHz(cycle, clock, ui, [&] { ++samples; }));
-    EXPECT_NEAR(waitedSince(start), 5.5 + 5.0, 0.06);
-    EXPECT_GT(samples, 50) << "the sampling cycle runs during the wait";
-    ASSERT_EQ(ui.messages.size(), 2u);
-    EXPECT_EQ(ui.messages[0].text, "Please press the Get Hz button again");
-    EXPECT_EQ(ui.messages[1].text, "0 Hz, Can not improve PF of a DC system");
-    EXPECT_EQ(ui.messages[1].icon, pa::app::Icon::Exclamation);
-    EXPECT_FALSE(ui.statusVisible);
-}
-
-TEST_P(HzWait, OpensWhenALiveFrequencyArrivesDuringTheWait) {
-    // The third sampling cycle finds a frame whose four displays show .050 kHz.
-    const std::uint16_t word = pa::sim::encodeReading(0.050, 3);
+TEST_P(HzWait, OutcomeFollowsWhatTheLineBrings) {
+    const std::string noHz = "0 Hz, Can not improve PF of a DC system";
+    const std::string again = "Please press the Get Hz button again";
+    const struct {
+        const char* what;
+        std::string reply;
+        bool liveFrame, opens;
+        const char* hz;
+        int samples;        // -1: more than 50, the sampling cycle running during the wait
+        double least, most; // seconds waited
+        std::vector<std::string> messages;
+    } cases[] = {
+        {"Get Hz reply", hzReply(0.050), false, true, "50Hz", 0, 5.5, 5.5, {}},
+        {"live frame", "", true, true, "50Hz", 3, 5.5, 6.0, {again}},
+        {"silence", "", false, false, "", -1, 10.44, 10.56, {again, noHz}},
+        {"0 Hz reply", hzReply(0), false, false, "0Hz", 0, 5.5, 5.5, {noHz}},
+    };
+    // A live frame whose four displays show .050 kHz.
     std::string frame(1, '\x02');
     for (int i = 0; i < 4; ++i)
-        frame += {static_cast<char>(pa::sim::kFrequencyCode), static_cast<char>(word & 0xFF),
-                  static_cast<char>(word >> 8), 0, 0};
-    const double start = clock.secondsSinceMidnight();
-    EXPECT_TRUE(pa::pfimprove::PrepareHz(cycle, clock, ui, [&] {
-        if (++samples == 3)
-            port.incoming = frame;
-        cycle.Timer2Tick();
-    }));
-    EXPECT_EQ(cycle.readouts().Panel3D2[kHz], "50Hz");
-    EXPECT_EQ(samples, 3);
-    EXPECT_LT(waitedSince(start), 6.0);
-    ASSERT_EQ(ui.messages.size(), 1u) << "only Get Hz's own message";
-}
-
-// A frequency block reading 0 is refused without waiting.
-TEST_P(HzWait, ZeroHzReplyIsRefusedWithoutWaiting) {
-    clock.reply = hzReply(0);
-    EXPECT_FALSE(pa::pfimprove::PrepareHz(cycle, clock, ui, [&] { ++samples; }));
-    EXPECT_EQ(cycle.readouts().Panel3D2[kHz], "0Hz");
-    EXPECT_EQ(samples, 0);
-    ASSERT_EQ(ui.messages.size(), 1u);
-    EXPECT_EQ(ui.messages[0].text, "0 Hz, Can not improve PF of a DC system");
+        frame += pa::testing::blockBytes(pa::sim::kFrequencyCode, pa::sim::encodeReading(0.050, 3));
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        Rig rig(GetParam(), c.reply);
+        int samples = 0;
+        const double start = rig.clock.secondsSinceMidnight();
+        EXPECT_EQ(pa::pfimprove::PrepareHz(rig.cycle, rig.clock, rig.ui,
+                                           [&] {
+                                               if (++samples == 3 && c.liveFrame)
+                                                   rig.port.incoming = frame;
+                                               if (c.liveFrame)
+                                                   rig.cycle.Timer2Tick();
+                                           }),
+                  c.opens);
+        EXPECT_EQ(rig.cycle.readouts().Panel3D2[kHz], c.hz);
+        EXPECT_EQ(pa::testing::messageTexts(rig.ui), c.messages);
+        EXPECT_TRUE(c.samples < 0 ? samples > 50 : samples == c.samples) << samples;
+        const double waited = std::fmod(rig.clock.secondsSinceMidnight() - start + 86400, 86400);
+        EXPECT_GE(waited, c.least - 1e-9);
+        EXPECT_LE(waited, c.most + 1e-9);
+        EXPECT_FALSE(rig.ui.statusVisible);
+        if (!c.opens) {
+            EXPECT_EQ(rig.ui.messages.back().icon, pa::app::Icon::Exclamation);
+        }
+        if (c.opens && !c.liveFrame) {
+            EXPECT_EQ(rig.ui.log,
+                      (std::vector<std::string>{"sampling 0", "sampling 1", "caption Getting Hz",
+                                                "text    Wait...", "show", "hide"}));
+        }
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Clock, HzWait, ::testing::Values(12 * 3600.0, 86398.0));
