@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
 
 namespace {
 
@@ -56,19 +57,14 @@ TEST_F(MeterLinkTest, StartupAsksForAPortUnlessOneWasNamed) {
         timerSwitches = 0;
         link.Startup([&] { ++captionsApplied; }, ask);
         ASSERT_EQ(ui.messages.size(), ask ? 1u : 0u);
-        if (ask) {
-            EXPECT_EQ(ui.messages[0].text, "Select COM port from the OPTION menu");
-            EXPECT_EQ(ui.messages[0].icon, pa::app::Icon::None);
-            EXPECT_EQ(ui.messages[0].buttons, pa::app::Buttons::Ok);
-        }
-        EXPECT_EQ(captionsApplied, 1);
-        EXPECT_EQ(state.language, 1);
-        EXPECT_EQ(state.baudCode, 0);
-        EXPECT_EQ(state.tickPeriod, 1000);
-        EXPECT_FALSE(timersOn);
-        EXPECT_EQ(timerSwitches, 1) << "start-up switches the timers off once";
-        EXPECT_TRUE(port.written.empty());
-        EXPECT_FALSE(ui.statusVisible) << "the status window is hidden after the speed check";
+        if (ask)
+            EXPECT_EQ(std::tie(ui.messages[0].text, ui.messages[0].icon, ui.messages[0].buttons),
+                      std::make_tuple("Select COM port from the OPTION menu", pa::app::Icon::None,
+                                      pa::app::Buttons::Ok));
+        // The timers are switched off once and the status window is hidden after the check.
+        EXPECT_EQ(std::make_tuple(captionsApplied, state.language, state.baudCode, state.tickPeriod,
+                                  timersOn, timerSwitches, port.written, ui.statusVisible),
+                  std::make_tuple(1, 1, 0, 1000, false, 1, "", false));
     }
 }
 
@@ -92,22 +88,24 @@ TEST_F(MeterLinkTest, SpeedCheckThresholdIsInclusive) {
 // A port chosen by number, or by a name the COM menu lists, opens, starts sampling and is
 // written to commport.dat (replacing the file); an unlisted name opens but is not recorded.
 TEST_F(MeterLinkTest, SelectingAPortOpensItWritesCommPortAndStartsSampling) {
-    EXPECT_TRUE(link.SelectPort(3));
-    EXPECT_TRUE(ui.messages.empty());
-    EXPECT_EQ(port.portName(), "/dev/ttyS0");
-    EXPECT_EQ(link.portCaption(), "COM 3");
-    EXPECT_TRUE(timersOn);
-    EXPECT_EQ(port.written, " ");
-    EXPECT_EQ(commport(), " 3 \r\n");
-    port.close();
-    EXPECT_TRUE(link.SelectPortByName("/dev/ttyUSB0"));
-    EXPECT_EQ(link.portCaption(), "COM 1");
-    EXPECT_EQ(commport(), " 1 \r\n");
-    port.close();
+    const struct {
+        std::function<bool()> select;
+        const char *device, *caption, *commport;
+    } cases[] = {
+        {[&] { return link.SelectPort(3); }, "/dev/ttyS0", "COM 3", " 3 \r\n"},
+        {[&] { return link.SelectPortByName("/dev/ttyUSB0"); }, "/dev/ttyUSB0", "COM 1", " 1 \r\n"},
+        {[&] { return link.SelectPortByName("/dev/pts/7"); }, "/dev/pts/7", "/dev/pts/7",
+         " 1 \r\n"}};
     port.devices.insert("/dev/pts/7");
-    EXPECT_TRUE(link.SelectPortByName("/dev/pts/7"));
-    EXPECT_EQ(link.portCaption(), "/dev/pts/7");
-    EXPECT_EQ(commport(), " 1 \r\n");
+    for (const auto& c : cases) {
+        port.close();
+        port.written.clear();
+        EXPECT_TRUE(c.select()) << c.device;
+        EXPECT_EQ(std::make_tuple(port.portName(), link.portCaption(), commport(), port.written,
+                                  timersOn),
+                  std::make_tuple(c.device, c.caption, c.commport, " ", true));
+    }
+    EXPECT_TRUE(ui.messages.empty());
     EXPECT_EQ(pa::app::commPortLine(16), " 16 \r\n");
 }
 
@@ -121,17 +119,15 @@ TEST_F(MeterLinkTest, UnavailablePortsAreReportedAndNothingStarts) {
         EXPECT_EQ(ui.messages[0].text, "COM " + std::to_string(n) + " not available");
         EXPECT_FALSE(link.lastFailure().empty()) << "the reason is kept for the status line";
     }
-    EXPECT_FALSE(timersOn);
-    EXPECT_TRUE(port.written.empty());
-    EXPECT_FALSE(fs::exists(folder / "commport.dat"));
+    EXPECT_EQ(std::make_tuple(timersOn, port.written, fs::exists(folder / "commport.dat")),
+              std::make_tuple(false, "", false));
 
     ASSERT_TRUE(link.SelectPort(1));
     EXPECT_FALSE(link.SelectPort(3));
     EXPECT_EQ(ui.messages.back().text, "COM 3 not available");
-    EXPECT_EQ(port.portName(), "/dev/ttyUSB0");
-    EXPECT_EQ(link.portCaption(), "COM 1");
-    EXPECT_EQ(std::count(port.calls.begin(), port.calls.end(), "close"), 0);
-    EXPECT_EQ(commport(), " 1 \r\n");
+    EXPECT_EQ(std::make_tuple(port.portName(), link.portCaption(), commport(),
+                              std::count(port.calls.begin(), port.calls.end(), "close")),
+              std::make_tuple("/dev/ttyUSB0", "COM 1", " 1 \r\n", 0));
     port.close();
     EXPECT_FALSE(link.SelectPortByName("/dev/nothing"));
     EXPECT_EQ(ui.messages.back().text, "/dev/nothing not available");
@@ -139,20 +135,19 @@ TEST_F(MeterLinkTest, UnavailablePortsAreReportedAndNothingStarts) {
     EXPECT_EQ(link.lastFailure(), "") << "a success forgets the last reason";
 }
 
+// Live sampling runs for 1 only; it asks for a frame as it starts.
 TEST_F(MeterLinkTest, LiveSamplingOnlyForOne) {
     ASSERT_TRUE(link.SelectPort(1));
-    port.written.clear();
-    for (int off : {0, 2, -1}) {
-        link.SetLiveSampling(off);
-        EXPECT_FALSE(timersOn) << off;
-        EXPECT_FALSE(link.sampling()) << off;
+    for (int on : {0, 2, -1, 1}) {
+        port.written.clear();
+        link.SetLiveSampling(on);
+        EXPECT_EQ(std::make_tuple(timersOn, link.sampling(), port.written),
+                  std::make_tuple(on == 1, on == 1, on == 1 ? " " : ""))
+            << on;
     }
-    EXPECT_TRUE(port.written.empty());
-    link.SetLiveSampling(1);
-    EXPECT_TRUE(timersOn);
-    EXPECT_EQ(port.written, " ");
 }
 
+// A baud choice tells the instrument first, then reopens the port at the new settings.
 TEST_F(MeterLinkTest, BaudChangeTellsTheInstrumentFirstThenReopens) {
     const struct {
         int index;
