@@ -15,19 +15,17 @@
 #include <QLocale>
 #include <QMenu>
 #include <QMenuBar>
-#include <gtest/gtest.h>
 
 namespace {
 
-using pa::testing::menuItem;
-using pa::testing::ScriptedUi;
+using namespace pa::testing;
 
 // n records, then a lost-communication line when asked, then a line that is no record.
-std::string recording(const pa::testing::TempFolder& dir, long n, bool lost) {
+std::string recording(const TempFolder& dir, long n, bool lost) {
     std::vector<std::string> after{"a line of nothing"};
     if (lost)
-        after.insert(after.begin(), pa::testing::lostCommunicationLine("11-15-2026", "08:00:05.0"));
-    return pa::testing::writeRecording(dir.path() / "load.txt", n, {}, after);
+        after.insert(after.begin(), lostCommunicationLine("11-15-2026", "08:00:05.0"));
+    return writeRecording(dir.path() / "load.txt", n, {}, after);
 }
 
 QStringList fileMenuTexts(QMainWindow& window) {
@@ -39,7 +37,7 @@ QStringList fileMenuTexts(QMainWindow& window) {
 
 // Runs act on the report options dialog once it is open.
 void whenOptionsOpen(const std::function<void(QDialog*)>& act) {
-    pa::testing::whenModal([act](QWidget* w) { act(qobject_cast<QDialog*>(w)); });
+    whenModal([act](QWidget* w) { act(qobject_cast<QDialog*>(w)); });
 }
 
 void press(QDialog* d, QDialogButtonBox::StandardButton b) {
@@ -50,7 +48,7 @@ void press(QDialog* d, QDialogButtonBox::StandardButton b) {
 // file they say so, with one the CSV is proposed beside it, written, and the line left out
 // named; a cancelled dialog writes and says nothing.
 TEST(ExportMenu, PlotWindowExportsItsFile) {
-    pa::testing::TempFolder dir;
+    TempFolder dir;
     ScriptedUi ui;
     pa::plot::PlotFile window(ui);
     EXPECT_EQ(fileMenuTexts(window),
@@ -67,7 +65,7 @@ TEST(ExportMenu, PlotWindowExportsItsFile) {
     ui.files = {out, std::nullopt}; // the second export is cancelled
     exportItem->trigger();
     EXPECT_EQ(ui.saveStartPaths, std::vector<std::string>{(dir.path() / "load.csv").string()});
-    EXPECT_EQ(pa::testing::readLines(out).size(), 7u);
+    EXPECT_EQ(readLines(out).size(), 7u);
     ASSERT_EQ(ui.messages.size(), 3u);
     EXPECT_EQ(ui.messages[2].icon, pa::app::Icon::Exclamation) << "a line was left out";
     EXPECT_NE(ui.messages[2].text.find("line 8: not a record"), std::string::npos)
@@ -78,7 +76,7 @@ TEST(ExportMenu, PlotWindowExportsItsFile) {
 
 // Where the decimal mark is a comma, the spreadsheet there wants semicolons.
 TEST(ExportMenu, ViewerExportsWithTheSystemsDecimalMark) {
-    pa::testing::TempFolder dir;
+    TempFolder dir;
     ScriptedUi ui;
     pa::ui::VIEW viewer(ui, 1);
     ASSERT_TRUE(viewer.openPath(recording(dir, 5, true)));
@@ -90,7 +88,7 @@ TEST(ExportMenu, ViewerExportsWithTheSystemsDecimalMark) {
     ui.files.push_back(out);
     menuItem(&viewer, "&Export to CSV...")->trigger();
     QLocale::setDefault(before);
-    const auto lines = pa::testing::readLines(out);
+    const auto lines = readLines(out);
     ASSERT_EQ(lines.size(), 7u);
     EXPECT_EQ(lines[1].substr(0, 44), "2026-11-15T08:00:00.000+00:00;0;123,4;0,98;2");
     EXPECT_NE(ui.messages.back().text.find("(semicolons, decimal commas)"), std::string::npos);
@@ -118,7 +116,7 @@ TEST(ReportMenu, OptionsDialogShowsDefaultsAndRefusesBadValues) {
 // The report is written beside the recording (in Chinese here) and opened, the line left out
 // named; cancelling the options asks nothing more.
 TEST(ReportMenu, ViewerWritesAndOpensThePdf) {
-    pa::testing::TempFolder dir;
+    TempFolder dir;
     ScriptedUi ui;
     pa::ui::VIEW viewer(ui, 2);
     ASSERT_TRUE(viewer.openPath(recording(dir, 1200, false)));
@@ -130,7 +128,7 @@ TEST(ReportMenu, ViewerWritesAndOpensThePdf) {
     report->trigger();
     EXPECT_EQ(ui.saveStartPaths,
               std::vector<std::string>{(dir.path() / "load-report.pdf").string()});
-    EXPECT_EQ(pa::testing::readFile(pdf).substr(0, 5), "%PDF-");
+    EXPECT_EQ(readFile(pdf).substr(0, 5), "%PDF-");
     EXPECT_EQ(ui.documents, std::vector<std::string>{pdf});
     ASSERT_EQ(ui.messages.size(), 1u);
     EXPECT_NE(ui.messages[0].text.find("1202: "), std::string::npos) << ui.messages[0].text;

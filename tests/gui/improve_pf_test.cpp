@@ -7,11 +7,8 @@
 #include "gui_support.h"
 #include "pfimprove/PfPictures.h"
 
-#include <QApplication>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QPrinter>
-#include <gtest/gtest.h>
 
 namespace {
 

@@ -9,24 +9,18 @@
 #include "pfimprove/ImprovePF.h"
 #include "plot/PlotFile.h"
 
-#include <QApplication>
 #include <QComboBox>
-#include <QDir>
 #include <QImage>
 #include <QLineEdit>
 #include <QMenu>
 #include <QPushButton>
 #include <QSet>
 #include <cmath>
-#include <filesystem>
-#include <gtest/gtest.h>
 
 namespace {
 
 namespace fs = std::filesystem;
-using pa::testing::menuItem;
-using pa::testing::shown;
-using pa::testing::waitFor;
+using namespace pa::testing;
 
 // Saves a grab of the window as docs/manual/images expects it, after checking that it is a
 // picture of a window and not an empty or blank one.
@@ -60,8 +54,8 @@ TEST(ManualScreenshots, MainWindowImprovePfAndViewer) {
     load.amps = 2.6;
     load.powerFactor = 0.78;
     load.noise = 0;
-    pa::testing::ScriptedUi ui;
-    pa::testing::PtyRig rig(ui, load);
+    ScriptedUi ui;
+    PtyRig rig(ui, load);
     pa::ui::MeterRec& window = rig.window;
     // A USB adapter is named beside its COM number by its stable by-id name.
     window.setPorts({{"ttyUSB0", rig.sim.devicePath(), true, "by-id:A5", "usb-FTDI_A5-port0"}},
@@ -114,12 +108,11 @@ std::string refrigeratorFile() {
                               : 96 + 14 * std::exp(-inCycle / 90.0) +
                                     180 * std::exp(-inCycle / 3.0) + 1.5 * std::sin(i * 0.7);
     };
-    return pa::testing::writeRecording(fs::path(::testing::TempDir()) / "refrigerator.txt", 1800,
-                                       watt);
+    return writeRecording(fs::path(::testing::TempDir()) / "refrigerator.txt", 1800, watt);
 }
 
 TEST(ManualScreenshots, PlotWindowOnARecordedFile) {
-    pa::testing::ScriptedUi ui;
+    ScriptedUi ui;
     pa::plot::PlotFile window(ui);
     window.resize(1000, 620);
     window.show();
@@ -138,7 +131,7 @@ TEST(ManualScreenshots, PlotWindowOnARecordedFile) {
 // it and hands the live cycle back; a choice in a list (after its note), Enter in the sampling
 // box and a console command reach the logger. Then its self-test results.
 TEST(ManualScreenshots, LoggerAndSelfTest) {
-    pa::testing::SimRig rig;
+    SimRig rig;
     const pa::sim::Load load{230, 2.6, 0.78, 50, 0};
     rig.meter.setLoad(load);
     pa::sim::LoggerModel& memory = rig.meter.logger();

@@ -12,28 +12,20 @@
 
 #include "gui_support.h"
 
-#include <QApplication>
 #include <QComboBox>
 #include <QGroupBox>
-#include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
 #include <QPrinter>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QTextDocumentFragment>
-#include <QTimer>
-#include <functional>
-#include <gtest/gtest.h>
 
 namespace {
 
 using pa::ui::MeterRec;
 
-using pa::testing::menuItem;
-using pa::testing::screenshotPath;
-using pa::testing::shown;
-using pa::testing::waitFor;
+using namespace pa::testing;
 
 // The main window on the simulator's terminal, its COM menu listing an absent adapter first.
 class MeterRecTest : public ::testing::Test {
@@ -44,8 +36,8 @@ class MeterRecTest : public ::testing::Test {
                         false);
     }
 
-    pa::testing::ScriptedUi ui;
-    pa::testing::PtyRig rig{ui};
+    ScriptedUi ui;
+    PtyRig rig{ui};
     MeterRec& window = rig.window;
 };
 
@@ -185,7 +177,7 @@ TEST_F(MeterRecTest, PrintsTheWindowToPdf) {
     printer.setOutputFormat(QPrinter::PdfFormat);
     printer.setOutputFileName(pdf);
     window.printWindow(printer);
-    EXPECT_EQ(pa::testing::pdfPages(pdf), 1) << "the window on one page";
+    EXPECT_EQ(pdfPages(pdf), 1) << "the window on one page";
 }
 
 } // namespace
@@ -281,8 +273,7 @@ TEST_F(MeterRecTest, ChineseReachesEveryOwnText) {
     window.findChild<QPushButton*>("trend")->click();
     ASSERT_TRUE(waitFor([&] { return window.trendChart()->store().size() > 1; }));
     window.showPF();
-    ui.files.push_back(
-        pa::testing::writeRecording(std::filesystem::path(::testing::TempDir()) / "walk.txt", 2));
+    ui.files.push_back(writeRecording(std::filesystem::path(::testing::TempDir()) / "walk.txt", 2));
     window.viewFile();
     ASSERT_TRUE(window.viewer() && window.improvePF());
     QStringList texts;

@@ -5,16 +5,13 @@
 
 #include "../plot/plot_test_files.h"
 #include "e2e/program_run.h"
-#include "support/scripted_ui.h"
 
-#include <QApplication>
 #include <QImage>
 #include <QtCharts/QCategoryAxis>
 #include <QtCharts/QChartView>
 #include <QtCharts/QLineSeries>
 #include <QtCharts/QValueAxis>
 #include <cmath>
-#include <gtest/gtest.h>
 
 #include "gui/gui_support.h"
 

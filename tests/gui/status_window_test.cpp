@@ -9,7 +9,6 @@
 #include "ui/CHKSPEED.h"
 
 #include <QKeyEvent>
-#include <gtest/gtest.h>
 
 namespace {
 

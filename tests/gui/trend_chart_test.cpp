@@ -7,18 +7,14 @@
 #include "gui_support.h"
 
 #include <QComboBox>
-#include <QDir>
 #include <QImage>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QPushButton>
 #include <QRegularExpression>
-#include <gtest/gtest.h>
 
 namespace {
 
 using namespace pa::trend;
-using pa::testing::waitFor;
 
 // A key pressed on a widget; unhandled, it goes on to the parents as a typed key does.
 void press(QWidget* widget, int key) {
