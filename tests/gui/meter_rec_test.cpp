@@ -42,7 +42,8 @@ class MeterRecTest : public ::testing::Test {
 };
 
 // Start-up asks for a port; a port without a device is refused with its reason on the port
-// line; the simulator's gives readings. The period list restarts at month with each language.
+// line; the simulator's gives readings, also after a baud chosen from the menu. The period
+// list restarts at month with each language.
 TEST_F(MeterRecTest, StartsUpAsksForThePortAndShowsLiveReadings) {
     window.startup();
     ASSERT_EQ(ui.messages.size(), 1u);
@@ -59,6 +60,11 @@ TEST_F(MeterRecTest, StartsUpAsksForThePortAndShowsLiveReadings) {
     EXPECT_TRUE(window.timer1().isActive() && window.timer2().isActive());
     ASSERT_TRUE(waitFor([&] { return window.panel(pa::live::kVA)->text() == "126.50"; }))
         << window.panel(pa::live::kVA)->text().toStdString();
+    window.findChild<QAction*>("baud_rate_2")->trigger(); // the readings keep coming
+    EXPECT_EQ(window.findChild<QMenu*>("baud")->title(), "Baud rate (2400)");
+    const int before = rig.sim.framesSent();
+    ASSERT_TRUE(waitFor([&] { return rig.sim.framesSent() > before + 2; }));
+    EXPECT_FALSE(window.cycle().readouts().warningVisible);
 
     menuItem(&window, "Chinese")->trigger();
     auto* period = window.findChild<QComboBox*>("Combo1");
@@ -71,90 +77,45 @@ TEST_F(MeterRecTest, StartsUpAsksForThePortAndShowsLiveReadings) {
               std::make_pair(QString("month"), 720.0));
 }
 
-// The menu tree as lines: "-" for a separator, one ">" more for each level of sub-menu,
-// "(off)" after an item that is disabled.
-QStringList menuTree(const QList<QAction*>& actions, const QString& indent = "") {
-    QStringList lines;
+// The menu tree as text: each item, "(off)" after one that is disabled, its sub-menu in
+// brackets, "-" for a separator; the device shown beside a COM number is left out.
+QString menuTree(const QList<QAction*>& actions) {
+    QStringList items;
     for (QAction* a : actions) {
-        if (a->isSeparator()) {
-            lines << indent + "-";
-            continue;
-        }
-        lines << indent + a->text() + (a->isEnabled() ? "" : " (off)");
+        QString item = a->isSeparator() ? "-" : a->text().section("   (", 0, 0);
+        if (!a->isSeparator() && !a->isEnabled())
+            item += " (off)";
         if (a->menu())
-            lines << menuTree(a->menu()->actions(), indent + "> ");
+            item += "[" + menuTree(a->menu()->actions()) + "]";
+        items << item;
     }
-    return lines;
+    return items.join(", ");
 }
 
-// The COM sub-menu: its sixteen numbers (the device shown beside each is cut off), a
-// separator, the item for other ports; then the baud menu. Only the last item is translated.
-QStringList portAndBaudItems(const QString& otherPort) {
-    QStringList items{"> COM"};
-    for (int n = 1; n <= 16; ++n)
-        items << QString("> > COM %1").arg(n);
-    items << "> > -"
-          << "> > " + otherPort << "> Baud Rate (9600)"
-          << "> > 9600"
-          << "> > 4800"
-          << "> > 2400"
-          << "> > 1200";
-    return items;
-}
-
-// The whole tree from the texts of one language: the File items, the bar's entries, the
-// Option items around the port and baud menus, and the Help items around the manuals.
-QStringList expectedTree(const QStringList& file, const QStringList& bar, const QStringList& option,
-                         const QStringList& help, const QString& otherPort = "Other port...") {
-    const QStringList manuals{"> > English", "> > French",  "> > German",
-                              "> > Spanish", "> > Italian", "> > Portuguese"};
-    QStringList tree;
-    tree << bar[0] << file << bar[1] << bar[2] << bar[3] << option[0] << portAndBaudItems(otherPort)
-         << option.mid(1) << bar[4] << help[0] << manuals << help[1] << "V6.7 (off)";
-    return tree;
-}
-
-QStringList shownTree(MeterRec& window) {
-    QStringList tree = menuTree(window.menuBar()->actions());
-    for (QString& line : tree)
-        if (line.startsWith("> > COM "))
-            line = line.section("   (", 0, 0);
-    return tree;
-}
-
+// The whole menu bar in both languages, the version last; the port numbers, baud rates, manual
+// languages and the version stay in English.
 TEST_F(MeterRecTest, MenuTreeInBothLanguages) {
     window.startup();
-    EXPECT_EQ(
-        shownTree(window),
-        expectedTree({"> &Create Data File", "> &Start Recording (off)", "> > Now(Auto)",
-                      "> > Manually", "> &End Recording (off)", "> -", "> &View File",
-                      "> &Plot Data from File", "> -", "> Printer &Setup", "> -", "> E&xit"},
-                     {"&File", "&Improve PF", "&Datalogger", "&Option", "Help"},
-                     {"> &Sample Rate", "> Language", "> > English", "> > Chinese", "> &Alarms..."},
-                     {"> User Manual", "> About"}));
+    const auto ports = [](const std::string& other) {
+        return "COM[COM 1, COM 2, COM 3, COM 4, COM 5, COM 6, COM 7, COM 8, COM 9, COM 10, "
+               "COM 11, COM 12, COM 13, COM 14, COM 15, COM 16, -, " +
+               other + "], Baud Rate (9600)[9600, 4800, 2400, 1200]";
+    };
+    const std::string manuals = "[English, French, German, Spanish, Italian, Portuguese]";
+    const auto shownTree = [&] { return menuTree(window.menuBar()->actions()).toStdString(); };
+    EXPECT_EQ(shownTree(),
+              "&File[&Create Data File, &Start Recording (off)[Now(Auto), Manually], "
+              "&End Recording (off), -, &View File, &Plot Data from File, -, Printer &Setup, -, "
+              "E&xit], &Improve PF, &Datalogger, &Option[&Sample Rate, " +
+                  ports("Other port...") + ", Language[English, Chinese], &Alarms...], " +
+                  "Help[User Manual" + manuals + ", About], V6.7 (off)");
     menuItem(&window, "Chinese")->trigger();
-    EXPECT_EQ(
-        shownTree(window),
-        expectedTree({"> 建立檔案名稱", "> 開始記錄(&S) (off)", "> > 自動", "> > 手動",
-                      "> 停止記錄(&E) (off)", "> -", "> 瀏覽檔案(&V)", "> 從檔案作圖(&D)", "> -",
-                      "> 設定印表機", "> -", "> 結束(&X)"},
-                     {"檔案", "功因改善篇", "記錄器", "選擇", "幫助"},
-                     {"> 取樣時間(&S)", "> 語言", "> > 英文", "> > 中文", "> 警報設定(&A)..."},
-                     {"> 使用者手冊", "> 關於"}, "其他連接埠..."))
-        << "port numbers, baud and manual items stay in English";
+    EXPECT_EQ(shownTree(), "檔案[建立檔案名稱, 開始記錄(&S) (off)[自動, 手動], "
+                           "停止記錄(&E) (off), -, 瀏覽檔案(&V), 從檔案作圖(&D), -, "
+                           "設定印表機, -, 結束(&X)], 功因改善篇, 記錄器, 選擇[取樣時間(&S), " +
+                               ports("其他連接埠...") + ", 語言[英文, 中文], 警報設定(&A)...], " +
+                               "幫助[使用者手冊" + manuals + ", 關於], V6.7 (off)");
     EXPECT_FALSE(window.findChild<QWidget*>("Record")->isVisibleTo(&window));
-}
-
-// A baud chosen from the menu reaches the line and the readings keep coming.
-TEST_F(MeterRecTest, BaudChoiceFromTheMenuKeepsReadingsComing) {
-    window.startup();
-    window.openPort(rig.sim.devicePath());
-    ASSERT_TRUE(waitFor([&] { return window.panel(pa::live::kW)->text() == " 116.4"; }));
-    window.findChild<QAction*>("baud_rate_2")->trigger();
-    EXPECT_EQ(window.findChild<QMenu*>("baud")->title(), "Baud rate (2400)");
-    const int before = rig.sim.framesSent();
-    ASSERT_TRUE(waitFor([&] { return rig.sim.framesSent() > before + 2; }));
-    EXPECT_FALSE(window.cycle().readouts().warningVisible);
 }
 
 // Help opens the two manuals there are beside the program and shows About.
@@ -248,10 +209,7 @@ bool englishByDesign(const QString& text) {
 // The texts of the modal dialog that opens when `open` runs, which is then closed.
 QStringList textsOfDialog(const std::function<void()>& open) {
     QStringList texts;
-    QTimer::singleShot(0, [&] {
-        QWidget* dialog = QApplication::activeModalWidget();
-        if (!dialog)
-            return;
+    pa::testing::whenModal([&](QWidget* dialog) {
         texts = textsOf(dialog);
         dialog->close();
     });
