@@ -9,7 +9,6 @@
 #include <QFile>
 #include <QLabel>
 #include <QString>
-#include <QThread>
 #include <QTimer>
 #include <QWidget>
 #include <filesystem>

@@ -33,23 +33,20 @@ class TrendChartTest : public ::testing::Test {
         chart.resize(900, 420);
         chart.show();
     }
-    // One sample period: the sample clock ticks, the poll reads the frame, the chart follows.
-    Added tick() {
+    // One sample period: the sample clock ticks, the poll reads the frame, the chart (and a
+    // second one, if given) follows.
+    Added tick(TrendChart* also = nullptr) {
         cycle.Timer1Tick();
         cycle.Timer2Tick();
-        const Added added = chart.afterPoll(
-            {cycle.readouts(), state.noData, cycle.noDataTicks() == 0, clock.now()});
+        const PollState poll{cycle.readouts(), state.noData, cycle.noDataTicks() == 0, clock.now()};
+        if (also)
+            also->afterPoll(poll);
         clock.advance(0.5);
-        return added;
+        return chart.afterPoll(poll);
     }
-    // n periods; a second chart, if given, is fed the same readings.
     void ticks(int n, TrendChart* also = nullptr) {
-        for (int i = 0; i < n; ++i) {
-            tick();
-            if (also)
-                also->afterPoll(
-                    {cycle.readouts(), state.noData, cycle.noDataTicks() == 0, clock.now()});
-        }
+        for (int i = 0; i < n; ++i)
+            tick(also);
     }
     QString stats() const { return chart.findChild<QLabel*>("trend_stats")->text(); }
     template <class T> T* child(const char* name) { return chart.findChild<T*>(name); }
@@ -91,8 +88,6 @@ TEST_F(TrendChartTest, SamplesAppearWithTheStatisticsOfTheShownSpan) {
     child<QComboBox>("trend_second")->setCurrentIndex(1 + kA);
     EXPECT_TRUE(stats().contains("Maximum <b>240</b>") && stats().contains("Maximum <b>0.56</b>"))
         << stats().toStdString();
-    const auto [from, to] = chart.shownSpan();
-    EXPECT_EQ(std::make_pair(to, to - from), std::make_pair(chart.store().newestTime(), 60.0));
 }
 
 // Overloads, the start-up display and silence are gaps (which are which: the feed's unit
@@ -113,23 +108,10 @@ TEST_F(TrendChartTest, OverloadsAndSilenceAreGapsNeverZeros) {
     EXPECT_GT(gapPixels(), 0);
 }
 
-// Reset asks first; No keeps the trend, Yes clears it and collecting goes on.
-TEST_F(TrendChartTest, ResetAsksAndClearsOnlyTheTrend) {
-    ticks(5);
-    ui.answers = {pa::app::Answer::No, pa::app::Answer::Yes};
-    child<QPushButton>("trend_reset")->click();
-    EXPECT_EQ(chart.store().size(), 5u);
-    ASSERT_EQ(ui.messages.size(), 1u);
-    EXPECT_EQ(ui.messages[0].text, "Clear every reading of the trend?");
-    child<QPushButton>("trend_reset")->click();
-    EXPECT_TRUE(chart.store().empty() && stats().isEmpty());
-    EXPECT_EQ(tick(), Added::Sample) << "collecting goes on";
-}
-
 // The shown span as CSV (all that the ring holds when it is shorter; its lines are the CSV
 // unit test's) and as a picture under a title line; a folder that cannot be written is named
-// in the message.
-TEST_F(TrendChartTest, SavesTheShownSpanAsPngAndCsv) {
+// in the message. Reset clears only the trend.
+TEST_F(TrendChartTest, SavesTheShownSpanAsPngAndCsvAndResets) {
     ticks(200); // 100 s, more than the 1 min shown
     const std::string dir = ::testing::TempDir();
     ASSERT_TRUE(chart.saveCsv(dir + "trend_test.csv"));
@@ -144,6 +126,17 @@ TEST_F(TrendChartTest, SavesTheShownSpanAsPngAndCsv) {
     EXPECT_EQ(ui.messages.back().text.rfind("Could not save /nonexistent-folder/trend.csv: ", 0),
               0u)
         << ui.messages.back().text;
+
+    // Reset asks first; No keeps the trend, Yes clears it and collecting goes on.
+    ui.messages.clear();
+    ui.answers = {pa::app::Answer::No, pa::app::Answer::Yes};
+    child<QPushButton>("trend_reset")->click();
+    EXPECT_EQ(chart.store().size(), 40u);
+    ASSERT_EQ(ui.messages.size(), 1u);
+    EXPECT_EQ(ui.messages[0].text, "Clear every reading of the trend?");
+    child<QPushButton>("trend_reset")->click();
+    EXPECT_TRUE(chart.store().empty() && stats().isEmpty());
+    EXPECT_EQ(tick(), Added::Sample) << "collecting goes on";
 }
 
 // The read-out names a pause's cause, the time and both quantities at the nearest sample; the
@@ -167,7 +160,6 @@ TEST_F(TrendChartTest, ReadOutZoomKeysAndAxisRanges) {
     // All shows what is held; the wheel zooms about the mouse and the button says how to get
     // back to live.
     auto* pause = child<QPushButton>("trend_pause");
-    EXPECT_EQ(pause->text(), "&Pause");
     child<QComboBox>("trend_span")->setCurrentIndex(3);
     const auto [from, to] = chart.shownSpan();
     EXPECT_EQ(chart.shownSpan(), std::make_pair(store.oldestTime(), store.newestTime()));
