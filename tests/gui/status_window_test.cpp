@@ -12,11 +12,26 @@
 
 namespace {
 
-// The progress window of a download offers Cancel (pressed by click or Escape) only while a
-// transfer runs, and a press belongs to the transfer it ended.
-TEST(ProgressWindow, CancelIsOfferedDuringATransferAndEscapePressesIt) {
+using namespace pa::testing;
+
+// The speed check times 1010 screen updates: each one must be painted then and there, not
+// merged into one paint when the event loop next runs, or a slow PC is never found. The same
+// window shows a download's progress and offers Cancel (pressed by click or Escape) only while
+// a transfer runs; a press belongs to the transfer it ended.
+TEST(StatusWindow, EverySpeedCheckUpdateIsPaintedAndCancelIsOfferedDuringATransfer) {
     pa::qt::QtUi ui;
     pa::ui::CHKSPEED* status = ui.statusWindow();
+    RecordingPort port;
+    FakeClock clock;
+    pa::app::ProgramState state;
+    pa::app::MeterLink link(port, clock, ui, state);
+    ui.statusShow(); // at start-up the port prompt runs the event loop before the check
+    ASSERT_TRUE(waitFor([&] { return status->testAttribute(Qt::WA_Mapped); }));
+    PaintCounter paints(status->findChild<QLabel*>("Text1"));
+    link.CheckPcSpeed();
+    EXPECT_EQ(paints.n, 1010) << "one paint per update, before the check ends";
+    EXPECT_FALSE(status->isVisible()) << "the check hides the window at its end";
+
     ui.statusShow();
     EXPECT_FALSE(status->cancelButton()->isVisible());
     QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
@@ -32,24 +47,6 @@ TEST(ProgressWindow, CancelIsOfferedDuringATransferAndEscapePressesIt) {
                                   ui.statusCancelled()),
                   std::make_tuple(true, true, false, false));
     }
-    ui.statusHide();
-}
-
-// The speed check times 1010 screen updates: each one must be painted then and there, not
-// merged into one paint when the event loop next runs, or a slow PC is never found.
-TEST(StatusWindow, EverySpeedCheckUpdateReachesTheScreen) {
-    pa::qt::QtUi ui;
-    pa::testing::RecordingPort port;
-    pa::testing::FakeClock clock;
-    pa::app::ProgramState state;
-    pa::app::MeterLink link(port, clock, ui, state);
-    ui.statusShow(); // at start-up the port prompt runs the event loop before the check
-    ASSERT_TRUE(
-        pa::testing::waitFor([&] { return ui.statusWindow()->testAttribute(Qt::WA_Mapped); }));
-    pa::testing::PaintCounter paints(ui.statusWindow()->findChild<QLabel*>("Text1"));
-    link.CheckPcSpeed();
-    EXPECT_EQ(paints.n, 1010) << "one paint per update, before the check ends";
-    EXPECT_FALSE(ui.statusWindow()->isVisible()) << "the check hides the window at its end";
 }
 
 } // namespace
