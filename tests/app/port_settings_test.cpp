@@ -14,35 +14,26 @@ using pa::app::SystemPort;
 TEST(LineSettings, ParsedOrRefused) {
     const struct {
         const char* text;
-        int baud; // 0: refused
-        char parity = 0;
-        int bits = 0;
-        double stop = 0;
+        int baud;
+        char parity;
+        int bits;
+        double stop;
     } cases[] = {{"9600,n,8,1", 9600, 'n', 8, 1},
                  {"19200,E,7,2", 19200, 'e', 7, 2},
-                 {"4800,o,8,1.5", 4800, 'o', 8, 1.5},
-                 {"", 0},
-                 {"9600,n,8", 0},
-                 {"9600,x,8,1", 0},
-                 {"9600,n,9,1", 0},
-                 {"-1,n,8,1", 0},
-                 {"96OO,n,8,1", 0},
-                 {"9600,n,8,3", 0},
-                 {"9600,nn,8,1", 0},
-                 {"9600,n,8,1,", 0}};
+                 {"4800,o,8,1.5", 4800, 'o', 8, 1.5}};
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.text);
         const auto s = pa::app::parseLineSettings(c.text);
-        ASSERT_EQ(s.has_value(), c.baud != 0);
-        if (!s)
-            continue;
-        EXPECT_EQ(s->baud, c.baud);
-        EXPECT_EQ(s->parity, c.parity);
-        EXPECT_EQ(s->dataBits, c.bits);
-        EXPECT_EQ(s->stopBits, c.stop);
+        ASSERT_TRUE(s) << c.text;
+        EXPECT_EQ(std::tie(s->baud, s->parity, s->dataBits, s->stopBits),
+                  std::tie(c.baud, c.parity, c.bits, c.stop));
     }
+    for (const char* refused : {"", "9600,n,8", "9600,x,8,1", "9600,n,9,1", "-1,n,8,1",
+                                "96OO,n,8,1", "9600,n,8,3", "9600,nn,8,1", "9600,n,8,1,"})
+        EXPECT_FALSE(pa::app::parseLineSettings(refused)) << refused;
 }
 
+// USB adapters come first, then the rest by name; on macOS only the call-out devices; COM n
+// is the n-th of them, or the port COMn on Windows.
 TEST(ComMenu, UsbAdaptersFirstThenByNameAndCallOutDevicesOnly) {
     const std::vector<SystemPort> listed{{"ttyS0", "/dev/ttyS0", false},
                                          {"ttyUSB1", "/dev/ttyUSB1", true},
@@ -57,12 +48,10 @@ TEST(ComMenu, UsbAdaptersFirstThenByNameAndCallOutDevicesOnly) {
 
     const auto paths = pa::app::comDevicePaths(ordered, false);
     ASSERT_EQ(paths.size(), 16u);
-    EXPECT_EQ(paths[0], "/dev/cu.usbserial");
-    EXPECT_EQ(paths[3], "/dev/ttyS0");
-    EXPECT_EQ(paths[4], "");
-    const auto windows = pa::app::comDevicePaths({}, true); // COM n is the port COMn
-    EXPECT_EQ(windows[0], "COM1");
-    EXPECT_EQ(windows[15], "COM16");
+    EXPECT_EQ(std::tie(paths[0], paths[3], paths[4]),
+              std::make_tuple("/dev/cu.usbserial", "/dev/ttyS0", ""));
+    const auto windows = pa::app::comDevicePaths({}, true);
+    EXPECT_EQ(std::tie(windows[0], windows[15]), std::make_tuple("COM1", "COM16"));
 }
 
 } // namespace

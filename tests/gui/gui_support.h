@@ -9,7 +9,6 @@
 #include <QFile>
 #include <QLabel>
 #include <QString>
-#include <QThread>
 #include <QTimer>
 #include <QWidget>
 #include <filesystem>
@@ -75,12 +74,10 @@ inline QString screenshotPath(const char* name) {
 // The pages of a PDF file as its page objects count them; -1 when it is not a PDF file.
 inline int pdfPages(const QString& path) {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return -1;
-    const QByteArray bytes = file.readAll();
-    if (!bytes.startsWith("%PDF-"))
-        return -1;
-    return static_cast<int>(bytes.count("/Type /Page") - bytes.count("/Type /Pages"));
+    const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return bytes.startsWith("%PDF-")
+               ? static_cast<int>(bytes.count("/Type /Page") - bytes.count("/Type /Pages"))
+               : -1;
 }
 
 // A recording as the program writes it: the header, records 0..n-1 one second apart (the
@@ -131,16 +128,10 @@ struct PaintCounter : QObject {
     }
 };
 
-inline sim::Load steadyLoad() {
-    sim::Load load;
-    load.noise = 0; // 116.4 W, 49.53 VAR
-    return load;
-}
-
 // The main window on the simulator over a pseudo-terminal, the real serial port and the wall
 // clock, in a profile folder of its own (home and working folder) while it lives.
 struct PtyRig {
-    explicit PtyRig(app::Ui& ui, sim::Load simLoad = steadyLoad())
+    explicit PtyRig(app::Ui& ui, sim::Load simLoad = {230, 0.55, 0.92, 50, 0}) // 116.4 W
         : load(simLoad), sim(simLoad), window(state, port, clock, ui) {
         EXPECT_TRUE(sim.start());
     }

@@ -9,26 +9,18 @@
 #include "pfimprove/ImprovePF.h"
 #include "plot/PlotFile.h"
 
-#include <QApplication>
 #include <QComboBox>
-#include <QDir>
 #include <QImage>
-#include <QKeyEvent>
-#include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QPushButton>
 #include <QSet>
 #include <cmath>
-#include <filesystem>
-#include <gtest/gtest.h>
 
 namespace {
 
 namespace fs = std::filesystem;
-using pa::testing::menuItem;
-using pa::testing::shown;
-using pa::testing::waitFor;
+using namespace pa::testing;
 
 // Saves a grab of the window as docs/manual/images expects it, after checking that it is a
 // picture of a window and not an empty or blank one.
@@ -36,10 +28,10 @@ void saveShot(QWidget& window, const char* name) {
     QApplication::processEvents();
     const QImage image = window.grab().toImage();
     ASSERT_FALSE(image.isNull()) << name;
-    EXPECT_GE(image.width(), 300) << name;
-    EXPECT_GE(image.height(), 150) << name;
-    EXPECT_LE(image.width(), 1400) << name << ": keep the pictures at window size";
-    EXPECT_LE(image.height(), 1000) << name;
+    // Of a window's size: neither cut down to nothing nor grown past a page.
+    const QSize size = image.size();
+    EXPECT_TRUE(QRect(300, 150, 1101, 851).contains(QPoint(size.width(), size.height())))
+        << name << ": " << size.width() << "x" << size.height();
     QSet<QRgb> colours; // a drawn window has text, frames and fields, not one flat colour
     for (int y = 0; y < image.height(); y += 3)
         for (int x = 0; x < image.width(); x += 3)
@@ -55,10 +47,6 @@ void enter(QLineEdit* box, const QString& text) {
     emit box->returnPressed();
 }
 
-double shownNumber(const QLabel* panel) {
-    return panel->text().trimmed().toDouble();
-}
-
 // The main window on the simulated instrument measuring a household load, with a cost
 // estimate; from it the Improve PF window, a short recording and the file viewer.
 TEST(ManualScreenshots, MainWindowImprovePfAndViewer) {
@@ -66,8 +54,8 @@ TEST(ManualScreenshots, MainWindowImprovePfAndViewer) {
     load.amps = 2.6;
     load.powerFactor = 0.78;
     load.noise = 0;
-    pa::testing::ScriptedUi ui;
-    pa::testing::PtyRig rig(ui, load);
+    ScriptedUi ui;
+    PtyRig rig(ui, load);
     pa::ui::MeterRec& window = rig.window;
     // A USB adapter is named beside its COM number by its stable by-id name.
     window.setPorts({{"ttyUSB0", rig.sim.devicePath(), true, "by-id:A5", "usb-FTDI_A5-port0"}},
@@ -79,25 +67,16 @@ TEST(ManualScreenshots, MainWindowImprovePfAndViewer) {
     enter(window.findChild<QLineEdit*>("set_hrs_per_day"), "6");
     ASSERT_TRUE(waitFor([&] { return !window.panel(pa::live::kKWH)->text().isEmpty(); }));
     ASSERT_TRUE(waitFor([&] { return !window.cycle().readouts().clockText.empty(); }));
-    EXPECT_NEAR(shownNumber(window.panel(pa::live::kW)), 230 * 2.6 * 0.78, 0.5);
 
     // Improve PF: Get Hz, then a target PF of 0.95.
     window.findChild<QAction*>("showPF")->trigger();
     pa::pfimprove::ImprovePF* pf = window.improvePF();
     ASSERT_TRUE(pf && pf->isVisible());
-    pf->box(0)->setText("0.95");
-    QKeyEvent press(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, "\r");
-    QApplication::sendEvent(pf->box(0), &press);
-    EXPECT_TRUE(pf->box(5)->text().endsWith("F")) << pf->box(5)->text().toStdString();
+    enter(pf->box(0), "0.95");
     saveShot(*pf, "improvepf.png");
     pf->findChild<QPushButton*>("Exit_Improve_PF")->click();
-
-    // The main window now with the frequency Get Hz measured.
-    EXPECT_EQ(window.panel(pa::live::kHz)->text(), "50Hz");
-    saveShot(window, "meterrec.png");
-
+    saveShot(window, "meterrec.png"); // now with the frequency Get Hz measured
     menuItem(&window, "Chinese")->trigger();
-    ASSERT_EQ(window.windowTitle(), "瓦特計/功率計");
     ASSERT_TRUE(waitFor([&] { return !window.panel(pa::live::kW)->text().isEmpty(); }));
     saveShot(window, "meterrec-zh.png");
     menuItem(&window, "英文")->trigger();
@@ -110,18 +89,14 @@ TEST(ManualScreenshots, MainWindowImprovePfAndViewer) {
     menuItem(&window, "Now(Auto)")->trigger();
     ASSERT_TRUE(waitFor([&] { return window.recorder().recordsWritten() == 8; }, 12000));
     window.findChild<QAction*>("FileEnd")->trigger();
-    const fs::path recorded = rig.dataFile("kitchen.txt");
-    ASSERT_EQ(pa::testing::readLines(recorded).size(), 9u) << "a header and eight records";
-    ui.files.push_back(recorded.string());
+    ui.files.push_back(rig.dataFile("kitchen.txt").string());
     window.viewFile();
     pa::ui::VIEW* viewer = window.viewer();
     ASSERT_TRUE(viewer);
     viewer->resize(1100, 300);
     viewer->finishIndexing();
     saveShot(*viewer, "viewer.png");
-    EXPECT_EQ(viewer->lineView()->shownLines().size(), 9u);
     viewer->close();
-    EXPECT_TRUE(ui.messages.size() == 1) << "only the start-up request for a port";
 }
 
 // Half an hour of a refrigerator, one record a second: the compressor starts with a surge,
@@ -133,12 +108,11 @@ std::string refrigeratorFile() {
                               : 96 + 14 * std::exp(-inCycle / 90.0) +
                                     180 * std::exp(-inCycle / 3.0) + 1.5 * std::sin(i * 0.7);
     };
-    return pa::testing::writeRecording(fs::path(::testing::TempDir()) / "refrigerator.txt", 1800,
-                                       watt);
+    return writeRecording(fs::path(::testing::TempDir()) / "refrigerator.txt", 1800, watt);
 }
 
 TEST(ManualScreenshots, PlotWindowOnARecordedFile) {
-    pa::testing::ScriptedUi ui;
+    ScriptedUi ui;
     pa::plot::PlotFile window(ui);
     window.resize(1000, 620);
     window.show();
@@ -150,7 +124,6 @@ TEST(ManualScreenshots, PlotWindowOnARecordedFile) {
     window.set_title(0);
     window.set_grid(1);
     window.StatOption();
-    EXPECT_TRUE(ui.messages.empty()) << ui.messages[0].text;
     saveShot(window, "plotfile.png");
 }
 
@@ -158,7 +131,7 @@ TEST(ManualScreenshots, PlotWindowOnARecordedFile) {
 // it and hands the live cycle back; a choice in a list (after its note), Enter in the sampling
 // box and a console command reach the logger. Then its self-test results.
 TEST(ManualScreenshots, LoggerAndSelfTest) {
-    pa::testing::SimRig rig;
+    SimRig rig;
     const pa::sim::Load load{230, 2.6, 0.78, 50, 0};
     rig.meter.setLoad(load);
     pa::sim::LoggerModel& memory = rig.meter.logger();
@@ -169,26 +142,20 @@ TEST(ManualScreenshots, LoggerAndSelfTest) {
     auto* logger = rig.window.findChild<pa::logger::Logger*>("Logger");
     ASSERT_TRUE(logger && logger->isVisible());
     logger->findChild<QPushButton*>("Read_Status")->click();
-    const struct {
-        const char *label, *text;
-    } fields[] = {{"Label1_30", "IDLE"}, {"Label1_7", "240"}, {"Label1_5", "8K"}};
-    for (const auto& f : fields)
-        EXPECT_EQ(shown(logger, f.label), f.text) << f.label;
-    EXPECT_EQ(logger->findChild<QComboBox*>("Combo2")->currentText(), "9600");
+    EXPECT_EQ(shown(logger, "Label1_7"), "240") << "the records held";
     EXPECT_TRUE(rig.window.timer2().isActive()) << "the live cycle is handed back";
     saveShot(*logger, "logger.png");
 
     auto* output = logger->findChild<QComboBox*>("Combo3");
     output->setCurrentIndex(2); // "One Shot"
     emit output->activated(2);
-    EXPECT_EQ(memory.at(59), 2);
-    EXPECT_EQ(rig.ui.messages.size(), 1u);
     enter(logger->findChild<QLineEdit*>("Text1_3"), "3");
-    EXPECT_EQ(memory.word(18), 8);
-    EXPECT_EQ(logger->findChild<QLineEdit*>("Text1_3")->text(), "3.2   ") << "rounded, shown";
     enter(logger->findChild<QLineEdit*>("Text2"), "W 7 42");
-    EXPECT_EQ(memory.at(7), 42);
-    EXPECT_EQ(shown(logger, "Label1_40"), "2A");
+    EXPECT_EQ(std::make_tuple(memory.at(59), memory.word(18), memory.at(7)),
+              std::make_tuple(2, 8, 42));
+    EXPECT_EQ(logger->findChild<QLineEdit*>("Text1_3")->text(), "3.2   ") << "rounded, shown";
+    EXPECT_EQ(rig.ui.messages.size(), 1u) << "the list's note";
+    EXPECT_EQ(shown(logger, "Label1_40"), "2A") << "the console's reply";
 
     memory.setWord(41, 0); // no write failures
     memory.setWord(43, 0);

@@ -22,12 +22,12 @@ TEST(HelpMenu, OnlyEnglishAndSpanishNameAManualBesideTheProgram) {
                       english = "/opt/pa/bin/help/KV2260-SW-HELP-EN_V6.7.pdf";
     const std::string spanish = "/opt/pa/bin/help/KV2260-SW-AYUDA-ES_V6.7.pdf";
 #endif
-    const std::pair<int, std::string> cases[] = {
-        {0, english}, {1, ""}, {2, ""}, {3, spanish}, {4, ""}, {5, ""}, {6, ""}, {-1, ""},
-    };
     const auto nowhere = [](const std::string&) { return false; };
-    for (const auto& [item, expected] : cases)
-        EXPECT_EQ(manualPath(folder, item, nowhere), expected) << item;
+    for (int item = -1; item <= 6; ++item)
+        EXPECT_EQ(manualPath(folder, item, nowhere), item == 0   ? english
+                                                     : item == 3 ? spanish
+                                                                 : "")
+            << item;
     EXPECT_EQ(manualPath(folder + "/", 0, nowhere), english)
         << "a trailing separator is not doubled";
 #ifdef _WIN32
