@@ -18,16 +18,9 @@ app::DateTime FakeClock::now() {
     const double s = std::fmod(t_, 86400.0);
     const year_month_day date{sys_days{2026y / November / 22} +
                               days{static_cast<int>(std::floor(t_ / 86400.0))}};
-    app::DateTime d{static_cast<int>(date.year()),
-                    static_cast<int>(unsigned(date.month())),
-                    static_cast<int>(unsigned(date.day())),
-                    0,
-                    0,
-                    0};
-    d.hour = static_cast<int>(s / 3600);
-    d.minute = static_cast<int>(std::fmod(s, 3600) / 60);
-    d.second = std::fmod(s, 60);
-    return d;
+    const auto whole = [](auto n) { return static_cast<int>(n); };
+    return {whole(date.year()), whole(unsigned(date.month())),  whole(unsigned(date.day())),
+            whole(s / 3600),    whole(std::fmod(s, 3600) / 60), std::fmod(s, 60)};
 }
 
 } // namespace pa::testing

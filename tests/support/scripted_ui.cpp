@@ -23,7 +23,6 @@ app::Answer ScriptedUi::message(const std::string& text, const std::string& titl
 
 std::optional<std::string> ScriptedUi::input(const std::string& prompt, const std::string& title,
                                              const std::string& defaultText) {
-    prompts.push_back(prompt);
     asked.push_back({prompt, title, defaultText});
     return take(inputs, std::optional<std::string>{});
 }

@@ -56,10 +56,9 @@ class ScriptedUi : public app::Ui {
     bool statusCancelled() override {
         return cancelOffered && cancelAfterEvents >= 0 && eventsProcessed >= cancelAfterEvents;
     }
-    void statusProgress(int done, int total, const std::string& label = {}) override {
+    void statusProgress(int done, int total, const std::string& = {}) override {
         statusBar = {done, total};
         progress.push_back(statusBar);
-        progressLabels.push_back(label);
     }
     void processEvents() override { ++eventsProcessed; }
     void beep() override { ++beeps; }
@@ -73,7 +72,6 @@ class ScriptedUi : public app::Ui {
 
     // What happened.
     std::vector<ShownMessage> messages;
-    std::vector<std::string> prompts;
     std::vector<AskedInput> asked; // every input box: prompt, title and default answer
     std::vector<std::string> documents;
     std::vector<std::string> startPaths; // where open dialogs started
@@ -84,7 +82,6 @@ class ScriptedUi : public app::Ui {
     std::vector<std::string> statusTexts;      // every text, in order
     std::pair<int, int> statusBar{0, 0};       // the progress bar now: done, total
     std::vector<std::pair<int, int>> progress; // every progress step, in order
-    std::vector<std::string> progressLabels;   // the label of each step
     int statusUpdates = 0, eventsProcessed = 0, beeps = 0;
 };
 
