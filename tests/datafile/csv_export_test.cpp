@@ -183,7 +183,6 @@ TEST(CsvExport, WholeFileWithEveryKindOfLine) {
 TEST(CsvExport, FileIsAllOrNothing) {
     TempFolder dir;
     const fs::path in = dir.path() / "rec.txt";
-    writeLines(in, {headerLine("month"), recordLine(0, kExample)});
     const fs::path out = dir.path() / "rec.csv";
     ExportSummary summary;
 

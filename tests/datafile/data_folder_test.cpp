@@ -79,34 +79,21 @@ TEST(DataFolder, RefusedWithTheFolderAndTheReason) {
     }
 }
 
-// Points the profile variable (USERPROFILE on Windows, HOME elsewhere) at a folder while the
-// object lives, through the wide environment on Windows, and puts the old value back.
-class ProfileVariable {
-  public:
+// Points the profile variable (USERPROFILE on Windows, HOME elsewhere) at a folder, through
+// the wide environment on Windows, and gives back the value it had.
 #ifdef _WIN32
-    explicit ProfileVariable(const fs::path& folder)
-        : saved_(_wgetenv(L"USERPROFILE") ? _wgetenv(L"USERPROFILE") : L"") {
-        ::_wputenv_s(L"USERPROFILE", folder.c_str());
-    }
-    ~ProfileVariable() {
-        ::_wputenv_s(L"USERPROFILE", saved_.c_str());
-    }
-
-  private:
-    std::wstring saved_;
+std::wstring setProfile(const std::wstring& folder) {
+    const std::wstring saved = _wgetenv(L"USERPROFILE") ? _wgetenv(L"USERPROFILE") : L"";
+    ::_wputenv_s(L"USERPROFILE", folder.c_str());
+    return saved;
+}
 #else
-    explicit ProfileVariable(const fs::path& folder)
-        : saved_(std::getenv("HOME") ? std::getenv("HOME") : "") {
-        ::setenv("HOME", folder.c_str(), 1);
-    }
-    ~ProfileVariable() {
-        ::setenv("HOME", saved_.c_str(), 1);
-    }
-
-  private:
-    std::string saved_;
+std::string setProfile(const std::string& folder) {
+    const std::string saved = std::getenv("HOME") ? std::getenv("HOME") : "";
+    ::setenv("HOME", folder.c_str(), 1);
+    return saved;
+}
 #endif
-};
 
 TEST(DataFolder, FromTheEnvironmentWhateverTheProfileFolderIsCalled) {
     for (const char* name : {"plain", "José", "記錄 數據", "Ünïcode ñ"}) {
@@ -114,11 +101,11 @@ TEST(DataFolder, FromTheEnvironmentWhateverTheProfileFolderIsCalled) {
         TempFolder temp;
         const fs::path home = temp.path() / pathFromUtf8(name);
         fs::create_directory(home);
-        ProfileVariable variable(home);
+        const auto saved = setProfile(home.native());
         EXPECT_EQ(pa::datafile::profileFolder(), utf8FromPath(home));
         const auto result = DataFolder();
-        ASSERT_TRUE(result.ok()) << result.error;
-        EXPECT_EQ(pathFromUtf8(result.path), home / "Documents" / "KV2260");
+        setProfile(saved);
+        EXPECT_EQ(pathFromUtf8(result.path), home / "Documents" / "KV2260") << result.error;
         EXPECT_TRUE(fs::is_directory(home / "Documents" / "KV2260"));
     }
 }
