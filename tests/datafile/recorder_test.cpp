@@ -45,14 +45,16 @@ void expectLines(const Lines& lines, const Lines& want) {
             << "line " << i;
 }
 
-// A recorder on the live cycle, a file-less profile and a virtual clock at 16:58:09.4.
+// A recorder on the live cycle, a file-less profile named outside ASCII and a virtual clock
+// at 16:58:09.4.
 struct Rig {
     Rig() {
         port.devices = {"COM1"};
         port.setPortName("COM1");
         port.open();
         clock.set(16 * 3600 + 58 * 60 + 9.4);
-        recorder.setProfileFolder(profile.str());
+        fs::create_directory(home);
+        recorder.setProfileFolder(utf8FromPath(home));
         recorder.setEntryTexts([] { return EntryTexts{"month", "0"}; });
         cycle.setRecordingHook(&recorder);
     }
@@ -64,7 +66,7 @@ struct Rig {
         return made;
     }
     fs::path dataFile(const char* name) const {
-        return profile.path() / "Documents" / "KV2260" / name;
+        return home / "Documents" / "KV2260" / pathFromUtf8(name);
     }
     // A sample tick and a poll tick with a frame waiting; one second.
     void sample() {
@@ -79,7 +81,8 @@ struct Rig {
     // Runs a script of steps separated by blanks: create (the name "test"), cancel (the name
     // box), start, auto, manual, record, end, type=N and enter (the record-number box), sample
     // (a tick with a frame), silent (a sample tick and five, or silent=N, unanswered polls),
-    // poll (a frame without a sample tick) and ticks=N (the tick counter); box?N and ticks?N
+    // poll (a frame without a sample tick), ticks=N (the tick counter), remove (test.txt
+    // moved to aside.txt) and full (a sample on a disk that is full); box?N and ticks?N
     // expect the number box and the tick counter. A step*3 is run three times.
     void run(const std::string& script) {
         using Arg = const std::string&;
@@ -97,6 +100,14 @@ struct Rig {
             {"silent", [&](Arg) { silent(5); }},
             {"silent=", [&](Arg n) { silent(std::stoi(n)); }},
             {"poll", [&](Arg) { poll(); }},
+            {"remove", [&](Arg) { fs::rename(dataFile("test.txt"), dataFile("aside.txt")); }},
+#ifdef PA_TEST_FILE_SIZE_LIMIT // Windows has no per-process file size limit
+            {"full",
+             [&](Arg) {
+                 pa::testing::FileSizeLimit full(fs::file_size(dataFile("test.txt")));
+                 sample();
+             }},
+#endif
             {"ticks=", [&](Arg n) { state.sampleTickCounter = std::stoi(n); }},
             {"ticks?", [&](Arg n) { EXPECT_EQ(state.sampleTickCounter, std::stoi(n)); }},
             {"box?", [&](Arg n) { EXPECT_EQ(recorder.recordNumberText(), n); }},
@@ -122,6 +133,7 @@ struct Rig {
     }
 
     pa::testing::TempFolder profile;
+    const fs::path home = profile.path() / pathFromUtf8("José 記錄"); // the profile folder
     pa::testing::RecordingPort port;
     pa::testing::FakeClock clock;
     pa::testing::ScriptedUi ui;
@@ -167,22 +179,26 @@ TEST_F(RecorderTest, StateTableDrivesItemsAndButton) {
     EXPECT_TRUE(ui.messages.empty()) << ui.messages[0].text;
 }
 
+// The caption gains the name and a blank each time; a name outside ASCII is kept as typed.
 TEST_F(RecorderTest, CreateCaptionGainsTheNameAndABlankEachTime) {
     EXPECT_EQ(recorder.createCaption(), "&Create Data File");
     ASSERT_TRUE(create("test.csv"));
     EXPECT_EQ(ui.asked.back(), (pa::testing::AskedInput{"Enter the name of file to store data",
                                                         "Input File Name", ""}));
     EXPECT_EQ(recorder.createCaption(), "&Create Data File = test.txt");
-    ASSERT_TRUE(create("b"));
-    EXPECT_EQ(recorder.createCaption(), "&Create Data File  = b.txt");
+    ASSERT_TRUE(create("medición 每月"));
+    EXPECT_EQ(recorder.createCaption(), "&Create Data File  = medición 每月.txt");
+    expectLines(readLines(dataFile("medición 每月.txt")), {kHeader});
     recorder.applyCaptions({"建立檔案名稱", "", "請輸入檔案名稱"});
-    EXPECT_EQ(recorder.createCaption(), "建立檔案名稱 =b.txt");
+    EXPECT_EQ(recorder.createCaption(), "建立檔案名稱 =medición 每月.txt");
     ASSERT_TRUE(create("c"));
-    EXPECT_EQ(ui.asked.back(), (pa::testing::AskedInput{"", "請輸入檔案名稱", "b.txt"}))
+    EXPECT_EQ(ui.asked.back(), (pa::testing::AskedInput{"", "請輸入檔案名稱", "medición 每月.txt"}))
         << "no prompt in Chinese; the last name is the default";
     EXPECT_EQ(recorder.createCaption(), "建立檔案名稱  = c.txt");
-    run("start auto end");
+    run("start auto sample end");
     EXPECT_EQ(recorder.createCaption(), "建立檔案名稱");
+    EXPECT_EQ(recorder.lastRecordText().substr(0, 31), " 11-22-2026,16:58:09.4,  116.4W")
+        << "the last record without its number, as the window shows it";
     run("create cancel"); // the caption stays cut before "="
     EXPECT_EQ(recorder.createCaption(), "建立檔案名稱 ");
 }
@@ -229,45 +245,48 @@ TEST_F(RecorderTest, NamesThatGiveNoFile) {
         EXPECT_TRUE(create(typed)) << typed;
 }
 
-TEST_F(RecorderTest, AProfileAndAFileNamedOutsideAscii) {
-    const fs::path home = profile.path() / pathFromUtf8("José 記錄");
-    fs::create_directory(home);
-    recorder.setProfileFolder(utf8FromPath(home));
-    ASSERT_TRUE(create("medición 每月"));
-    EXPECT_EQ(recorder.fileName(), "medición 每月.txt");
-    run("start auto sample");
-    expectLines(readLines(home / "Documents" / "KV2260" / pathFromUtf8("medición 每月.txt")),
-                {kHeader, "         0, 11-22-2026,16:58:09.4,"});
-    EXPECT_EQ(recorder.lastRecordText().substr(0, 31), " 11-22-2026,16:58:09.4,  116.4W")
-        << "the last record without its number, as the window shows it";
-    EXPECT_TRUE(ui.messages.empty()) << ui.messages.front().text;
-}
-
-// What each way of recording writes, each on a fresh file from 16:58:09.4.
-TEST(Recorder, RecordsAndLostLines) {
+// What each way of recording writes, each on a fresh file from 16:58:09.4, and what it says:
+// a disk fault gives one message with the file, the reason and what became of the lines
+// written before, and recording stops.
+TEST(Recorder, RecordsLostLinesAndDiskFaults) {
     const struct {
         const char* name;
         const char* script; // after creating the file
-        Lines lines;        // after the header
+        Lines lines;        // after the header, in test.txt or where it was moved
+        const char* said;   // the message's parts after the file's path, "|" between them
     } cases[] = {
         {"auto: one record per clock text, from the number typed before reopening the menu",
          "start box?0 type=17 start box?17 ticks=5 auto ticks?0 sample*2 poll sample box?19",
          {"        17, 11-22-2026,16:58:09.4,  116.4W, .920 PF,    230V,   .550A,"
           "       23.1,   126.50VA,     49.53VAR,       0.0KWH,    0.00/month 0$0.00",
-          "        18, 11-22-2026,16:58:10.4,", "        19, 11-22-2026,16:58:11.4,"}},
+          "        18, 11-22-2026,16:58:10.4,", "        19, 11-22-2026,16:58:11.4,"},
+         ""},
         {"Enter in the number box sets the next number; typing alone does not",
          "start auto sample type=100 sample type=100 enter sample",
-         {"         0,", "         1,", "       100,"}},
-        {"a number that is none", "start type=abc start auto sample", {"         0,"}},
+         {"         0,", "         1,", "       100,"},
+         ""},
+        {"a number that is none", "start type=abc start auto sample", {"         0,"}, ""},
         {"manual: one record per press, at the next sample",
          "start ticks=2 manual ticks?2 sample*3 record record sample*2 record sample",
-         {"         0, 11-22-2026,16:58:12.4,", "         1, 11-22-2026,16:58:14.4,"}},
+         {"         0, 11-22-2026,16:58:12.4,", "         1, 11-22-2026,16:58:14.4,"},
+         ""},
         {"silence: from the sixth silent poll, one lost line per clock text",
          "start auto sample silent*4 sample",
          {"         0, 11-22-2026,16:58:09.4,", noCom(" 11-22-2026,16:58:11.4"),
           noCom(" 11-22-2026,16:58:12.4"), noCom(" 11-22-2026,16:58:13.4"),
-          "         1, 11-22-2026,16:58:14.4,"}},
-        {"nothing while not recording", "sample*3 silent*2 record sample", {}},
+          "         1, 11-22-2026,16:58:14.4,"},
+         ""},
+        {"nothing while not recording", "sample*3 silent*2 record sample", {}, ""},
+        {"a removed file is not made again, headerless",
+         "start auto sample*2 remove sample*2",
+         {"         0,", "         1,"},
+         "No such file or directory|no longer there (removed or moved away)"},
+#ifdef PA_TEST_FILE_SIZE_LIMIT
+        {"a full disk",
+         "start auto sample*2 full sample",
+         {"         0,", "         1,"},
+         "File too large|kept in the file"},
+#endif
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -276,53 +295,24 @@ TEST(Recorder, RecordsAndLostLines) {
         r.run(c.script);
         Lines want{kHeader};
         want.insert(want.end(), c.lines.begin(), c.lines.end());
-        expectLines(readLines(r.dataFile("test.txt")), want);
-        EXPECT_TRUE(r.ui.messages.empty()) << r.ui.messages.front().text;
+        const fs::path file = r.dataFile("test.txt"), aside = r.dataFile("aside.txt");
+        expectLines(readLines(fs::exists(aside) ? aside : file), want);
+        EXPECT_FALSE(fs::exists(aside) && fs::exists(file));
+        ASSERT_EQ(r.ui.messages.size(), *c.said ? 1u : 0u)
+            << (r.ui.messages.empty() ? "" : r.ui.messages[0].text);
+        if (*c.said) {
+            const std::string& text = r.ui.messages[0].text;
+            std::istringstream parts(file.string() + "|" + c.said);
+            for (std::string part; std::getline(parts, part, '|');)
+                EXPECT_NE(text.find(part), std::string::npos) << text;
+            EXPECT_EQ(r.ui.messages[0].icon, pa::app::Icon::Exclamation);
+            EXPECT_EQ(r.recorder.state(), RecordingState::NoFile);
+            EXPECT_FALSE(r.ui.statusVisible);
+        }
     }
     Rig r; // the first automatic record comes at the next sample tick
     r.cycle.applySamplingTime("5");
     r.run("create start auto ticks?4");
-}
-
-// A disk fault while recording: one message with the file and the reason, recording stops,
-// and the lines before stay where they were written; a removed file is not made again.
-// (Which faults a write meets, and their reasons, are the file writer's.)
-TEST_F(RecorderTest, DiskFaultsStopRecordingAndKeepTheLines) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"No such file or directory", "no longer there (removed or moved away)"},
-#ifdef PA_TEST_FILE_SIZE_LIMIT // Windows has no per-process file size limit
-        {"File too large", "kept in the file"},
-#endif
-    };
-    for (const auto& [reason, after] : cases) {
-        SCOPED_TRACE(reason);
-        ui.messages.clear();
-        ASSERT_TRUE(create("test"));
-        const fs::path file = dataFile("test.txt"), aside = dataFile("aside.txt");
-        const bool removed = std::string(after).starts_with("no longer");
-        run("start auto sample*2");
-        if (removed)
-            fs::rename(file, aside);
-        {
-#ifdef PA_TEST_FILE_SIZE_LIMIT
-            std::optional<pa::testing::FileSizeLimit> full;
-            if (!removed)
-                full.emplace(fs::file_size(file));
-#endif
-            run("sample");
-        }
-        run("sample");
-        ASSERT_EQ(ui.messages.size(), 1u) << "one message, then nothing more is written";
-        for (const std::string& part : {file.string(), std::string(reason), std::string(after)})
-            EXPECT_NE(ui.messages[0].text.find(part), std::string::npos) << ui.messages[0].text;
-        EXPECT_EQ(ui.messages[0].icon, pa::app::Icon::Exclamation);
-        EXPECT_EQ(recorder.state(), RecordingState::NoFile);
-        EXPECT_FALSE(ui.statusVisible);
-        expectLines(readLines(removed ? aside : file), {kHeader, "         0,", "         1,"});
-        EXPECT_EQ(fs::exists(file), !removed) << "a removed file is not made again, headerless";
-        fs::remove(file);
-        fs::remove(aside);
-    }
 }
 
 // A file that cannot be made, through the data folder or at a path given: the message names
