@@ -118,6 +118,8 @@ FAULTS = [
      "if (x > 1E12)", "pfimprove"),
     ("Get Hz retry text", "src/live/live_cycle.cpp", '"Please press the Get Hz button again"',
      '"Please press Get Hz again"', "live"),
+    ("device name digit bound", "src/datafile/windows_names.cpp", "tail[0] <= '9'",
+     "tail[0] < '9'", "datafile"),
 ]
 
 
