@@ -24,16 +24,33 @@ struct AskedInput {
     bool operator==(const AskedInput&) const = default;
 };
 
+// The next scripted answer, or the fallback once the script has run out.
+template <typename T> T take(std::deque<T>& queue, T fallback) {
+    if (queue.empty())
+        return fallback;
+    T value = queue.front();
+    queue.pop_front();
+    return value;
+}
+
 class ScriptedUi : public app::Ui {
   public:
     app::Answer message(const std::string& text, const std::string& title, app::Icon icon,
-                        app::Buttons buttons) override;
+                        app::Buttons buttons) override {
+        messages.push_back({text, title, icon, buttons});
+        return take(answers, app::Answer::Ok);
+    }
     std::optional<std::string> input(const std::string& prompt, const std::string& title,
-                                     const std::string& defaultText) override;
-    std::optional<std::string> openFile(const std::string& title,
-                                        const std::string& filter) override;
-    std::optional<std::string> saveFile(const std::string& title,
-                                        const std::string& filter) override;
+                                     const std::string& defaultText) override {
+        asked.push_back({prompt, title, defaultText});
+        return take(inputs, std::optional<std::string>{});
+    }
+    std::optional<std::string> openFile(const std::string&, const std::string&) override {
+        return take(files, std::optional<std::string>{});
+    }
+    std::optional<std::string> saveFile(const std::string&, const std::string&) override {
+        return take(files, std::optional<std::string>{});
+    }
     std::optional<std::string> openFileIn(const std::string& title, const std::string& filter,
                                           const std::string& startPath) override {
         startPaths.push_back(startPath);
@@ -50,7 +67,11 @@ class ScriptedUi : public app::Ui {
     }
     void statusHide() override { statusVisible = false; }
     void statusCaption(const std::string& caption) override { statusCaptionText = caption; }
-    void statusText(const std::string& text) override;
+    void statusText(const std::string& text) override {
+        statusTextNow = text;
+        statusTexts.push_back(text);
+        ++statusUpdates;
+    }
     void statusCancellable(bool offered) override { cancelOffered = offered; }
     // The user presses Cancel once the interface has run cancelAfterEvents times.
     bool statusCancelled() override {
