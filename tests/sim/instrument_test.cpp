@@ -149,14 +149,10 @@ TEST(Instrument, NoiseAndSwingVaryTheCurrent) {
     EXPECT_GT(seen.size(), 1u);
     EXPECT_TRUE(std::includes(allowed.begin(), allowed.end(), seen.begin(), seen.end()));
 
-    Load swing = quiet(230, 1.0);
-    swing.swing = 0.5;
-    swing.swingPeriod = 4; // 20 frames at five a second: 1 + 0.5 sin(2 pi n / 20) A
-    const auto swung = amps(swing, 1, 26);
-    const std::pair<int, std::uint16_t> expected[] = {
-        {0, 0xC003}, {5, 0xC02B}, {10, 0xC003}, {15, 0xC029}, {25, 0xC02B}}; // 1.000 1.500 .500
-    for (const auto& [frame, word] : expected)
-        EXPECT_EQ(swung[frame], word) << frame;
+    // 20 frames at five a second: 1 + 0.5 sin(2 pi n / 20) A, so 1.000 1.500 1.000 .500 1.500.
+    const auto swung = amps(Load{230, 1.0, 0.92, 50, 0, 0.5, 4}, 1, 26);
+    EXPECT_EQ((std::vector{swung[0], swung[5], swung[10], swung[15], swung[25]}),
+              (std::vector<std::uint16_t>{0xC003, 0xC02B, 0xC003, 0xC029, 0xC02B}));
 }
 
 TEST(LoggerModel, CommandsAndTheirReplies) {

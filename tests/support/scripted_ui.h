@@ -106,4 +106,12 @@ class ScriptedUi : public app::Ui {
     int statusUpdates = 0, eventsProcessed = 0, beeps = 0;
 };
 
+// The texts of the messages a scripted interface was shown, in order.
+inline std::vector<std::string> messageTexts(const ScriptedUi& ui) {
+    std::vector<std::string> texts;
+    for (const ShownMessage& m : ui.messages)
+        texts.push_back(m.text);
+    return texts;
+}
+
 } // namespace pa::testing
