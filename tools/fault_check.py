@@ -122,6 +122,8 @@ FAULTS = [
      "kSlowLinkBelow = 2;", "logger"),
     ("NO COM warning tick", "src/live/live_cycle.h", "kWarnAfterTicks = 5;",
      "kWarnAfterTicks = 6;", "live"),
+    ("device name digit bound", "src/datafile/windows_names.cpp", "tail[0] <= '9'",
+     "tail[0] < '9'", "datafile"),
 ]
 
 

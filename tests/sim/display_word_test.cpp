@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // Display words against words worked out by hand, bit by bit, so that an encoder and a
-// decoder wrong in the same way cannot both pass.
+// decoder wrong in the same way cannot both pass. (The quiet load's four words are pinned in
+// the instrument's frame.)
 #include "display_word.h"
 
 #include <gtest/gtest.h>
@@ -45,18 +46,14 @@ TEST(DisplayWord, SmallestRangeThatHoldsTheValue) {
         double value;
         BlockWord shown;
     } cases[] = {
-        {kWattRanges, 116.38, {192, 0x89A3}},
         {kWattRanges, 199.94, {192, 0xA667}}, // 199.9: 3 | 9<<2 | 9<<6 | 9<<10 | 2<<14
         {kWattRanges, 199.96, {193, 0x0011}}, // 2000 counts do not fit: 200 on 2000W
         {kWattRanges, -50, {192, 0x8028}},
         {kWattRanges, 2500, {193, 0x3FFD}}, // beyond 2000W: overload
         {kVoltRanges, 12.34, {2, 0x4B13}},  // 3 | 4<<2 | 12<<6 | 2<<10 | 1<<14
         {kVoltRanges, 150, {3, 0x802B}},    // 1500 counts: 3 | 10<<2 | 2<<14
-        {kVoltRanges, 230, {4, 0x0311}},
-        {kAmpRanges, 0.55, {49, 0xC2A9}},
-        {kAmpRanges, 7.5, {33, 0x42B9}}, // 1 | 14<<2 | 10<<6 | 1<<14
+        {kAmpRanges, 7.5, {33, 0x42B9}},    // 1 | 14<<2 | 10<<6 | 1<<14
         {kAmpRanges, -25, {33, 0x7FFC}},
-        {kPowerFactorRanges, 0.92, {208, 0xC125}},
     };
     for (const auto& c : cases)
         EXPECT_EQ(showOnRange(c.value, c.ranges), c.shown) << c.value;

@@ -5,46 +5,41 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <sstream>
+#include <tuple>
+
 namespace {
 
 using namespace pa::sim;
 
+// Every option a command line sets, in one comparable tuple.
+auto fields(const SimOptions& o) {
+    return std::make_tuple(o.load.volts, o.load.amps, o.load.powerFactor, o.load.hertz,
+                           o.load.noise, o.load.swing, o.load.swingPeriod, o.seed, o.display,
+                           o.fault, o.records, o.loggerFault, o.pace, o.delayMs, o.splitGapMs,
+                           o.help);
+}
+
+// Each command line as one text, split at blanks.
 TEST(SimOptions, GoodCommandLines) {
-    const auto p =
-        parseSimOptions({"--volts", "120", "--amps=2.5", "--pf", "-0.8", "--hz", "60", "--noise",
-                         "0", "--seed", "42", "--display", "hold", "--fault=garbage"});
-    ASSERT_EQ(p.error, "");
-    EXPECT_EQ(p.options.load.volts, 120);
-    EXPECT_EQ(p.options.load.amps, 2.5);
-    EXPECT_EQ(p.options.load.powerFactor, -0.8);
-    EXPECT_EQ(p.options.load.hertz, 60);
-    EXPECT_EQ(p.options.load.noise, 0);
-    EXPECT_EQ(p.options.seed, 42u);
-    EXPECT_EQ(p.options.display, Display::Hold);
-    EXPECT_EQ(p.options.fault, Fault::Garbage);
-    EXPECT_FALSE(p.options.help);
-    EXPECT_EQ(p.options.load.swing, 0) << "a steady load unless asked";
-
-    const auto swinging = parseSimOptions({"--swing", "0.4", "--swing-period=30"});
-    ASSERT_EQ(swinging.error, "");
-    EXPECT_EQ(swinging.options.load.swing, 0.4);
-    EXPECT_EQ(swinging.options.load.swingPeriod, 30);
-
-    const auto defaults = parseSimOptions({});
-    EXPECT_EQ(defaults.error, "");
-    EXPECT_EQ(defaults.options.load.volts, 230);
-    EXPECT_EQ(defaults.options.display, Display::Normal);
-    EXPECT_EQ(defaults.options.records, 10);
-    EXPECT_TRUE(parseSimOptions({"--help"}).options.help);
-
-    const auto logger = parseSimOptions(
-        {"--records", "1012", "--logger-fault=noetx", "--pace", "--delay", "400", "--split=250"});
-    ASSERT_EQ(logger.error, "");
-    EXPECT_EQ(logger.options.delayMs, 400);
-    EXPECT_EQ(logger.options.splitGapMs, 250);
-    EXPECT_EQ(logger.options.records, 1012);
-    EXPECT_EQ(logger.options.loggerFault, LoggerFault::NoEtx);
-    EXPECT_TRUE(logger.options.pace);
+    const Load steady{230, 0.55, 0.92, 50, 0.002, 0, 60}; // a steady load unless asked
+    const auto none = LoggerFault::None;
+    const std::pair<const char*, SimOptions> cases[] = {
+        {"", {steady, 1, Display::Normal, Fault::None, 10, none, false, 0, 0, false}},
+        {"--volts 120 --amps=2.5 --pf -0.8 --hz 60 --noise 0 --seed 42 --display hold "
+         "--fault=garbage --swing 0.4 --swing-period=30 --records 1012 --logger-fault=noetx "
+         "--pace --delay 400 --split=250",
+         {Load{120, 2.5, -0.8, 60, 0, 0.4, 30}, 42, Display::Hold, Fault::Garbage, 1012,
+          LoggerFault::NoEtx, true, 400, 250, false}},
+        {"--help", {steady, 1, Display::Normal, Fault::None, 10, none, false, 0, 0, true}},
+    };
+    for (const auto& [line, expected] : cases) {
+        std::istringstream words(line);
+        const auto parsed = parseSimOptions({std::istream_iterator<std::string>(words), {}});
+        EXPECT_EQ(parsed.error, "");
+        EXPECT_EQ(fields(parsed.options), fields(expected)) << line;
+    }
 }
 
 TEST(SimOptions, BadCommandLinesSayWhatIsWrong) {

@@ -6,30 +6,10 @@
 
 namespace pa::testing {
 
-std::string field(const std::string& text, const std::string& suffix, std::size_t width) {
-    const std::string s = std::string(10, ' ') + text + suffix;
-    return s.size() > width ? s.substr(s.size() - width) : s;
-}
-
-std::string headerLine(const std::string& period) {
-    return field("No.s", ",", 11) + field("Date", ",", 12) + field("Time", ",", 11) +
-           field("Wattage", ",", 9) + field("PF", ",", 9) + field("Voltage", ",", 9) +
-           field("Current", ",", 9) + field("Phase angle", ",", 12) + field("VA", ",", 12) +
-           field("VAR", ",", 14) + field("KWH", ",", 14) + field("KWH/" + period, "", 14) + " Cost";
-}
-
 std::string recordLine(const RecordTexts& r) {
-    return field(std::to_string(r.number), ",", 11) + field(r.date, ",", 12) +
-           field(r.clock, ",", 11) + field(r.watt, "W,", 9) + field(r.pf, " PF,", 9) +
-           field(r.volt, "V,", 9) + field(r.amp, "A,", 9) + field(r.angle, ",", 12) +
-           field(r.va, "VA,", 12) + field(r.var, "VAR,", 14) + field(r.kwh, "KWH,", 14) +
-           field(r.perPeriod + "/" + r.period, "", 14) + " " + r.hours + r.cost;
-}
-
-std::string lostCommunicationLine(const std::string& date, const std::string& clock) {
-    std::string s = field(date, ",", 12) + clock + ", " + "NO COM, DATA LOST, !, !,!,!,!,!,!,!";
-    s.resize(143, ' ');
-    return s;
+    return datafile::recordLine(static_cast<double>(r.number),
+                                {r.date, r.clock, r.watt, r.pf, r.volt, r.amp, r.angle, r.va, r.var,
+                                 r.kwh, r.perPeriod, r.period, r.hours, r.cost});
 }
 
 DataFileWriter::DataFileWriter(const std::string& path) : file_(std::fopen(path.c_str(), "wb")) {

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 #pragma once
-// Writes data files the way the recorder lays them out, for plotting tests and benchmarks:
-// the header line, fixed-width record lines and lost-communication lines, CR LF line ends.
+// Writes data files as the recorder lays them out, for plotting tests and benchmarks: the
+// header line, fixed-width record lines and lost-communication lines, CR LF line ends.
+#include "datafile/data_file.h"
+
 #include <cstdio>
 #include <string>
 
@@ -17,11 +19,14 @@ struct RecordTexts {
                 hours = "0", cost = "0.00";
 };
 
-// Ten blanks, the text and its suffix, the rightmost width characters.
-std::string field(const std::string& text, const std::string& suffix, std::size_t width);
-std::string headerLine(const std::string& period = "month");
+// The recorder's own lines (whose layout the data file tests pin), from the texts above.
+inline std::string headerLine(const std::string& period = "month") {
+    return datafile::headerLine(period);
+}
 std::string recordLine(const RecordTexts& r);
-std::string lostCommunicationLine(const std::string& date, const std::string& clock);
+inline std::string lostCommunicationLine(const std::string& date, const std::string& clock) {
+    return datafile::lostCommunicationLine(date, clock);
+}
 
 // Appends lines to a file (created empty by the constructor).
 class DataFileWriter {

@@ -7,23 +7,50 @@
 
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace pa::testing {
 
 class RecordingPort : public app::Port {
   public:
-    bool setPortName(const std::string& name) override;
+    bool setPortName(const std::string& name) override {
+        if (open_)
+            calls.push_back("refused name " + name);
+        else
+            name_ = name;
+        return !open_;
+    }
     std::string portName() const override { return name_; }
-    void setSettings(const std::string& settings) override;
+    void setSettings(const std::string& settings) override {
+        settings_ = settings;
+        calls.push_back("settings " + settings);
+    }
     std::string settings() const override { return settings_; }
-    bool open() override;
-    void close() override;
+    bool open() override {
+        calls.push_back("open " + name_);
+        if (open_) {
+            error_ = "already open";
+            return false;
+        }
+        open_ = devices.count(name_) > 0;
+        error_ = open_ ? "" : "no such device";
+        return open_;
+    }
+    void close() override {
+        calls.push_back("close");
+        open_ = false;
+    }
     bool isOpen() const override { return open_; }
     std::string lastError() const override { return error_; }
-    void write(const std::string& bytes) override;
+    void write(const std::string& bytes) override {
+        if (!open_)
+            return;
+        calls.push_back("write " + bytes);
+        written += bytes;
+    }
     int bytesWaiting() override { return static_cast<int>(incoming.size()); }
-    std::string readAll() override;
+    std::string readAll() override { return std::exchange(incoming, {}); }
 
     std::set<std::string> devices;  // names that open successfully
     std::string incoming;           // bytes waiting to be read

@@ -24,16 +24,33 @@ struct AskedInput {
     bool operator==(const AskedInput&) const = default;
 };
 
+// The next scripted answer, or the fallback once the script has run out.
+template <typename T> T take(std::deque<T>& queue, T fallback) {
+    if (queue.empty())
+        return fallback;
+    T value = queue.front();
+    queue.pop_front();
+    return value;
+}
+
 class ScriptedUi : public app::Ui {
   public:
     app::Answer message(const std::string& text, const std::string& title, app::Icon icon,
-                        app::Buttons buttons) override;
+                        app::Buttons buttons) override {
+        messages.push_back({text, title, icon, buttons});
+        return take(answers, app::Answer::Ok);
+    }
     std::optional<std::string> input(const std::string& prompt, const std::string& title,
-                                     const std::string& defaultText) override;
-    std::optional<std::string> openFile(const std::string& title,
-                                        const std::string& filter) override;
-    std::optional<std::string> saveFile(const std::string& title,
-                                        const std::string& filter) override;
+                                     const std::string& defaultText) override {
+        asked.push_back({prompt, title, defaultText});
+        return take(inputs, std::optional<std::string>{});
+    }
+    std::optional<std::string> openFile(const std::string&, const std::string&) override {
+        return take(files, std::optional<std::string>{});
+    }
+    std::optional<std::string> saveFile(const std::string&, const std::string&) override {
+        return take(files, std::optional<std::string>{});
+    }
     std::optional<std::string> openFileIn(const std::string& title, const std::string& filter,
                                           const std::string& startPath) override {
         startPaths.push_back(startPath);
@@ -50,16 +67,19 @@ class ScriptedUi : public app::Ui {
     }
     void statusHide() override { statusVisible = false; }
     void statusCaption(const std::string& caption) override { statusCaptionText = caption; }
-    void statusText(const std::string& text) override;
+    void statusText(const std::string& text) override {
+        statusTextNow = text;
+        statusTexts.push_back(text);
+        ++statusUpdates;
+    }
     void statusCancellable(bool offered) override { cancelOffered = offered; }
     // The user presses Cancel once the interface has run cancelAfterEvents times.
     bool statusCancelled() override {
         return cancelOffered && cancelAfterEvents >= 0 && eventsProcessed >= cancelAfterEvents;
     }
-    void statusProgress(int done, int total, const std::string& label = {}) override {
+    void statusProgress(int done, int total, const std::string& = {}) override {
         statusBar = {done, total};
         progress.push_back(statusBar);
-        progressLabels.push_back(label);
     }
     void processEvents() override { ++eventsProcessed; }
     void beep() override { ++beeps; }
@@ -73,7 +93,6 @@ class ScriptedUi : public app::Ui {
 
     // What happened.
     std::vector<ShownMessage> messages;
-    std::vector<std::string> prompts;
     std::vector<AskedInput> asked; // every input box: prompt, title and default answer
     std::vector<std::string> documents;
     std::vector<std::string> startPaths; // where open dialogs started
@@ -84,8 +103,15 @@ class ScriptedUi : public app::Ui {
     std::vector<std::string> statusTexts;      // every text, in order
     std::pair<int, int> statusBar{0, 0};       // the progress bar now: done, total
     std::vector<std::pair<int, int>> progress; // every progress step, in order
-    std::vector<std::string> progressLabels;   // the label of each step
     int statusUpdates = 0, eventsProcessed = 0, beeps = 0;
 };
+
+// The texts of the messages a scripted interface was shown, in order.
+inline std::vector<std::string> messageTexts(const ScriptedUi& ui) {
+    std::vector<std::string> texts;
+    for (const ShownMessage& m : ui.messages)
+        texts.push_back(m.text);
+    return texts;
+}
 
 } // namespace pa::testing

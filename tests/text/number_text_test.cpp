@@ -13,25 +13,15 @@ namespace {
 
 using namespace pa::text;
 
+// Only a whole plain decimal number is read; blanks, commas, words and overflow are not.
 TEST(ParseDecimal, OnlyAWholePlainDecimalNumber) {
-    const std::pair<const char*, std::optional<double>> cases[] = {{"230.5", 230.5},
-                                                                   {"-1e3", -1000},
-                                                                   {"+.5", 0.5},
-                                                                   {"5.", 5},
-                                                                   {"1E-2", 0.01},
-                                                                   {"1,5", std::nullopt},
-                                                                   {" 1", std::nullopt},
-                                                                   {"1 ", std::nullopt},
-                                                                   {"", std::nullopt},
-                                                                   {"+", std::nullopt},
-                                                                   {"++1", std::nullopt},
-                                                                   {"inf", std::nullopt},
-                                                                   {"nan", std::nullopt},
-                                                                   {"0x10", std::nullopt},
-                                                                   {"1e999", std::nullopt},
-                                                                   {"12abc", std::nullopt}};
-    for (const auto& [text, expected] : cases)
-        EXPECT_EQ(parseDecimal(text), expected) << '"' << text << '"';
+    const std::pair<const char*, double> numbers[] = {
+        {"230.5", 230.5}, {"-1e3", -1000}, {"+.5", 0.5}, {"5.", 5}, {"1E-2", 0.01}};
+    for (const auto& [text, expected] : numbers)
+        EXPECT_EQ(parseDecimal(text), expected) << text;
+    for (const char* text :
+         {"1,5", " 1", "1 ", "", "+", "++1", "inf", "nan", "0x10", "1e999", "12abc"})
+        EXPECT_EQ(parseDecimal(text), std::nullopt) << '"' << text << '"';
 }
 
 TEST(NumberText, WritesAsTheCLocaleDoes) {
