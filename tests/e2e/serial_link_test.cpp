@@ -41,11 +41,9 @@ struct LoggerRig {
         EXPECT_TRUE(link.SelectPortByName(sim.devicePath()));
         state.baudCode = 9;
     }
-    // Runs f on the simulated logger and returns what it returns.
-    template <typename F> auto onLogger(F f) {
-        decltype(f(std::declval<pa::sim::LoggerModel&>())) result{};
-        sim.withInstrument([&](pa::sim::Instrument& m) { result = f(m.logger()); });
-        return result;
+    // Runs f on the simulated logger.
+    void onLogger(const std::function<void(pa::sim::LoggerModel&)>& f) {
+        sim.withInstrument([&](pa::sim::Instrument& m) { f(m.logger()); });
     }
     void setFault(LoggerFault fault, int replies = -1, int after = 0) {
         sim.withInstrument(
@@ -152,7 +150,7 @@ TEST_F(SerialLink, VanishedDeviceClosesThePortQuietly) {
 // A full memory (8192 bytes less the status block, 8 a record: 1012 records) comes whole
 // through the real port, and the live readings have the port again.
 TEST_F(LoggerOverPty, DownloadOfAFullMemory) {
-    onLogger([](auto& l) { return l.fillRecords(5000, pa::sim::Load{}); });
+    onLogger([](auto& l) { l.fillRecords(5000, pa::sim::Load{}); });
     download();
     EXPECT_EQ(pa::testing::messageTexts(ui),
               std::vector<std::string>{"1012 records received and stored in FILE " + file()});
@@ -166,11 +164,10 @@ TEST_F(LoggerOverPty, InstrumentUnpluggedMidDownloadWritesNoFile) {
     onLogger([](auto& l) {
         // The only check on a stream is its last byte, so a cut that happens to end on an
         // ETX byte inside the data would pass as whole: keep ETX out of the record area.
-        const int filled = l.fillRecords(5000, pa::sim::Load{});
+        l.fillRecords(5000, pa::sim::Load{});
         for (int a = 96; a < static_cast<int>(l.memory().size()); ++a)
             if (l.at(a) == 0x03)
                 l.set(a, 0x04);
-        return filled;
     });
     sim.setPaceToBaud(true);
     std::thread unplug([this] {
@@ -200,10 +197,6 @@ const LoggerFaultCase kCases[] = {
      [](auto& r) { r.setFault(LoggerFault::NoReply); },
      [](auto& r) { r.session.Read_Status(); },
      {"No response, check your cable or DMM"}},
-    {"DownloadNoReply",
-     [](auto& r) { r.setFault(LoggerFault::NoReply); },
-     [](auto& r) { r.download(); },
-     {"No response, check your cable or DMM"}},
     {"DownloadWithoutEndByte",
      [](auto& r) { r.setFault(LoggerFault::NoEtx, 1); },
      [](auto& r) { r.download(); },
@@ -221,7 +214,7 @@ class LoggerFaults : public ::testing::TestWithParam<LoggerFaultCase> {};
 TEST_P(LoggerFaults, SayWhatWentWrongAndGiveThePortBack) {
     const LoggerFaultCase& c = GetParam();
     LoggerRig r;
-    r.onLogger([](auto& l) { return l.fillRecords(40, {}); });
+    r.onLogger([](auto& l) { l.fillRecords(40, {}); });
     ASSERT_TRUE(waitFor([&] { return r.sim.framesSent() >= 1; }, 30000))
         << "opening the port asks for the first frame";
     c.inject(r);
