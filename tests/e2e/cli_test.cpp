@@ -151,7 +151,7 @@ TEST(CliFaults, EachRunEndsWithItsResultOrItsReason) {
         {{"logger", "read", "&H12D", "--simulate"},
          0,
          "",
-         "address 301 (reaches the logger as 45)"},
+         "address 301 (reaches the logger as 45): 1 (0x01)\n"},
         {{"logger", "write", "5", "256", "--simulate"}, 1, e + "value too large\n" + e + "Command"},
         {{"logger", "download", "--simulate"}, 2, e + "download needs --out FILE\n"},
         {{"logger", "download", "--out", q(folder.path() / "logger.txt"), "--simulate"},
@@ -396,15 +396,10 @@ TEST(Cli, ExportReportAndJsonReadBackByRealClients) {
     };
     for (const auto& c : cases) {
         const QString outDir = dir.filePath(c.check);
-        QStringList args{"-env:UserInstallation=file://" + dir.filePath("profile"),
-                         "--headless",
-                         "--convert-to",
-                         "fods",
-                         "--outdir",
-                         outDir,
-                         c.file};
+        QStringList args{"--headless", "--convert-to", "fods", "--outdir", outDir, c.file};
         if (!c.filter.isEmpty())
-            args.insert(2, c.filter);
+            args.insert(1, c.filter);
+        args.prepend("-env:UserInstallation=file://" + dir.filePath("profile"));
         const ProgramRun convert = run(soffice, args, Out::Read, -1, c.lang);
         const QString fods = outDir + "/" + QFileInfo(c.file).completeBaseName() + ".fods";
         ASSERT_TRUE(QFileInfo::exists(fods))
