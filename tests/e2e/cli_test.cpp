@@ -182,8 +182,9 @@ TEST(CliFaults, EachRunEndsWithItsResultOrItsReason) {
         {{"record", "--port", none, "--out", q(kept)}, -1, "pa-none"},
         {{"record", "--simulate", "--out", q(fifo)}, -1, "pipe.txt: it is not a regular file"},
         {{"record", "--simulate"}, -1, "--out"},
-        {{"record", "--simulate", "--out", "-"}, 2, "--out - : record writes a file"},
-        {{"record", "--simulate", "--out="}, 2, e + "--out needs a value\n"},
+        {{"record", "--simulate", "--count", "1", "--out", "-"}, 2, "--out - : record writes a"},
+        // An empty --opt= never takes the next argument as its value.
+        {{"monitor", "--simulate", "--count", "1", "--interval=", "1"}, 2, "--interval needs a"},
         {sim + QStringList{"--hours", "5\r\nFAKE, 1, 2, 3"}, 2, "--hours takes a number"},
         {{"record", "--simulate", "--out", "/dev/full"}, -1, "/dev/full: No space left on device"},
         {{"plot", q(folder.path()), "--png", png}, 2, q(folder.path()) + ": it is a folder, not a"},

@@ -73,9 +73,6 @@ struct WindowRig : HasUi, pa::testing::PtyRig, MenuSteps {
         fs::remove(link);
         fs::create_symlink(sim.devicePath(), link);
     }
-    void setFault(pa::sim::Fault fault) {
-        sim.withInstrument([fault](pa::sim::Instrument& i) { i.setFault(fault); });
-    }
     // Serves events until the condition holds; the cap is far beyond what a loaded machine
     // takes (a dead stretch needs about 6 s, a recovery about 3 s).
     bool until(const std::function<bool()>& holds) { return waitFor(holds, 120000); }
@@ -97,7 +94,7 @@ struct ClockRig : HasProfile, pa::testing::SimRig, MenuSteps {
     fs::path dataFile(const std::string& name) const {
         return profile.path() / "Documents" / "KV2260" / name;
     }
-    void setFault(pa::sim::Fault fault) { meter.setFault(fault); }
+    void fault(pa::sim::Fault which, bool on) { meter.setFault(on ? which : pa::sim::Fault::None); }
     // Fires the timer due next, the clock moved on to it, until the condition holds. (The
     // timers run, but no event loop serves them.)
     bool until(const std::function<bool()>& holds) {
@@ -344,30 +341,37 @@ enum class Effect {
 
 struct LiveFault {
     const char* name;
-    std::function<void(WindowRig&)> inject, clear;
     Effect effect;
+    pa::sim::Fault ofTheInstrument; // made by the in-process simulator on the test clock, or
+    std::function<void(WindowRig&, bool)> onTheRealPort = {}; // switched on and off there
 };
 
 const LiveFault kFaults[] = {
+    {"Silent", Effect::NoCom, pa::sim::Fault::Silent},
     // Twelve bytes of each frame, then nothing: never the 20 the cycle waits for.
-    {"SilenceMidFrame", [](auto& r) { r.setFault(pa::sim::Fault::Truncated); },
-     [](auto& r) { r.setFault(pa::sim::Fault::None); }, Effect::NoCom},
-    {"Garbage", [](auto& r) { r.setFault(pa::sim::Fault::Garbage); },
-     [](auto& r) { r.setFault(pa::sim::Fault::None); }, Effect::Anything},
+    {"SilenceMidFrame", Effect::NoCom, pa::sim::Fault::Truncated},
+    {"Garbage", Effect::Anything, pa::sim::Fault::Garbage},
     // The second half of each frame comes 300 ms after the first: a poll in between sees
     // half a frame and leaves it waiting.
-    {"FrameSplitOverTwoPolls", [](auto& r) { r.sim.setSplitGap(300); },
-     [](auto& r) { r.sim.setSplitGap(0); }, Effect::Unharmed},
-    {"SlowInstrument", [](auto& r) { r.sim.setReplyDelay(450); },
-     [](auto& r) { r.sim.setReplyDelay(0); }, Effect::Unharmed},
+    {"FrameSplitOverTwoPolls",
+     Effect::Unharmed,
+     {},
+     [](auto& r, bool on) { r.sim.setSplitGap(on ? 300 : 0); }},
+    {"SlowInstrument",
+     Effect::Unharmed,
+     {},
+     [](auto& r, bool on) { r.sim.setReplyDelay(on ? 450 : 0); }},
     // The stable name goes with the device. (Left in place, it would point at a freed
     // terminal number that another test process may be given.)
     {"CablePulledAndPluggedIn",
-     [](auto& r) {
-         std::filesystem::remove(r.link);
+     Effect::NoCom,
+     {},
+     [](auto& r, bool on) {
+         if (!on)
+             return r.plugIn();
+         fs::remove(r.link);
          r.sim.stop();
-     },
-     [](auto& r) { r.plugIn(); }, Effect::NoCom},
+     }},
 };
 
 void PrintTo(const LiveFault& fault, std::ostream* os) {
@@ -377,9 +381,10 @@ void PrintTo(const LiveFault& fault, std::ostream* os) {
 class LiveFaults : public ::testing::TestWithParam<LiveFault> {};
 
 // Records through a fault switched on and off; NO COM is looked at right after each poll
-// tick, never by chance between two event batches.
+// tick, never by chance between two event batches. The faults of the instrument itself run
+// on the test clock; those of the line's timing and the cable, on the real port.
 template <class Rig>
-void recordThroughAFault(Rig& r, const std::function<void(bool)>& fault, Effect effect) {
+void recordThroughAFault(Rig& r, Effect effect, const std::function<void(bool)>& fault) {
     auto& recorder = r.recorder();
     ASSERT_TRUE(r.until([&] { return r.window.panel(pa::live::kW)->text() == " 116.4"; }));
     r.window.cycle().applySamplingTime("0.5");
@@ -448,19 +453,13 @@ void recordThroughAFault(Rig& r, const std::function<void(bool)>& fault, Effect 
 }
 
 TEST_P(LiveFaults, RecordingKeepsEveryLineAndTheCycleRecovers) {
-    WindowRig r;
     const LiveFault& f = GetParam();
-    recordThroughAFault(
-        r, [&](bool on) { (on ? f.inject : f.clear)(r); }, f.effect);
-}
-
-// The silent instrument, on the test clock.
-TEST(LiveFaults, SilentInstrumentOnTheTestClock) {
+    if (f.onTheRealPort) {
+        WindowRig r;
+        return recordThroughAFault(r, f.effect, [&](bool on) { f.onTheRealPort(r, on); });
+    }
     ClockRig r;
-    const auto silent = [&](bool on) {
-        r.setFault(on ? pa::sim::Fault::Silent : pa::sim::Fault::None);
-    };
-    recordThroughAFault(r, silent, Effect::NoCom);
+    recordThroughAFault(r, f.effect, [&](bool on) { r.fault(f.ofTheInstrument, on); });
 }
 
 INSTANTIATE_TEST_SUITE_P(Injected, LiveFaults, ::testing::ValuesIn(kFaults),
