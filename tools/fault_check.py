@@ -118,6 +118,11 @@ FAULTS = [
      "if (x > 1E12)", "pfimprove"),
     ("Get Hz retry text", "src/live/live_cycle.cpp", '"Please press the Get Hz button again"',
      '"Please press Get Hz again"', "live"),
+    ("standard output error text", "src/cli/main.cpp",
+     '"poweranalyzer-cli: cannot write standard output: %s\\n"',
+     '"poweranalyzer-cli: cannot write output: %s\\n"', None),
+    ("MQTT unreachable text", "src/cli/mqtt_publisher.cpp", '"cannot reach " + where()',
+     '"cannot connect to " + where()', None),
 ]
 
 
