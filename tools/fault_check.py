@@ -124,6 +124,11 @@ FAULTS = [
      "kWarnAfterTicks = 6;", "live"),
     ("device name digit bound", "src/datafile/windows_names.cpp", "tail[0] <= '9'",
      "tail[0] < '9'", "datafile"),
+    ("standard output error text", "src/cli/main.cpp",
+     '"poweranalyzer-cli: cannot write standard output: %s\\n"',
+     '"poweranalyzer-cli: cannot write output: %s\\n"', None),
+    ("MQTT unreachable text", "src/cli/mqtt_publisher.cpp", '"cannot reach " + where()',
+     '"cannot connect to " + where()', None),
 ]
 
 
