@@ -35,7 +35,8 @@ void BM_PublishSample(benchmark::State& state) {
         state.SkipWithError("mosquitto could not be started");
         return;
     }
-    pa::cmdline::MqttOptions options{"127.0.0.1", broker.port(), "bench/pa", "bench", "", "", ""};
+    pa::cmdline::MqttOptions options{
+        "127.0.0.1", broker.port(), "bench/pa", "bench", "", "", "", "", ""};
     pa::cli::MqttPublisher publisher(options, 0.5);
     if (!publisher.start().empty()) {
         state.SkipWithError("the MQTT client could not start");
