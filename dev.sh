@@ -80,10 +80,10 @@ locale_reruns() { # build-dir
     LC_ALL=es_ES.UTF-8 ctest --test-dir "$dir" --output-on-failure -j "$JOBS" -E '^(qt|manual|package)\.'
     echo "== command-line end-to-end tests under LC_ALL=es_ES.UTF-8"
     LC_ALL=es_ES.UTF-8 ctest --test-dir "$dir" --output-on-failure -j "$JOBS" \
-        -R '^qt\.(CliLocale|LoggerCli|PfCli|ManualCli|RecordCommand|PlotCliTest)\.'
+        -R '^qt\.(Cli|CliFaults|CliLocale|RecordCommand|PlotCliTest)\.'
     echo "== GUI tests under LANG=de_DE.UTF-8"
     env -u LC_ALL LANG=de_DE.UTF-8 ctest --test-dir "$dir" --output-on-failure -j "$JOBS" -R '^qt\.' \
-        -E '^qt\.(CliLocale|LoggerCli|PfCli|ManualCli|RecordCommand|PlotCliTest|ManualScreenshots)\.'
+        -E '^qt\.(Cli|CliFaults|CliLocale|RecordCommand|PlotCliTest|ManualScreenshots)\.'
 }
 
 # Cross-compiles GoogleTest, the logic and its tests for 64-bit Windows with MinGW-w64 and runs
