@@ -34,9 +34,10 @@ std::string groupName(StatsPer per, std::int64_t key) {
     return per == StatsPer::Hour ? isoHour(key * kMsPerHour) : isoDay(key * kMsPerDay);
 }
 
+// The text and blanks up to the width, and at least one: a wide figure must not run into the
+// next column.
 std::string pad(std::string s, std::size_t width) {
-    if (s.size() < width)
-        s.append(width - s.size(), ' ');
+    s.append(s.size() < width ? width - s.size() : 1, ' ');
     return s;
 }
 

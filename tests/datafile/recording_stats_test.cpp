@@ -119,7 +119,7 @@ TEST(RecordingStats, OutputForms) {
           "malformed lines (left out): 1", "first: 2026-11-15T10:59:58",
           "W   100         2026-11-15T10:59:58     400         2026-11-15T11:00:05     250",
           "energy: 0.0001111111111 kWh", "cost: 2.222222222e-05 (at 0.2 per kWh)",
-          "2026-11-15     5         2       100"})
+          "2026-11-15     5         2       100", "0.0001111111111 2.222222222e-05\n"})
         EXPECT_NE(text.find(part), std::string::npos) << part << "\n" << text;
 
     const std::string csv = statsCsv(s, std::nullopt);
