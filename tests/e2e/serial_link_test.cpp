@@ -46,8 +46,7 @@ struct LoggerRig {
         sim.withInstrument([&](pa::sim::Instrument& m) { f(m.logger()); });
     }
     void setFault(LoggerFault fault, int replies = -1, int after = 0) {
-        sim.withInstrument(
-            [=](pa::sim::Instrument& i) { i.logger().setFault(fault, replies, after); });
+        onLogger([=](auto& l) { l.setFault(fault, replies, after); });
     }
     std::string file() const { return folder.str() + "/download.txt"; }
     void download() {
