@@ -5,7 +5,6 @@
 #include "live/live_cycle.h"
 
 #include "display_word.h"
-#include "inprocess_port.h"
 #include "instrument.h"
 #include "support/fake_clock.h"
 #include "support/live_line.h"
@@ -78,22 +77,16 @@ std::string shown(const Readouts& r) {
 }
 
 TEST_F(CycleTest, ReadoutsOfOneSimulatedFrame) {
-    pa::sim::Load load;
-    load.noise = 0;
-    pa::sim::Instrument instrument(load);
-    pa::sim::InProcessPort simPort(instrument);
-    simPort.setPortName("SIM");
-    ASSERT_TRUE(simPort.open());
-    LiveCycle live(simPort, clock, ui, state);
-    simPort.write(" ");
-    live.Timer1Tick();
-    live.Timer2Tick();
+    cycle.Timer1Tick();
+    port.incoming = pa::sim::Instrument(pa::sim::Load{230, 0.55, 0.92, 50, 0}).liveFrame();
+    port.written.clear();
+    cycle.Timer2Tick();
     // angle acos(0.92) = 23.07 degrees, VA 230 x 0.55, VAR sqrt(126.5^2 - 116.4^2); 116.4 W
     // for 1 s is 0.00003 kWh.
-    EXPECT_EQ(shown(live.readouts()),
+    EXPECT_EQ(shown(cycle.readouts()),
               " 116.4|  .920|  230|  .550|23.1|126.50|49.53||0.0|0.00|$0.00");
-    EXPECT_EQ(live.readouts().clockText, "10:05:07.4");
-    EXPECT_EQ(simPort.bytesWaiting(), 21) << "the next frame was requested at once";
+    EXPECT_EQ(std::tuple(cycle.readouts().clockText, port.written), std::tuple("10:05:07.4", " "))
+        << "the next frame was requested at once";
 }
 
 std::string pfOnly(std::uint16_t word) {
@@ -136,9 +129,7 @@ TEST_F(CycleTest, FramesReachTheirPanels) {
         {"PF negative", pfOnly(encodeReading(-0.5, 3)), {{kPF, "- .500"}, {kAngle, "?"}}},
         {"PF overload", pfOnly(0x0015), {{kPF, "OL"}, {kAngle, "?"}}},
         {"PF at start-up", pfOnly(0xFFFF), {{kPF, "Init"}, {kAngle, "?"}}},
-        {"VA, VAR",
-         va({W, 100, 2}, {DCV, 200, 0}, {DCA, 1, 3}),
-         {{kVA, "200.00"}, {kVAR, "173.21"}}},
+        {"VA", va({W, 100, 2}, {DCV, 200, 0}, {DCA, 1, 3}), {{kVA, "200.00"}, {kVAR, "173.21"}}},
         {"VA < W",
          va({W2000, 200, 0}, {DCV, 100, 0}, {DCA, 1, 3}),
          {{kVA, "100.00"}, {kVAR, "0.00"}}},
