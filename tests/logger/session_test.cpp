@@ -47,6 +47,7 @@ const std::string kBadFrame = "Incorrect leading or ending byte";
 const std::string kNoReply = "No response, try again!";
 const std::string kBadState = "Incorrect leading or trailing byte";
 const std::string kBadSampling = "Bad sampling interval (range: 0.4 < t < 26214).";
+const std::string kFormat = "Incorrect data format";
 const std::string kNoEtx = "Inncorrect ending byte";
 const std::string kTesting = "Self-Testing, no data will be sent out of DMM";
 
@@ -124,10 +125,7 @@ TEST(LoggerActions, RefusedOrFailedActionsWriteNothing) {
         {"mode, silent", kSilent, combo(logger::kModeCombo, 1), {kNoResponse}},
         {"self-test, testing", kSelfTesting, kSelfTestRead, {kTesting}},
         {"self-test, silent", kSilent, kSelfTestRead, {kNoResponse, kNoResponse, "No response"}},
-        {"self-test, bad frame",
-         fault(LoggerFault::BadFraming),
-         kSelfTestRead,
-         {kBadFrame, "Incorrect data format"}},
+        {"self-test, framing", fault(LoggerFault::BadFraming), kSelfTestRead, {kBadFrame, kFormat}},
         {"download, no ETX", fault(LoggerFault::NoEtx, 1), kDownload, {kNoEtx}, 1},
         {"download, bad frame", fault(LoggerFault::BadFraming, 1, 1), kDownload, {kLeading}, 1},
         {"download, recording", kRecording, kDownload, {kStop}, 0},
