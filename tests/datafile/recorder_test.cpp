@@ -231,10 +231,10 @@ TEST_F(RecorderTest, NamesThatGiveNoFile) {
         EXPECT_FALSE(create(typed));
         EXPECT_EQ(recorder.state(), RecordingState::NoFile);
         ASSERT_EQ(ui.messages.size(), message.empty() ? 0u : 1u);
-        if (!message.empty()) {
-            EXPECT_EQ(ui.messages.back().text.substr(0, message.size()), message);
-            EXPECT_EQ(ui.messages.back().icon, pa::app::Icon::Exclamation);
-        }
+        if (!message.empty())
+            EXPECT_EQ(
+                std::tuple(ui.messages[0].text.substr(0, message.size()), ui.messages[0].icon),
+                std::tuple(message, pa::app::Icon::Exclamation));
     }
     Lines made;
     for (const auto& entry : fs::directory_iterator(dataFile("")))
@@ -305,9 +305,8 @@ TEST(Recorder, RecordsLostLinesAndDiskFaults) {
             std::istringstream parts(file.string() + "|" + c.said);
             for (std::string part; std::getline(parts, part, '|');)
                 EXPECT_NE(text.find(part), std::string::npos) << text;
-            EXPECT_EQ(r.ui.messages[0].icon, pa::app::Icon::Exclamation);
-            EXPECT_EQ(r.recorder.state(), RecordingState::NoFile);
-            EXPECT_FALSE(r.ui.statusVisible);
+            EXPECT_EQ(std::tuple(r.ui.messages[0].icon, r.recorder.state(), r.ui.statusVisible),
+                      std::tuple(pa::app::Icon::Exclamation, RecordingState::NoFile, false));
         }
     }
     Rig r; // the first automatic record comes at the next sample tick
@@ -333,8 +332,8 @@ TEST_F(RecorderTest, FailedCreateSaysWhyAndLeavesNoFile) {
                                                        : create("test"));
         ASSERT_EQ(ui.messages.size(), 1u);
         EXPECT_NE(ui.messages[0].text.find(expected), std::string::npos) << ui.messages[0].text;
-        EXPECT_EQ(recorder.state(), RecordingState::NoFile);
-        EXPECT_FALSE(recorder.startEnabled());
+        EXPECT_EQ(std::tuple(recorder.state(), recorder.startEnabled()),
+                  std::tuple(RecordingState::NoFile, false));
     }
 }
 
@@ -356,8 +355,8 @@ TEST_F(RecorderTest, DailyFilesChangeAtMidnight) {
     ASSERT_TRUE(recorder.createDailyFilesAt(base));
     run("start auto sample*3 silent=7 sample*2"); // silence after midnight: in the new day's file
     const fs::path today = profile.path() / "run-2026-11-23.txt";
-    EXPECT_EQ(recorder.path(), today.string());
-    EXPECT_EQ(recorder.recordsWritten(), 5);
+    EXPECT_EQ(std::tuple(recorder.path(), recorder.recordsWritten()),
+              std::tuple(today.string(), 5));
     recorder.EndRecording();
     ASSERT_TRUE(recorder.createDailyFilesAt(base));
     run("start auto sample");
@@ -381,8 +380,7 @@ TEST_F(RecorderTest, NextDaysFileThatCannotBeMadeStopsRecording) {
     ASSERT_TRUE(recorder.createDailyFilesAt((profile.path() / "run.txt").string()));
     fs::create_directory(profile.path() / "run-2026-11-23.txt"); // in the way
     run("start auto sample*2");
-    EXPECT_FALSE(recorder.recordingRunning());
-    ASSERT_EQ(ui.messages.size(), 1u);
+    ASSERT_EQ(std::tuple(recorder.recordingRunning(), ui.messages.size()), std::tuple(false, 1u));
     EXPECT_NE(ui.messages[0].text.find("run-2026-11-23.txt"), std::string::npos)
         << ui.messages[0].text;
     EXPECT_EQ(readLines(profile.path() / "run-2026-11-22.txt").size(), 2u);

@@ -1,14 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // SPDX-FileCopyrightText: 2026 The Power Analyzer developers
 // The command exchange: bytes on the line, pacing on the virtual clock, the status query.
-#include "logger/logger_exchange.h"
+#include "logger_rig.h"
 #include "support/bytes.h"
-#include "support/fake_clock.h"
-#include "support/message_texts.h"
 #include "support/recording_port.h"
-#include "support/scripted_ui.h"
 
-#include <functional>
 #include <gtest/gtest.h>
 
 namespace {
@@ -17,6 +13,7 @@ using namespace pa;
 using logger::CheckLoggerReply;
 
 using pa::testing::bytes;
+using pa::testing::timed;
 
 // A port whose instrument answers each write through a function (nothing by default).
 struct AnsweringPort : pa::testing::RecordingPort {
@@ -39,11 +36,6 @@ struct Rig {
         port.setPortName("P");
         port.open();
         state.baudCode = 9;
-    }
-    double timed(const std::function<void()>& f) {
-        const double t0 = clock.secondsSinceMidnight();
-        f();
-        return clock.secondsSinceMidnight() - t0;
     }
     std::vector<std::string> texts() const { return pa::testing::messageTexts(ui); }
 };
@@ -89,8 +81,8 @@ TEST(LoggerExchange, CommandsPutTheirBytesOnTheLineWithTheirPacing) {
         rig.state.baudCode = c.baudCode;
         rig.port.incoming = "stale";
         int result = 99;
-        const double took =
-            rig.timed([&] { result = rig.ex.SendLoggerCommand(c.command, c.address, c.value); });
+        const double took = timed(
+            rig.clock, [&] { result = rig.ex.SendLoggerCommand(c.command, c.address, c.value); });
         // The receive buffer is drained first.
         EXPECT_EQ(std::tuple(result, rig.port.written, rig.texts(), rig.port.incoming),
                   std::tuple(c.result, c.written, c.messages, ""));
@@ -120,7 +112,7 @@ TEST(LoggerExchange, StatusRepliesGiveTheStateAndTheirMessages) {
         rig.port.incoming = "left over from a live frame";
         rig.port.answer = [&](const std::string& b) { return b == "X" ? c.reply : ""; };
         int state = 99;
-        const double took = rig.timed([&] { state = rig.ex.QueryLoggerState(); });
+        const double took = timed(rig.clock, [&] { state = rig.ex.QueryLoggerState(); });
         // "Receive" is shown before the letter goes out and "Send" after it.
         EXPECT_EQ(std::tuple(state, rig.texts(), rig.port.written, rig.ui.statusTexts),
                   std::tuple(c.state, c.messages, "X",

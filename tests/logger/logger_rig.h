@@ -21,6 +21,13 @@
 
 namespace pa::testing {
 
+// The virtual seconds that `f` takes.
+inline double timed(FakeClock& clock, const std::function<void()>& f) {
+    const double t0 = clock.secondsSinceMidnight();
+    f();
+    return clock.secondsSinceMidnight() - t0;
+}
+
 inline sim::Load quietLoad() {
     sim::Load load;
     load.noise = 0;
@@ -50,20 +57,11 @@ struct LoggerRig {
 
     sim::LoggerModel& logger() { return meter.logger(); }
     std::vector<std::string> messages() const { return messageTexts(ui); }
-    double timed(const std::function<void()>& f) {
-        const double t0 = clock.secondsSinceMidnight();
-        f();
-        return clock.secondsSinceMidnight() - t0;
-    }
+    double timed(const std::function<void()>& f) { return testing::timed(clock, f); }
     // Read/Save with the file dialog answered by `file` (nullopt: cancelled).
     void download(std::optional<std::string> file) {
         ui.files.push_back(std::move(file));
         session.Read_All();
-    }
-    // The records written to the download file, header excluded.
-    long fileRecords() const {
-        const std::string text = readFile(datafile::pathFromUtf8(path));
-        return static_cast<long>(std::count(text.begin(), text.end(), '\n')) - 1;
     }
 };
 

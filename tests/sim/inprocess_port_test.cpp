@@ -41,9 +41,10 @@ TEST_F(PortTest, OpensOnlyTheInstrumentsPresentFreeDevice) {
         port.setPresent(c.present);
         port.setBusy(c.busy);
         ASSERT_TRUE(port.setPortName(c.name));
-        EXPECT_EQ(port.open(), c.opens) << c.name;
-        EXPECT_EQ(port.isOpen(), c.opens);
-        EXPECT_EQ(port.lastError().empty(), c.opens) << c.name;
+        const bool opened = port.open();
+        EXPECT_EQ(std::tuple(opened, port.isOpen(), port.lastError().empty()),
+                  std::tuple(c.opens, c.opens, c.opens))
+            << c.name;
     }
     port.setBusy(false);
     ASSERT_TRUE(port.open());
@@ -74,14 +75,14 @@ TEST_F(PortTest, WritesReachTheInstrumentAtTheSettingsSpeed) {
     port.write(" ");
     port.close();
     port.write(" ");
-    EXPECT_EQ(port.readAll(), "");
-    EXPECT_EQ(meter.requestsServed(), served + 1) << "a closed port sends nothing";
+    EXPECT_EQ(std::tuple(port.readAll(), meter.requestsServed()),
+              std::tuple(std::string(), served + 1))
+        << "a closed port sends nothing";
     ASSERT_TRUE(port.open());
     port.write(" ");
     port.setPresent(false);
-    EXPECT_FALSE(port.isOpen());
-    EXPECT_EQ(port.bytesWaiting(), 0);
-    EXPECT_NE(port.lastError(), "");
+    EXPECT_EQ(std::tuple(port.isOpen(), port.bytesWaiting(), port.lastError().empty()),
+              std::tuple(false, 0, false));
     EXPECT_FALSE(port.open());
 }
 
@@ -91,20 +92,18 @@ TEST_F(PortTest, RouterGivesEachNameItsOwnDevice) {
     ASSERT_TRUE(router.setPortName("COM3"));
     ASSERT_TRUE(router.open());
     router.write(" ");
-    EXPECT_EQ(system.written, " ");
-    EXPECT_EQ(system.settings(), "2400,n,8,1");
-    EXPECT_EQ(meter.requestsServed(), 0);
+    EXPECT_EQ(std::tuple(system.written, system.settings(), meter.requestsServed()),
+              std::tuple(" ", "2400,n,8,1", 0));
     router.close();
 
     ASSERT_TRUE(router.setPortName("SIM"));
-    EXPECT_EQ(router.portName(), "SIM");
-    EXPECT_EQ(port.lineBaud(), 2400);
+    EXPECT_EQ(std::tuple(router.portName(), port.lineBaud()), std::tuple(std::string("SIM"), 2400));
     router.setSettings("9600,n,8,1");
     ASSERT_TRUE(router.open());
     router.write(" ");
     EXPECT_EQ(router.bytesWaiting(), 21);
-    EXPECT_EQ(router.readAll(), frame);
-    EXPECT_EQ(system.written, " ") << "nothing more went to the serial port";
+    // Nothing more went to the serial port.
+    EXPECT_EQ(std::tuple(router.readAll(), system.written), std::tuple(frame, std::string(" ")));
 
     EXPECT_FALSE(router.setPortName("COM3")) << "no new name while a port is open";
     router.close();

@@ -9,20 +9,18 @@ namespace {
 
 using pa::sim::resampleLine;
 
-TEST(SerialLine, EqualSpeedsPassEveryByteValue) {
+// Equal speeds pass every byte value; a wrong speed garbles.
+TEST(SerialLine, OnlyAWrongSpeedGarbles) {
     std::string all;
     for (int b = 0; b < 256; ++b)
         all.push_back(static_cast<char>(b));
-    for (int baud : {1200, 9600})
-        EXPECT_EQ(resampleLine(all, baud, baud), all) << baud;
-}
-
-TEST(SerialLine, WrongSpeedGarbles) {
     const struct {
         std::string sent;
         int senderBaud, receiverBaud;
         std::string read;
     } cases[] = {
+        {all, 1200, 1200, all},
+        {all, 9600, 9600, all},
         // Sampled every second sender bit: start, d1 d3 d5 d7 low, then stop and idle high.
         {std::string(1, '\0'), 9600, 4800, "\xF8"},
         // 0x55 sampled twice per bit gives 0 1 1 0 0 1 1 0 (0x66) with a low stop sample; the
