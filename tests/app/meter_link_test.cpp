@@ -80,9 +80,10 @@ TEST_F(MeterLinkTest, SpeedCheckThresholdIsInclusive) {
         clock.setCostPerReading(c.elapsed); // t1 - t0 is one reading's cost
         ui.statusUpdates = 0;
         link.CheckPcSpeed();
-        EXPECT_EQ(state.slowPcFlag, c.slow) << c.start << " " << c.elapsed;
-        EXPECT_EQ(ui.statusUpdates, 1010);
-        EXPECT_EQ(ui.statusTextNow, "      ") << "the last count, 0, prints as blanks";
+        // The last count, 0, prints as blanks.
+        EXPECT_EQ(std::tie(state.slowPcFlag, ui.statusUpdates, ui.statusTextNow),
+                  std::make_tuple(c.slow, 1010, "      "))
+            << c.start << " " << c.elapsed;
     }
 }
 
@@ -116,9 +117,9 @@ TEST_F(MeterLinkTest, UnavailablePortsAreReportedAndNothingStarts) {
     for (int n : {2, 5, 16, 17, 0}) {
         ui.messages.clear();
         EXPECT_FALSE(link.SelectPort(n)) << n;
-        ASSERT_EQ(ui.messages.size(), 1u) << n;
-        EXPECT_EQ(ui.messages[0].text, "COM " + std::to_string(n) + " not available");
-        EXPECT_FALSE(link.lastFailure().empty()) << "the reason is kept for the status line";
+        // The reason is kept for the status line.
+        EXPECT_EQ(std::tuple(pa::testing::messageTexts(ui), link.lastFailure().empty()),
+                  std::tuple(std::vector{"COM " + std::to_string(n) + " not available"}, false));
     }
     EXPECT_EQ(std::make_tuple(timersOn, port.written, fs::exists(folder / "commport.dat")),
               std::make_tuple(false, "", false));
@@ -166,8 +167,9 @@ TEST_F(MeterLinkTest, BaudChangeTellsTheInstrumentFirstThenReopens) {
         const std::vector<std::string> expected{std::string("write ") + c.command, "close",
                                                 std::string("settings ") + c.settings,
                                                 "open /dev/ttyUSB0", "write  "};
-        EXPECT_EQ(std::tie(port.calls, state.baudCode), std::tie(expected, c.code)) << c.index;
-        EXPECT_EQ(link.baudCaption(), c.caption);
+        EXPECT_EQ(std::tie(port.calls, state.baudCode, link.baudCaption()),
+                  std::make_tuple(expected, c.code, c.caption))
+            << c.index;
     }
     port.calls.clear();
     for (int outside : {-1, 4})

@@ -59,10 +59,11 @@ TEST_F(ImprovePFAlone, CalculatesCapsAndPrints) {
     EXPECT_TRUE(ui.messages.empty());
 
     enter(5, "10");
-    ASSERT_EQ(ui.messages.size(), 1u);
-    EXPECT_EQ(ui.messages[0].text, "Max. capacitance to be added is 3.0uF(PF=1)");
-    EXPECT_EQ(std::make_tuple(window.box(0)->text(), window.box(5)->text(), boxColour(window, 5)),
-              std::make_tuple(QString("1.0"), QString("3.0uF"), QColor(0, 255, 255)));
+    EXPECT_EQ(
+        std::make_tuple(pa::testing::messageTexts(ui), window.box(0)->text(), window.box(5)->text(),
+                        boxColour(window, 5)),
+        std::make_tuple(std::vector<std::string>{"Max. capacitance to be added is 3.0uF(PF=1)"},
+                        QString("1.0"), QString("3.0uF"), QColor(0, 255, 255)));
 
     QPrinter printer(QPrinter::HighResolution);
     printer.setOutputFormat(QPrinter::PdfFormat);
@@ -82,22 +83,21 @@ TEST_F(ImprovePFAlone, RefusalsEmptyTheBoxesAndOtherKeysDoNothing) {
     ASSERT_TRUE(window.calculator().hasImproved());
     window.box(1)->setText("0.4");
     window.Text1_KeyPress(1, 'A'); // not Enter: nothing happens
-    EXPECT_TRUE(ui.messages.empty());
-    EXPECT_EQ(window.box(5)->text(), "678.2nF");
+    EXPECT_EQ(std::make_pair(ui.messages.size(), window.box(5)->text()),
+              std::make_pair(std::size_t{0}, QString("678.2nF")));
     window.Text1_KeyPress(1, kEnterKey);
-    ASSERT_EQ(ui.messages.size(), 1u);
-    EXPECT_EQ(ui.messages[0].icon, pa::app::Icon::Exclamation) << ui.messages[0].text;
-    EXPECT_EQ(boxTexts(window), (std::array<QString, 6>{}));
-    EXPECT_FALSE(window.calculator().hasImproved());
     window.Text1_KeyPress(2, kEnterKey); // an empty box: nothing, not even a message
-    EXPECT_EQ(ui.messages.size(), 1u);
+    ASSERT_EQ(ui.messages.size(), 1u);
+    EXPECT_EQ(
+        std::make_tuple(ui.messages[0].icon, boxTexts(window), window.calculator().hasImproved()),
+        std::make_tuple(pa::app::Icon::Exclamation, std::array<QString, 6>{}, false));
 
     readouts[pa::live::kPF] = "OL";
     window.findChild<QPushButton*>("UpdateP")->click();
-    EXPECT_EQ(shown(&window, "Current_0"), "OL");
     enter(0, "0.95");
-    EXPECT_EQ(ui.messages.back().text, "Unknown PF");
-    EXPECT_FALSE(window.calculator().hasImproved());
+    EXPECT_EQ(std::make_tuple(shown(&window, "Current_0"), ui.messages.back().text,
+                              window.calculator().hasImproved()),
+              std::make_tuple(QString("OL"), std::string("Unknown PF"), false));
 }
 
 // Small and large, the diagram fills its frame and draws in both states' colours; a resize

@@ -12,6 +12,10 @@ using namespace pa::plot;
 using pa::testing::recordsFile;
 using pa::testing::tempFile;
 const Quantity& kWatt = kQuantities[0];
+// Each group of three has its minimum and maximum away from its first and last record.
+double zigzag(long i) {
+    return i % 3 == 2 ? -static_cast<double>(i) : i * 2.0;
+}
 
 // The recorder's lines pass the format check (which looks only at the commas in columns 11,
 // 43 and 61) and give the plotter its numbers at fixed columns. Entries 5 to 8 start three
@@ -64,7 +68,6 @@ TEST(PlotLoaderTest, EstimatesAndEnvelopeFigures) {
 // differ from its first and last record) as loaded whole or as a zoomed range: from 3600
 // records on, an envelope of minimum and maximum per group.
 TEST(PlotLoaderTest, RecordsAndEnvelopes) {
-    auto zigzag = [](long i) { return i % 3 == 2 ? -static_cast<double>(i) : i * 2.0; };
     const struct {
         const char* name;
         long records;
@@ -102,7 +105,6 @@ TEST(PlotLoaderTest, RecordsAndEnvelopes) {
 }
 
 TEST(PlotLoaderTest, EnvelopeReadInPiecesIsTheSame) {
-    auto zigzag = [](long i) { return i % 3 == 2 ? -static_cast<double>(i) : i * 2.0; };
     const std::string path = recordsFile("r3601p.txt", 3601, zigzag);
     // As estimated, too few (lines left over) and too many records expected.
     for (const long records : {3601L, 3600L, 5000L}) {
@@ -112,10 +114,9 @@ TEST(PlotLoaderTest, EnvelopeReadInPiecesIsTheSame) {
         const auto pieces = loadRecords(
             path, kWatt, records, [&](std::uint64_t done) { lastProgress = done; }, {3, 4096});
         ASSERT_TRUE(whole && pieces);
-        EXPECT_EQ(pieces->sets, whole->sets);
-        EXPECT_EQ(pieces->labels, whole->labels);
-        EXPECT_EQ(pieces->linesNotPlotted, whole->linesNotPlotted);
-        EXPECT_EQ(lastProgress, static_cast<std::uint64_t>(fileLength(path)));
+        EXPECT_EQ(std::tie(pieces->sets, pieces->labels, pieces->linesNotPlotted, lastProgress),
+                  std::make_tuple(whole->sets, whole->labels, whole->linesNotPlotted,
+                                  static_cast<std::uint64_t>(fileLength(path))));
     }
 }
 
@@ -137,11 +138,10 @@ TEST(PlotLoaderTest, HeaderLostCommunicationOverloadAndShortLinesReadAsZero) {
     const auto probe = probeFile(path);
     ASSERT_TRUE(probe->formatOk);
     const auto data = loadRecords(path, kWatt, 6);
-    ASSERT_EQ(data->sets[0].size(), 6u);
-    EXPECT_EQ(data->sets[0], (std::vector<double>{0, 0, 0, 0, 0, 2345.67}));
-    EXPECT_EQ(data->labels[0], "      Time, ");
-    EXPECT_EQ(data->labels[4], "16:58:11.0,");
-    EXPECT_EQ(pa::testing::lostCommunicationLine("11-15-2026", "16:58:10.0").size(), 143u);
+    ASSERT_EQ(data->labels.size(), 6u);
+    EXPECT_EQ(std::tie(data->sets[0], data->labels[0], data->labels[4]),
+              std::make_tuple(std::vector<double>{0, 0, 0, 0, 0, 2345.67}, "      Time, ",
+                              "16:58:11.0,"));
 }
 
 TEST(PlotLoaderTest, TinyAndOddFiles) {
@@ -180,23 +180,20 @@ TEST(PlotLoaderTest, LongLinesKeepTheirHeadAndLength) {
     std::string_view head;
     std::uint64_t length;
     ASSERT_TRUE(reader.next(head, length));
-    EXPECT_EQ(length, big);
-    EXPECT_EQ(head.size(), LineReader::kKeepBytes);
+    EXPECT_EQ(std::pair(length, head.size()),
+              std::pair(std::uint64_t{big}, LineReader::kKeepBytes));
     ASSERT_TRUE(reader.next(head, length));
     EXPECT_EQ(head, "next");
     EXPECT_FALSE(reader.next(head, length));
-
     const auto probe = probeFile(path);
-    EXPECT_EQ(probe->records, 1);
-    EXPECT_FALSE(probe->formatOk);
+    EXPECT_EQ(std::pair(probe->records, probe->formatOk), std::pair(1L, false));
 }
 
 TEST(PlotLoaderTest, ColumnsCountCharactersNotBytes) {
     const std::string line = "\xe6\xaf\x8f\xe6\x9c\x88" + std::string(8, ' ') + "42x";
-    EXPECT_EQ(columnSlice(line, 3, 10), "        42");
-    EXPECT_EQ(columnSlice(line, 1, 2), "\xe6\xaf\x8f\xe6\x9c\x88");
-    EXPECT_EQ(columnSlice("abc", 5, 3), "");
-    EXPECT_EQ(characterCount(line), 13u);
+    EXPECT_EQ(std::tuple(columnSlice(line, 3, 10), columnSlice(line, 1, 2),
+                         columnSlice("abc", 5, 3), characterCount(line)),
+              std::tuple("        42", "\xe6\xaf\x8f\xe6\x9c\x88", "", 13u));
 }
 
 // A column's text reads as its leading number, as typed numbers are read: blanks anywhere are
@@ -216,8 +213,8 @@ TEST(PlotLoaderTest, Statistics) {
     EXPECT_EQ(std::vector<double>({double(s.count), s.minimum, s.maximum, s.mean}),
               std::vector<double>({8, 2, 9, 5}));
     EXPECT_NEAR(s.standardDeviation, 2.1380899, 1e-6);
-    EXPECT_EQ(statistics({3}).standardDeviation, 0);
-    EXPECT_EQ(statistics({}).count, 0);
+    EXPECT_EQ(std::pair(statistics({3}).standardDeviation, statistics({}).count),
+              std::pair(0.0, 0L));
 }
 
 } // namespace
