@@ -217,8 +217,7 @@ void writeRow(RowBlock& b, const Entry& e, char sep) {
             p = putPlain(p, e.values[q], sep);
     }
     *p++ = sep;
-    std::memcpy(p, e.period.data(), e.period.size());
-    p += e.period.size();
+    p = std::copy(e.period.begin(), e.period.end(), p); // an empty period has no bytes at all
     *p++ = sep;
     p = putPlain(p, e.hoursPerDay, sep);
     *p++ = sep;

@@ -231,10 +231,11 @@ TEST_F(RecorderTest, NamesThatGiveNoFile) {
         EXPECT_FALSE(create(typed));
         EXPECT_EQ(recorder.state(), RecordingState::NoFile);
         ASSERT_EQ(ui.messages.size(), message.empty() ? 0u : 1u);
-        if (!message.empty())
+        if (!message.empty()) {
             EXPECT_EQ(
                 std::tuple(ui.messages[0].text.substr(0, message.size()), ui.messages[0].icon),
                 std::tuple(message, pa::app::Icon::Exclamation));
+        }
     }
     Lines made;
     for (const auto& entry : fs::directory_iterator(dataFile("")))
