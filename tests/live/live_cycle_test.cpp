@@ -336,7 +336,7 @@ TEST_F(CycleTest, GetHzCountsItsWaitDownAndRefusesRepliesOfTheWrongLength) {
         std::string stale; // still waiting when Get Hz is pressed
         std::string reply;
         const char* hz;
-        std::vector<std::string> said;
+        std::vector<std::string> said = {};
         bool hold = false;
     } cases[] = {{"", fiveBytes, "50Hz"},
                  {second({PF, 1, 3}), fiveBytes, "50Hz"}, // drained first
