@@ -75,14 +75,10 @@ void appendText(std::string& out, std::string_view text, char separator) {
     out += '"';
 }
 
+// A record's row, the long way (numbers in any notation, a period that needs quoting).
 void appendRow(std::string& out, const Entry& e, char sep, UtcOffsets& offsets) {
     appendTimestamp(out, e.timeMs, offsets);
     out += sep;
-    if (e.kind == EntryKind::LostCommunication) {
-        out.append(13, sep);
-        out += "no_com\r\n";
-        return;
-    }
     appendNumber(out, e.record, sep);
     // The window works VA and VAR out of an overloaded reading as if it were 0: that is no
     // measurement, and the cell stays empty as for the overload itself.
@@ -203,9 +199,10 @@ void writeRow(RowBlock& b, const Entry& e, char sep) {
     char* p = putTimestamp(start, e.timeMs, b);
     *p++ = sep;
     if (e.kind == EntryKind::LostCommunication) {
+        constexpr std::string_view kLost = "no_com\r\n";
         std::memset(p, sep, 13);
-        std::memcpy(p + 13, "no_com\r\n", 8);
-        b.used += static_cast<std::size_t>(p + 21 - start);
+        p = std::copy(kLost.begin(), kLost.end(), p + 13);
+        b.used += static_cast<std::size_t>(p - start);
         return;
     }
     p = putPlain(p, e.record, sep);
