@@ -182,9 +182,12 @@ bool plainRow(const Entry& e, char separator) {
     for (const FieldValue& v : e.values)
         if (v.number && !v.plain)
             return false;
-    return !looksLikeFormula(e.period) &&
-           e.period.find_first_of(std::string_view{"\"\r\n"}) == std::string_view::npos &&
-           e.period.find(separator) == std::string_view::npos;
+    if (looksLikeFormula(e.period))
+        return false;
+    // One look at each character (find_first_of would look each one up in the list).
+    return std::none_of(e.period.begin(), e.period.end(), [separator](char c) {
+        return c == '"' || c == '\r' || c == '\n' || c == separator;
+    });
 }
 
 void writeRow(RowBlock& b, const Entry& e, char sep) {

@@ -6,6 +6,7 @@
 #include "plot/line_reader.h"
 
 #include <algorithm>
+#include <bit>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -156,9 +157,70 @@ bool isOverload(std::string_view s) {
     return s.starts_with("OL") || s.starts_with("-OL");
 }
 
-// Reads one value field into v, which is as default-constructed; filled in place, as copying
-// a returned FieldValue would stall on its just-written parts.
-void readField(std::string_view text, std::string_view suffix, FieldValue& v) {
+// The recorder's own value field in one pass: blanks, a plain decimal, blanks, the unit (or
+// none), blanks. Reads as the general way below does; false (v untouched) for anything else.
+bool readPlainField(std::string_view text, std::string_view suffix, FieldValue& v) {
+    const char* p = text.data();
+    const char* const end = p + text.size();
+    // The blanks before a right-aligned number, eight at a time.
+    if constexpr (std::endian::native == std::endian::little) {
+        while (end - p >= 8) {
+            std::uint64_t word;
+            std::memcpy(&word, p, 8);
+            const std::uint64_t spaces = word ^ 0x2020202020202020ULL;
+            const std::uint64_t tabs = word ^ 0x0909090909090909ULL;
+            // The top bit of each byte that is a space or a tab.
+            constexpr std::uint64_t kLow7 = 0x7f7f7f7f7f7f7f7fULL;
+            const std::uint64_t blank =
+                ~((((spaces & kLow7) + kLow7) | spaces) & (((tabs & kLow7) + kLow7) | tabs)) &
+                ~kLow7;
+            if (blank == ~kLow7) {
+                p += 8;
+                continue;
+            }
+            p += std::countr_one(blank >> 7 | ~0x0101010101010101ULL) / 8;
+            break;
+        }
+    }
+    while (p != end && (*p == ' ' || *p == '\t'))
+        ++p;
+    const char* const start = p;
+    const bool negative = p != end && *p == '-';
+    p += negative;
+    const char* point = nullptr;
+    std::uint64_t whole = 0;
+    int digitCount = 0;
+    for (; p != end; ++p) {
+        const unsigned digit = static_cast<unsigned char>(*p) - unsigned{'0'};
+        if (digit < 10)
+            whole = whole * 10 + digit, ++digitCount;
+        else if (*p == '.' && !point)
+            point = p;
+        else
+            break;
+    }
+    if (digitCount == 0 || digitCount > kPlainDigits)
+        return false;
+    const char* const numberEnd = p;
+    while (p != end && (*p == ' ' || *p == '\t' || *p == '\r'))
+        ++p;
+    const char* rest = end;
+    while (rest != p && (rest[-1] == ' ' || rest[-1] == '\t' || rest[-1] == '\r'))
+        --rest;
+    if (rest != p && std::string_view(p, static_cast<std::size_t>(rest - p)) != suffix)
+        return false;
+    double value = static_cast<double>(whole);
+    if (point && point + 1 != numberEnd)
+        value /= kPowersOfTen[numberEnd - point - 1];
+    v.number = negative ? -value : value;
+    v.text = std::string_view(start, static_cast<std::size_t>(numberEnd - start));
+    v.plain = true;
+    return true;
+}
+
+// Any other value field (numbers in other notations, overloads, cut or missing values).
+[[gnu::noinline]] void readOtherField(std::string_view text, std::string_view suffix,
+                                      FieldValue& v) {
     text = trim(text);
     if (!suffix.empty() && text.ends_with(suffix))
         text = trim(text.substr(0, text.size() - suffix.size())); // " 0.98 PF"
@@ -175,6 +237,13 @@ void readField(std::string_view text, std::string_view suffix, FieldValue& v) {
         v.number = number(text);
     if (v.number)
         v.text = text;
+}
+
+// Reads one value field into v, which is as default-constructed; filled in place, as copying
+// a returned FieldValue would stall on its just-written parts.
+void readField(std::string_view text, std::string_view suffix, FieldValue& v) {
+    if (!readPlainField(text, suffix, v))
+        readOtherField(text, suffix, v);
 }
 
 // Splits at the first `count - 1` commas; the last piece keeps any further commas.
@@ -534,10 +603,18 @@ void RecordingReader::readDataRecord(const std::string_view* f, Entry& e) {
             continue;
         Remembered& r = remembered_[q];
         const std::string_view field = f[3 + q];
+        // A field that changed on the last line (the power of a 1-s recording) likely changes
+        // again: it is read for a few lines without being compared and kept.
+        if (r.rest > 0) {
+            --r.rest;
+            readField(field, kDataSuffix[q], e.values[q]);
+            continue;
+        }
         if (!r.same(field)) {
             r.values[0].value = {};
             readField(field, kDataSuffix[q], r.values[0].value);
             r.keep(field);
+            r.rest = Remembered::kRestAfterChange;
         }
         e.values[q] = r.values[0].value;
         if (!e.values[q].text.empty())

@@ -114,6 +114,8 @@ class RecordingReader {
         };
         Value values[3]; // a value field uses the first; the tail its three numbers
         std::size_t periodAt = 0, periodSize = 0;
+        int rest = 0; // lines to read without looking here
+        static constexpr int kRestAfterChange = 8;
         bool same(std::string_view field) const;
         void keep(std::string_view field);
     };
