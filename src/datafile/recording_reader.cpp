@@ -6,6 +6,7 @@
 #include "plot/line_reader.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cerrno>
 #include <charconv>
@@ -70,24 +71,59 @@ std::size_t commaCount(const char* p, std::size_t n) {
     return count;
 }
 
+#if defined(__SSE2__)
+// The fixed commas as a bit mask of the line's first 128 bytes, sixteen bits a block.
+constexpr std::size_t kMaskedBytes = 128;
+constexpr auto kFixedCommaMask = [] {
+    std::array<int, kMaskedBytes / 16> mask{};
+    for (const int at : kFixedCommas)
+        mask[static_cast<std::size_t>(at / 16)] |= 1 << (at % 16);
+    return mask;
+}();
+#endif
+
+// True when the line has commas at the fixed places and nowhere else.
+bool fixedCommas(std::string_view line) {
+#if defined(__SSE2__)
+    // Each block's commas as a mask, compared with where they belong: no count, no branch.
+    if (line.size() >= kMaskedBytes) {
+        const __m128i commas = _mm_set1_epi8(',');
+        int differ = 0;
+        for (std::size_t k = 0; k < kFixedCommaMask.size(); ++k) {
+            const __m128i block =
+                _mm_loadu_si128(reinterpret_cast<const __m128i*>(line.data() + 16 * k));
+            differ |= _mm_movemask_epi8(_mm_cmpeq_epi8(block, commas)) ^ kFixedCommaMask[k];
+        }
+        // No comma after them: the last block ends with the line, its bytes already looked
+        // at shifted out.
+        for (std::size_t i = kMaskedBytes; i < line.size(); i += 16) {
+            const std::size_t at = std::min(i, line.size() - 16);
+            const __m128i block =
+                _mm_loadu_si128(reinterpret_cast<const __m128i*>(line.data() + at));
+            differ |= _mm_movemask_epi8(_mm_cmpeq_epi8(block, commas)) >> (i - at);
+        }
+        return differ == 0;
+    }
+#endif
+    for (const int at : kFixedCommas)
+        if (line[static_cast<std::size_t>(at)] != ',')
+            return false;
+    return commaCount(line.data(), line.size()) == kDataFields - 1;
+}
+
 // Splits a line of the recorder's own layout at its fixed commas; false (nothing touched) for
 // any other line, which then goes the general way.
 bool splitFixed(std::string_view line, std::string_view* out) {
     constexpr std::size_t kLastStart = kFixedCommas[kDataFields - 2] + 1;
-    if (line.size() < kLastStart)
-        return false;
-    for (const int at : kFixedCommas)
-        if (line[static_cast<std::size_t>(at)] != ',')
-            return false;
-    if (commaCount(line.data(), line.size()) != kDataFields - 1)
+    if (line.size() < kLastStart || !fixedCommas(line))
         return false;
     std::size_t start = 0;
     for (int i = 0; i < kDataFields - 1; ++i) {
         const auto at = static_cast<std::size_t>(kFixedCommas[i]);
-        out[i] = line.substr(start, at - start);
+        out[i] = std::string_view(line.data() + start, at - start);
         start = at + 1;
     }
-    out[kDataFields - 1] = line.substr(start);
+    out[kDataFields - 1] = std::string_view(line.data() + start, line.size() - start);
     return true;
 }
 
@@ -294,6 +330,27 @@ std::optional<std::int64_t> parseDate(std::string_view s, int yearIfMissing) {
 
 // "hh:mm:ss", "hh:mm:ss.s": milliseconds since midnight.
 std::optional<std::int64_t> parseClock(std::string_view s) {
+    // The recorder's own "hh:mm:ss.s", its first eight bytes read as one word.
+    if constexpr (std::endian::native == std::endian::little) {
+        if (s.size() == 10 && s[8] == '.' && static_cast<unsigned char>(s[9] - '0') < 10) {
+            constexpr std::uint64_t kColonBytes = 0xff0000ff0000ULL, kColons = 0x3a00003a0000ULL;
+            constexpr std::uint64_t kZeros = 0x3030303030303030ULL, kHigh = 0xf0f0f0f0f0f0f0f0ULL;
+            std::uint64_t word;
+            std::memcpy(&word, s.data(), 8);
+            // The colons made zeros, then each byte a digit: "0" to "9" and past "9" after + 6.
+            const std::uint64_t d = (word & ~kColonBytes) | (kZeros & kColonBytes);
+            if ((word & kColonBytes) == kColons && (d & kHigh) == kZeros &&
+                ((d + 0x0606060606060606ULL) & kHigh) == kZeros) {
+                // Each byte's digit times ten plus the next: hours, minutes, seconds in bytes
+                // 0, 3 and 6.
+                const std::uint64_t v = d - kZeros, pairs = v * 10 + (v >> 8);
+                const unsigned h = pairs & 0xff, m = pairs >> 24 & 0xff, sec = pairs >> 48 & 0xff;
+                if (h < 24 && m < 60 && sec < 60)
+                    return ((h * 60 + m) * 60 + sec) * std::int64_t{1000} +
+                           static_cast<unsigned char>(s[9] - '0') * 100;
+            }
+        }
+    }
     s = trim(s);
     // The recorder's "hh:mm:ss.s", read by position.
     if (s.size() == 10 && s[2] == ':' && s[5] == ':' && s[8] == '.') {
