@@ -75,10 +75,10 @@ TEST_F(ImprovePFAlone, CalculatesCapsAndPrints) {
     EXPECT_FALSE(window.isVisible());
 }
 
-// Only Enter calculates; a refusal empties the boxes and drops the improved state, an empty
-// box says nothing, and an over-range reading is an unknown PF.
+// Update reads the present state; only Enter calculates; a refusal empties the boxes and drops
+// the improved state, and an empty box says nothing.
 TEST_F(ImprovePFAlone, RefusalsEmptyTheBoxesAndOtherKeysDoNothing) {
-    window.UpdateP();
+    window.findChild<QPushButton*>("UpdateP")->click();
     enter(0, "0.95");
     ASSERT_TRUE(window.calculator().hasImproved());
     window.box(1)->setText("0.4");
@@ -91,25 +91,21 @@ TEST_F(ImprovePFAlone, RefusalsEmptyTheBoxesAndOtherKeysDoNothing) {
     EXPECT_EQ(
         std::make_tuple(ui.messages[0].icon, boxTexts(window), window.calculator().hasImproved()),
         std::make_tuple(pa::app::Icon::Exclamation, std::array<QString, 6>{}, false));
-
-    readouts[pa::live::kPF] = "OL";
-    window.findChild<QPushButton*>("UpdateP")->click();
-    enter(0, "0.95");
-    EXPECT_EQ(std::make_tuple(shown(&window, "Current_0"), ui.messages.back().text,
-                              window.calculator().hasImproved()),
-              std::make_tuple(QString("OL"), std::string("Unknown PF"), false));
 }
 
-// Small and large, the diagram fills its frame and draws in both states' colours; a resize
-// refreshes the present state. In Chinese the labels keep a readable size (every text
-// translated: the main window's Chinese walk).
-TEST_F(ImprovePFAlone, PicturesScaleWithTheWindow) {
-    enter(2, "120");
-    ASSERT_TRUE(window.calculator().hasImproved());
+// On a nearly flat triangle, small and large, the diagram fills its frame in both states'
+// colours and keeps its labels apart, the improved angle on its arc. A resize refreshes the
+// present state: the same reading keeps the result, another one drops it from the pictures.
+// In Chinese the labels keep a readable size (every text translated: the Chinese walk).
+TEST_F(ImprovePFAlone, PicturesScaleKeepLabelsApartAndDropAStaleResult) {
+    readouts = {" 121.4", "  .960", "  230", "  .550", "16.3", "126.50", "35.54", "50Hz"};
+    window.UpdateP();
+    enter(0, "0.99");
+    auto* diagram = window.findChild<pa::pfimprove::PhaseDiagram*>("PhaseDiagram");
+    const auto angle = [](const auto& l) { return l.first == QString("φ 8.1°"); };
     for (QSize size : {QSize(760, 520), QSize(1500, 1000)}) {
         window.resize(size);
         QApplication::processEvents();
-        auto* diagram = window.findChild<QWidget*>("PhaseDiagram");
         const QImage image = diagram->grab().toImage();
         int present = 0, improved = 0;
         for (int y = 0; y < image.height(); ++y)
@@ -117,44 +113,26 @@ TEST_F(ImprovePFAlone, PicturesScaleWithTheWindow) {
                 present += image.pixelColor(x, y) == pa::pfimprove::kPresentColour;
                 improved += image.pixelColor(x, y) == pa::pfimprove::kImprovedColour;
             }
+        const auto& labels = diagram->labels();
         EXPECT_TRUE(present > image.height() / 4 && improved > image.height() / 4 &&
-                    diagram->width() > size.width() / 3)
+                    diagram->width() > size.width() / 3 &&
+                    std::any_of(labels.begin(), labels.end(), angle))
             << size.width() << ": " << present << " " << improved << " " << diagram->width();
+        for (std::size_t i = 0; i < labels.size(); ++i)
+            for (std::size_t j = i + 1; j < labels.size(); ++j)
+                EXPECT_FALSE(labels[i].second.intersects(labels[j].second))
+                    << labels[i].first.toStdString() << " / " << labels[j].first.toStdString();
     }
     readouts[pa::live::kW] = "200";
     window.resize(800, 560);
     QApplication::processEvents();
-    EXPECT_EQ(shown(&window, "Circuit_0"), "200");
+    diagram->repaint();
+    EXPECT_EQ(
+        std::make_tuple(shown(&window, "Circuit_0"), window.calculator().hasImproved(),
+                        std::any_of(diagram->labels().begin(), diagram->labels().end(), angle)),
+        std::make_tuple(QString("200"), false, false));
     window.applyCaptions(2);
     EXPECT_EQ(window.findChild<QLabel*>("Label1_0")->font().pointSize(), 12);
-}
-
-// After Update with another reading the pictures show no improved state; a nearly flat triangle
-// keeps its labels apart, the improved angle on its arc.
-TEST_F(ImprovePFAlone, NoStaleResultAndReadableLabels) {
-    readouts = {" 121.4", "  .960", "  230", "  .550", "16.3", "126.50", "35.54", "50Hz"};
-    window.resize(900, 640);
-    QApplication::processEvents();
-    window.UpdateP();
-    auto* diagram = window.findChild<pa::pfimprove::PhaseDiagram*>("PhaseDiagram");
-    enter(0, "0.99");
-    ASSERT_TRUE(window.calculator().hasImproved());
-    diagram->repaint();
-    const auto& labels = diagram->labels();
-    for (std::size_t i = 0; i < labels.size(); ++i)
-        for (std::size_t j = i + 1; j < labels.size(); ++j)
-            EXPECT_FALSE(labels[i].second.intersects(labels[j].second))
-                << labels[i].first.toStdString() << " / " << labels[j].first.toStdString();
-    const auto angle = [](const auto& l) { return l.first == QString("φ 8.1°"); };
-    EXPECT_TRUE(std::any_of(labels.begin(), labels.end(), angle)) << "the improved angle";
-
-    window.UpdateP(); // the same reading keeps the result; another one drops it
-    EXPECT_TRUE(window.calculator().hasImproved());
-    readouts = {" 100.0", "  .800", "  230", "  .550", "36.9", "125.00", "75.00", "50Hz"};
-    window.findChild<QPushButton*>("UpdateP")->click();
-    EXPECT_FALSE(window.calculator().hasImproved());
-    diagram->repaint();
-    EXPECT_FALSE(std::any_of(diagram->labels().begin(), diagram->labels().end(), angle));
 }
 
 } // namespace

@@ -151,11 +151,11 @@ TEST(ManualScreenshots, LoggerAndSelfTest) {
     emit output->activated(2);
     enter(logger->findChild<QLineEdit*>("Text1_3"), "3");
     enter(logger->findChild<QLineEdit*>("Text2"), "W 7 42");
-    EXPECT_EQ(std::make_tuple(memory.at(59), memory.word(18), memory.at(7)),
-              std::make_tuple(2, 8, 42));
-    EXPECT_EQ(logger->findChild<QLineEdit*>("Text1_3")->text(), "3.2   ") << "rounded, shown";
-    EXPECT_EQ(rig.ui.messages.size(), 1u) << "the list's note";
-    EXPECT_EQ(shown(logger, "Label1_40"), "2A") << "the console's reply";
+    // Written, the sampling shown rounded, the list's note given and the console's reply shown.
+    EXPECT_EQ(std::make_tuple(memory.at(59), memory.word(18), memory.at(7),
+                              logger->findChild<QLineEdit*>("Text1_3")->text(),
+                              rig.ui.messages.size(), shown(logger, "Label1_40")),
+              std::make_tuple(2, 8, 42, QString("3.2   "), std::size_t{1}, QString("2A")));
 
     memory.setWord(41, 0); // no write failures
     memory.setWord(43, 0);
