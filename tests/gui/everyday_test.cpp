@@ -228,9 +228,9 @@ TEST_F(RealDialogs, BusyWaitsPaintAndTheLoggerOwnsItsDialogs) {
     look.stop();
     EXPECT_TRUE(QRegularExpression("Get Hz.* [1-5] s$").match(text).hasMatch())
         << text.toStdString();
-    EXPECT_EQ(std::make_tuple(boxShown, paints.n > 0, banner->isVisible()),
-              std::make_tuple(false, true, false));
-    EXPECT_EQ(window.panel(pa::live::kHz)->text(), "50Hz");
+    EXPECT_EQ(std::make_tuple(boxShown, paints.n > 0, banner->isVisible(),
+                              window.panel(pa::live::kHz)->text()),
+              std::make_tuple(false, true, false, QString("50Hz")));
 
     pa::logger::Logger* logger = window.openLogger();
     logger->move(400, 300);
@@ -275,8 +275,8 @@ TEST_F(RealDialogs, EverySpeedCheckUpdateIsPaintedAndCancelIsOfferedDuringATrans
     ASSERT_TRUE(waitFor([&] { return status->testAttribute(Qt::WA_Mapped); }));
     PaintCounter paints(status->findChild<QLabel*>("Text1"));
     window.link().CheckPcSpeed();
-    EXPECT_EQ(paints.n, 1010) << "one paint per update, before the check ends";
-    EXPECT_FALSE(status->isVisible()) << "the check hides the window at its end";
+    // One paint per update, before the check ends; the check hides the window at its end.
+    EXPECT_EQ(std::pair(paints.n, status->isVisible()), std::pair(1010, false));
 
     ui.statusShow();
     EXPECT_FALSE(status->cancelButton()->isVisible());
@@ -319,8 +319,7 @@ TEST_F(RealDialogs, SaveDialogsAddTheChosenFiltersExtension) {
         });
         const auto path = ui.saveFileAt("Save logger data", "Data Files (*.txt);;CSV Files (*.csv)",
                                         rig.profile.str() + "/.txt");
-        ASSERT_TRUE(path) << c.typed;
-        EXPECT_EQ(fs::path(*path).filename().string(), c.saved);
+        EXPECT_EQ(fs::path(path.value_or("")).filename().string(), c.saved);
     }
 }
 

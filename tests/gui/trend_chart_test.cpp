@@ -73,7 +73,6 @@ class TrendChartTest : public ::testing::Test {
 // for the quantity chosen and a second one on the right axis. Each load shows from the next
 // sample: the first frame was asked for at the start.
 TEST_F(TrendChartTest, SamplesAppearWithTheStatisticsOfTheShownSpan) {
-    EXPECT_TRUE(chart.store().empty());
     const double amps[] = {0.55, 0.56, 0.56, 0.56, 0.56}; // 116.4, 116.4, 118.5, 118.5, 118.5 W
     for (double a : amps) {
         instrument.setLoad({230, a, 0.92, 50, 0});
@@ -102,10 +101,12 @@ TEST_F(TrendChartTest, OverloadsAndSilenceAreGapsNeverZeros) {
     ticks(12);
     instrument.setFault(pa::sim::Fault::None);
     ticks(12);
+    // Readings came back; no gap counted as a zero.
     const TrendStore& store = chart.store();
-    EXPECT_FLOAT_EQ(store.value(store.size() - 1, kW), 116.4f) << "readings came back";
-    EXPECT_FLOAT_EQ(static_cast<float>(store.stats(kW, 0, store.newestTime()).min), 116.4f);
-    EXPECT_GT(gapPixels(), 0);
+    EXPECT_EQ(std::tuple(store.value(store.size() - 1, kW),
+                         static_cast<float>(store.stats(kW, 0, store.newestTime()).min),
+                         gapPixels() > 0),
+              std::tuple(116.4f, 116.4f, true));
 }
 
 // The shown span as CSV (all that the ring holds when it is shorter; its lines are the CSV
@@ -119,13 +120,11 @@ TEST_F(TrendChartTest, SavesTheShownSpanAsPngAndCsvAndResets) {
     ui.files.push_back(dir + "trend_test.png");
     child<QPushButton>("trend_png")->click();
     const QImage png(QString::fromStdString(dir + "trend_test.png"));
-    EXPECT_EQ(png.width(), child<QWidget>("trend_chart")->width());
-    EXPECT_GT(png.height(), child<QWidget>("trend_chart")->height());
+    const QSize chartSize = child<QWidget>("trend_chart")->size();
+    EXPECT_TRUE(png.width() == chartSize.width() && png.height() > chartSize.height());
     EXPECT_FALSE(chart.saveCsv("/nonexistent-folder/trend.csv"));
-    ASSERT_FALSE(ui.messages.empty());
-    EXPECT_EQ(ui.messages.back().text.rfind("Could not save /nonexistent-folder/trend.csv: ", 0),
-              0u)
-        << ui.messages.back().text;
+    EXPECT_TRUE(!ui.messages.empty() && ui.messages.back().text.starts_with(
+                                            "Could not save /nonexistent-folder/trend.csv: "));
 
     // Reset asks first; No keeps the trend, Yes clears it and collecting goes on.
     ui.messages.clear();
@@ -182,8 +181,8 @@ TEST_F(TrendChartTest, ReadOutZoomKeysAndAxisRanges) {
     press(canvas, Qt::Key_Left);
     EXPECT_DOUBLE_EQ(chart.shownSpan().first, store.oldestTime()) << "nothing before it";
     press(canvas, Qt::Key_End);
-    EXPECT_FALSE(chart.paused() || pause->isChecked());
-    EXPECT_DOUBLE_EQ(chart.shownSpan().second, store.newestTime());
+    EXPECT_EQ(std::tuple(chart.paused(), pause->isChecked(), chart.shownSpan().second),
+              std::tuple(false, false, store.newestTime()));
 
     // A fixed range is asked for, kept, and given up for an empty answer.
     ui.inputs = {"0 500", "", ""};

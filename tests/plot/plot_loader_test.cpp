@@ -33,8 +33,8 @@ TEST(PlotLoaderTest, WriterLinesMatchTheColumnsThePlotterReads) {
          {std::pair{35, 9}, {44, 9}, {53, 9}, {62, 9}, {80, 12}, {106, 14}, {120, 14}})
         values.push_back(sliceValue(columnSlice(line, column, width)));
     EXPECT_EQ(values, (std::vector<double>{123.4, 0.98, 230.1, 0.547, 0.5, 0, 0}));
-    EXPECT_EQ(columnSlice(line, 80, 12), ".5,    125.9");
-    EXPECT_EQ(columnSlice(line, kLabelColumn, kLabelWidth), "16:58:09.4, ");
+    EXPECT_EQ(std::pair(columnSlice(line, 80, 12), columnSlice(line, kLabelColumn, kLabelWidth)),
+              std::pair(std::string_view(".5,    125.9"), std::string_view("16:58:09.4, ")));
     std::string commas(70, 'x');
     commas[10] = commas[42] = commas[60] = ',';
     const std::string noComma = commas.substr(0, 42) + " " + commas.substr(43);
@@ -93,17 +93,16 @@ TEST(PlotLoaderTest, RecordsAndEnvelopes) {
         const std::string path = recordsFile(std::to_string(c.records) + ".txt", c.records,
                                              c.zigzag ? zigzag : std::function<double(long)>{});
         const auto probe = probeFile(path);
-        ASSERT_TRUE(probe && probe->formatOk);
-        EXPECT_EQ(probe->records, c.records);
+        ASSERT_TRUE(probe && probe->formatOk && probe->records == c.records);
         const auto data = c.zoomFrom ? loadRange(path, kWatt, c.zoomFrom, c.zoomTo)
                                      : loadRecords(path, kWatt, probe->records);
         ASSERT_TRUE(data);
         std::vector<double> ends;
         for (int set = 0; set < data->setCount; ++set)
             ends.insert(ends.end(), {data->sets[set].front(), data->sets[set].back()});
-        EXPECT_EQ(std::tuple(ends, data->labelInterval), std::tuple(c.ends, c.interval));
-        ASSERT_EQ(data->labels.size(), c.labels);
-        EXPECT_EQ(data->labels[c.label], pa::testing::clockFor(c.labelRecord) + ", ");
+        EXPECT_EQ(
+            std::tuple(ends, data->labelInterval, data->labels.size(), data->labels.at(c.label)),
+            std::tuple(c.ends, c.interval, c.labels, pa::testing::clockFor(c.labelRecord) + ", "));
     }
 }
 

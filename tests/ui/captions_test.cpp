@@ -33,11 +33,10 @@ TEST(Captions, KnownTextsInBothLanguages) {
          "功因改善篇(電感負載參考用)"},
         {Caption::PfExit, "E&xit", "離開(&X)"},
     };
-    for (const auto& c : cases) {
+    for (const auto& c : cases)
         EXPECT_EQ(std::tuple(caption(c.which, 1), caption(c.which, 2), caption(c.which, 0),
                              caption(c.which, 3), caption(c.which, -1)),
                   std::tuple(c.english, c.chinese, c.english, c.english, c.english));
-    }
 }
 
 // Every caption: an English text, a Chinese one (only the file-name prompt has none), the same
