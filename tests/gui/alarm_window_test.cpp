@@ -61,8 +61,7 @@ TEST(ManualScreenshotsAlarm, EditorBannerAcknowledgeLogAndMark) {
               std::tuple(1, std::size_t{1}, true));
 
     waitFor([&] { return !window.cycle().readouts().Panel3D2[pa::live::kKWH].empty(); });
-    QDir().mkpath(PA_TEST_OUTPUT_DIR "/manual");
-    EXPECT_TRUE(window.grab().save(PA_TEST_OUTPUT_DIR "/manual/alarm-banner.png", "PNG", 0));
+    saveShot(window, "alarm-banner.png");
 
     // The load drops below the band: still listed, as cleared, until acknowledged.
     rig.load.amps = 0.3;

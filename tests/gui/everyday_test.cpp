@@ -62,8 +62,7 @@ TEST_F(Everyday, WhileRecordingAPauseIsAskedForAndShown) {
     menuItem(&window, "Now(Auto)")->trigger();
     const auto running = std::make_tuple(true, false, std::string("Recording !"));
     ASSERT_EQ(state(), running);
-    rig.state.language = 2;
-    window.applyCaptions(2);
+    menuItem(&window, "Chinese")->trigger();
     const auto plot = [&] { return window.findChild<pa::plot::PlotFile*>(); };
     ui.answers = {pa::app::Answer::No, pa::app::Answer::Yes};
     rig.action("PlotData")->trigger();

@@ -15,6 +15,8 @@
 namespace {
 
 using namespace pa::trend;
+using pa::sim::Display;
+using pa::sim::Fault;
 
 // A key pressed on a widget; unhandled, it goes on to the parents as a typed key does.
 void press(QWidget* widget, int key) {
@@ -44,7 +46,11 @@ class TrendChartTest : public ::testing::Test {
         clock.advance(0.5);
         return chart.afterPoll(poll);
     }
-    void ticks(int n, TrendChart* also = nullptr) {
+    // n sample periods with the instrument showing `display` and answering as `fault` says.
+    void ticks(int n, TrendChart* also = nullptr, Display display = Display::Normal,
+               Fault fault = Fault::None) {
+        instrument.setDisplay(display);
+        instrument.setFault(fault);
         for (int i = 0; i < n; ++i)
             tick(also);
     }
@@ -94,12 +100,8 @@ TEST_F(TrendChartTest, SamplesAppearWithTheStatisticsOfTheShownSpan) {
 TEST_F(TrendChartTest, OverloadsAndSilenceAreGapsNeverZeros) {
     ticks(2);
     EXPECT_EQ(gapPixels(), 0);
-    instrument.setDisplay(pa::sim::Display::Overload);
-    ticks(3);
-    instrument.setDisplay(pa::sim::Display::Normal);
-    instrument.setFault(pa::sim::Fault::Silent);
-    ticks(12);
-    instrument.setFault(pa::sim::Fault::None);
+    ticks(3, nullptr, Display::Overload);
+    ticks(12, nullptr, Display::Normal, Fault::Silent);
     ticks(12);
     // Readings came back; no gap counted as a zero.
     const TrendStore& store = chart.store();
@@ -186,11 +188,9 @@ TEST_F(TrendChartTest, ReadOutZoomKeysAndAxisRanges) {
 
     // A fixed range is asked for, kept, and given up for an empty answer.
     ui.inputs = {"0 500", "", ""};
-    chart.askAxisRange(0);
-    chart.askAxisRange(1);
-    EXPECT_EQ(ui.asked.back().defaultText, "");
-    chart.askAxisRange(0);
-    EXPECT_EQ(ui.asked.back().defaultText, "0 500");
+    for (int axis : {0, 1, 0})
+        chart.askAxisRange(axis);
+    EXPECT_EQ(ui.asked.end()[-2].defaultText + "|" + ui.asked.back().defaultText, "|0 500");
 }
 
 // The picture of a changing load: a swinging current, an overload, a silent spell and a
@@ -206,13 +206,9 @@ TEST_F(ManualScreenshotsTrend, PictureOfAChangingLoad) {
     instrument.setLoad(load);
     tick(); // the frame asked for before the load changed
     ticks(500, &day);
-    instrument.setDisplay(pa::sim::Display::Overload);
-    ticks(20, &day);
-    instrument.setDisplay(pa::sim::Display::Normal);
+    ticks(20, &day, Display::Overload);
     ticks(200, &day);
-    instrument.setFault(pa::sim::Fault::Silent);
-    ticks(60, &day);
-    instrument.setFault(pa::sim::Fault::None);
+    ticks(60, &day, Display::Normal, Fault::Silent);
     ticks(150, &day);
     day.pauseBegan("Get Hz", clock.now());
     clock.advance(20);
@@ -223,9 +219,7 @@ TEST_F(ManualScreenshotsTrend, PictureOfAChangingLoad) {
     day.show();
     day.findChild<QComboBox*>("trend_span")->setCurrentIndex(1); // 10 min
     day.findChild<QComboBox*>("trend_second")->setCurrentIndex(1 + kPF);
-    QApplication::processEvents();
-    ASSERT_TRUE(QDir().mkpath(PA_TEST_OUTPUT_DIR "/manual"));
-    EXPECT_TRUE(day.grab().save(PA_TEST_OUTPUT_DIR "/manual/trend.png", "PNG", 0));
+    pa::testing::saveShot(day, "trend.png");
     const Stats w = day.store().stats(kW, day.shownSpan().first, day.shownSpan().second);
     EXPECT_TRUE(w.min < 0.7 * 230 * 2 * 0.85 && w.max > 1.3 * 230 * 2 * 0.85)
         << "the swing reaches down and up: " << w.min << " " << w.max;

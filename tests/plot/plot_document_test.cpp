@@ -142,11 +142,10 @@ TEST_F(PlotDocumentTest, ZoomChecksInOrder) {
         doc.ZoomIn();
         EXPECT_EQ(ui.asked[0],
                   (AskedInput{"Enter the starting record number", "Total 4000 records", "1"}));
-        if (ui.asked.size() > 1) {
+        if (ui.asked.size() > 1)
             EXPECT_EQ(ui.asked[1].prompt + "|" + ui.asked[1].title,
                       "Enter the ending record number (max. to_plot records 3600)|"
                       "Total 4000 records");
-        }
         EXPECT_EQ(texts(), c.message.empty() ? std::vector<std::string>{}
                                              : std::vector<std::string>{c.message});
         EXPECT_TRUE(c.message.empty() || ui.messages[0].icon == Icon::Exclamation);
@@ -157,6 +156,11 @@ TEST_F(PlotDocumentTest, ZoomChecksInOrder) {
 }
 
 TEST_F(PlotDocumentTest, ScaleBoundsByHandAndFromTheData) {
+    // Numbers as the messages and default answers show them; a flat line gets a range round it.
+    EXPECT_EQ(numberText(3601) + " " + numberText(2.5) + " " + numberText(-0.125),
+              "3601 2.5 -0.125");
+    const NiceRange flat = niceRange(5, 5);
+    EXPECT_TRUE(flat.low < 5 && flat.high > 5) << flat.low << ".." << flat.high;
     doc.setFileName(recordsFile("doc30.txt", 30)); // watts 1..30
     doc.SelectData(0);
     EXPECT_TRUE(!doc.userScale() && doc.yMin() <= 1 && doc.yMax() >= 30);
@@ -214,13 +218,6 @@ TEST_F(PlotDocumentTest, GridTitlesAndLabels) {
     EXPECT_TRUE(doc.xLabels().empty());
 }
 
-TEST(NumberTextTest, AsMessagesShowThem) {
-    EXPECT_EQ(numberText(3601) + " " + numberText(2.5) + " " + numberText(-0.125),
-              "3601 2.5 -0.125");
-    const NiceRange flat = niceRange(5, 5); // a flat line still gets a range round it
-    EXPECT_TRUE(flat.low < 5 && flat.high > 5) << flat.low << ".." << flat.high;
-}
-
 TEST(PlotBadInputTest, FileThatShrinksOrGrowsAfterTheCount) {
     const std::string path = recordsFile("changing.txt", 100);
     // Counted at 100 records, then cut to 40: the plot holds what is there.
@@ -234,13 +231,11 @@ TEST(PlotBadInputTest, FileThatShrinksOrGrowsAfterTheCount) {
     data = loadRecords(path, kQuantities[0], 4000);
     EXPECT_EQ(std::pair(data->points(), data->linesNotPlotted),
               std::pair(std::size_t{1334}, std::uint64_t{98}));
-}
-
-TEST(PlotBadInputTest, AFileStillBeingWrittenIsReadToTheLengthItHadWhenOpened) {
-    const std::string path = recordsFile("growing.txt", 3);
-    EXPECT_EQ(pa::testing::countLines(path,
+    // A file still being written is read to the length it had when opened.
+    const std::string growing = recordsFile("growing.txt", 3);
+    EXPECT_EQ(pa::testing::countLines(growing,
                                       [&] {
-                                          std::ofstream(path, std::ios::binary | std::ios::app)
+                                          std::ofstream(growing, std::ios::binary | std::ios::app)
                                               << "written meanwhile\r\n";
                                       }),
               3u);

@@ -45,6 +45,20 @@ TEST(PlotLoaderTest, WriterLinesMatchTheColumnsThePlotterReads) {
                                    {"", false},
                                    {"short,", false}})
         EXPECT_EQ(formatOk(text), ok) << text;
+    // Columns count characters, not bytes.
+    const std::string chinese = "\xe6\xaf\x8f\xe6\x9c\x88" + std::string(8, ' ') + "42x";
+    EXPECT_EQ(std::tuple(columnSlice(chinese, 3, 10), columnSlice(chinese, 1, 2),
+                         columnSlice("abc", 5, 3), characterCount(chinese)),
+              std::tuple("        42", "\xe6\xaf\x8f\xe6\x9c\x88", "", 13u));
+    // A column's text reads as its leading number, as typed numbers are read: blanks anywhere
+    // are skipped, "OL" reads as 0.
+    const std::pair<const char*, double> cases[] = {
+        {"  123.4W,", 123.4}, {" 0.98 PF,", 0.98}, {"   -0.5V,", -0.5},
+        {"      OL,", 0},     {"1 2 3", 123},      {"", 0},
+        {" 1.2.3", 1.2},      {"7 e2", 700},
+    };
+    for (const auto& [slice, value] : cases)
+        EXPECT_DOUBLE_EQ(sliceValue(slice), value) << '"' << slice << '"';
 }
 
 TEST(PlotLoaderTest, EstimatesAndEnvelopeFigures) {
@@ -137,8 +151,7 @@ TEST(PlotLoaderTest, HeaderLostCommunicationOverloadAndShortLinesReadAsZero) {
         r.watt = "12345.67";                          // loses its leftmost digit in the file
         w.line(pa::testing::recordLine(r));
     }
-    const auto probe = probeFile(path);
-    ASSERT_TRUE(probe->formatOk);
+    ASSERT_TRUE(probeFile(path)->formatOk);
     const auto data = loadRecords(path, kWatt, 6);
     ASSERT_EQ(data->labels.size(), 6u);
     EXPECT_EQ(std::tie(data->sets[0], data->labels[0], data->labels[4]),
@@ -191,25 +204,6 @@ TEST(PlotLoaderTest, LongLinesKeepTheirHeadAndLength) {
     const auto probe = probeFile(path);
     EXPECT_EQ(std::tuple(second, secondHead, third, probe->records, probe->formatOk),
               std::tuple(true, "next", false, 1L, false));
-}
-
-TEST(PlotLoaderTest, ColumnsCountCharactersNotBytes) {
-    const std::string line = "\xe6\xaf\x8f\xe6\x9c\x88" + std::string(8, ' ') + "42x";
-    EXPECT_EQ(std::tuple(columnSlice(line, 3, 10), columnSlice(line, 1, 2),
-                         columnSlice("abc", 5, 3), characterCount(line)),
-              std::tuple("        42", "\xe6\xaf\x8f\xe6\x9c\x88", "", 13u));
-}
-
-// A column's text reads as its leading number, as typed numbers are read: blanks anywhere are
-// skipped, "OL" reads as 0.
-TEST(PlotLoaderTest, SliceValues) {
-    const std::pair<const char*, double> cases[] = {
-        {"  123.4W,", 123.4}, {" 0.98 PF,", 0.98}, {"   -0.5V,", -0.5},
-        {"      OL,", 0},     {"1 2 3", 123},      {"", 0},
-        {" 1.2.3", 1.2},      {"7 e2", 700},
-    };
-    for (const auto& [slice, value] : cases)
-        EXPECT_DOUBLE_EQ(sliceValue(slice), value) << '"' << slice << '"';
 }
 
 TEST(PlotLoaderTest, Statistics) {

@@ -69,8 +69,7 @@ TEST(TrendStore, RingKeepsTheNewestSamplesWithoutGrowing) {
 }
 
 TEST(TrendStore, StatisticsOfASpanSkipGaps) {
-    const float gap = kGap;
-    const TrendStore store = storeOf({5, 1, gap, 9, 3, gap, 100});
+    const TrendStore store = storeOf({5, 1, kGap, 9, 3, kGap, 100});
     // Everything, a gap in the span, only a gap, after the newest sample, before the oldest.
     const struct {
         double from, to;
@@ -87,9 +86,8 @@ TEST(TrendStore, StatisticsOfASpanSkipGaps) {
 // Each column holds the minimum and maximum of its samples and breaks at gaps; the first one
 // joins the value before the span, and a long span fits in few columns.
 TEST(TrendStore, EnvelopeHoldsMinimumAndMaximumPerColumnAndBreaksAtGaps) {
-    const float gap = kGap;
     // Times 0..9 over 5 columns of 2 s: {4,8} {6,2} {gap,gap} {3,gap} {5,7}.
-    const auto columns = storeOf({4, 8, 6, 2, gap, gap, 3, gap, 5, 7}).envelope(kW, 0, 10, 5);
+    const auto columns = storeOf({4, 8, 6, 2, kGap, kGap, 3, kGap, 5, 7}).envelope(kW, 0, 10, 5);
     std::vector<std::string> shown;
     for (const Column& c : columns)
         shown.push_back(describe(c));
@@ -158,7 +156,9 @@ TEST(TrendCsv, WritesDateTimeAndPlainNumbersWithEmptyGapsAndTheirStatus) {
               "2026-11-24,00:00:00.5,2,2,2,2,2,2,2,2,2,ok\r\n");
 }
 
-TEST(TrendFeed, ReadsDisplayTextsAndTurnsOverloadsIntoGaps) {
+// Display texts read as numbers, overloads and what is no number as gaps; clock texts become
+// times, across midnight.
+TEST(TrendFeed, ReadsDisplayAndClockTextsOverloadsBeingGaps) {
     const std::pair<const char*, float> cases[] = {
         {" 116.4", 116.4f}, {"  .920", 0.92f}, {"-1.234", -1.234f}, {"OL", kGap},
         {"-OL", kGap},      {"Init", kGap},    {"", kGap},          {"?", kGap},
@@ -167,9 +167,6 @@ TEST(TrendFeed, ReadsDisplayTextsAndTurnsOverloadsIntoGaps) {
         const float v = valueOfText(text);
         EXPECT_TRUE(std::isnan(value) ? std::isnan(v) : std::abs(v - value) < 1e-6f) << text;
     }
-}
-
-TEST(TrendFeed, ClockTextsBecomeTimesAcrossMidnight) {
     const double day = dayStart(2026, 11, 23);
     EXPECT_DOUBLE_EQ(timeOf("10:05:07.4", {2026, 11, 23, 10, 5, 7.6}), day + 36307.4);
     // Set at 23:59:59.9 and read after midnight: still the 23rd.

@@ -23,7 +23,6 @@ TEST(Captions, KnownTextsInBothLanguages) {
         const char *english, *chinese;
     } cases[] = {
         {Caption::NoCom, "NO COM", "斷 線"},
-        {Caption::FileNamePrompt, "Enter the name of file to store data", ""},
         {Caption::MenuStartRecording, "&Start Recording", "開始記錄(&S)"},
         {Caption::WindowTitle, "Power Analyzer", "瓦特計/功率計"},
         {Caption::Reading0, "W", "瓦特(W)"},
