@@ -8,8 +8,6 @@
 
 namespace {
 
-using pa::app::SystemPort;
-
 // Valid strings give their four parts (parity in lower case); anything else is refused.
 TEST(LineSettings, ParsedOrRefused) {
     const struct {
@@ -35,11 +33,11 @@ TEST(LineSettings, ParsedOrRefused) {
 // USB adapters come first, then the rest by name; on macOS only the call-out devices; COM n
 // is the n-th of them, or the port COMn on Windows.
 TEST(ComMenu, UsbAdaptersFirstThenByNameAndCallOutDevicesOnly) {
-    const std::vector<SystemPort> listed{{"ttyS0", "/dev/ttyS0", false},
-                                         {"ttyUSB1", "/dev/ttyUSB1", true},
-                                         {"tty.usbserial", "/dev/tty.usbserial", true},
-                                         {"cu.usbserial", "/dev/cu.usbserial", true},
-                                         {"ttyACM0", "/dev/ttyACM0", true}};
+    const std::vector<pa::app::SystemPort> listed{{"ttyS0", "/dev/ttyS0", false},
+                                                  {"ttyUSB1", "/dev/ttyUSB1", true},
+                                                  {"tty.usbserial", "/dev/tty.usbserial", true},
+                                                  {"cu.usbserial", "/dev/cu.usbserial", true},
+                                                  {"ttyACM0", "/dev/ttyACM0", true}};
     const auto ordered = pa::app::comMenuOrder(listed);
     std::vector<std::string> names;
     for (const auto& p : ordered)

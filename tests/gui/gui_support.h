@@ -7,7 +7,9 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QImage>
 #include <QLabel>
+#include <QSet>
 #include <QString>
 #include <QTimer>
 #include <QWidget>
@@ -69,6 +71,26 @@ inline QString shown(QWidget* root, const char* name) {
 inline QString screenshotPath(const char* name) {
     QDir().mkpath(PA_TEST_OUTPUT_DIR);
     return QString(PA_TEST_OUTPUT_DIR) + "/" + name;
+}
+
+// Saves a grab of the window as docs/manual/images expects it, after checking that it is a
+// picture of a window and not an empty or blank one.
+inline void saveShot(QWidget& window, const char* name) {
+    QApplication::processEvents();
+    const QImage image = window.grab().toImage();
+    ASSERT_FALSE(image.isNull()) << name;
+    // Of a window's size: neither cut down to nothing nor grown past a page.
+    const QSize size = image.size();
+    EXPECT_TRUE(QRect(300, 150, 1101, 851).contains(QPoint(size.width(), size.height())))
+        << name << ": " << size.width() << "x" << size.height();
+    QSet<QRgb> colours; // a drawn window has text, frames and fields, not one flat colour
+    for (int y = 0; y < image.height(); y += 3)
+        for (int x = 0; x < image.width(); x += 3)
+            colours.insert(image.pixel(x, y));
+    EXPECT_GT(colours.size(), 20) << name << " looks blank";
+    const QString folder = PA_TEST_OUTPUT_DIR "/manual";
+    ASSERT_TRUE(QDir().mkpath(folder));
+    ASSERT_TRUE(image.save(folder + "/" + name, "PNG", 0)) << name; // 0: smallest file
 }
 
 // The pages of a PDF file as its page objects count them; -1 when it is not a PDF file.

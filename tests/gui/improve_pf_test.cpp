@@ -42,10 +42,12 @@ class ImprovePFAlone : public ::testing::Test {
     ImprovePF window{ui, [this] { return readouts; }};
 };
 
-// The present state and the circuit come from the readouts; a typed target is calculated
-// (the edited box marked), too much capacitance is capped with a notice, and it prints.
-TEST_F(ImprovePFAlone, CalculatesCapsAndPrints) {
-    window.UpdateP();
+// Update reads the present state and the circuit from the readouts; a typed target is
+// calculated (the edited box marked), too much capacitance is capped with a notice. Only Enter
+// calculates; a refusal empties the boxes and drops the improved state, an empty box says
+// nothing. It prints.
+TEST_F(ImprovePFAlone, CalculatesCapsRefusesAndPrints) {
+    window.findChild<QPushButton*>("UpdateP")->click();
     EXPECT_EQ(QStringList({shown(&window, "Current_0"), shown(&window, "Current_3"),
                            shown(&window, "Circuit_2"), shown(&window, "Circuit_7")}),
               QStringList({"  .920", "49.53", "506.1mA", "50Hz"}));
@@ -65,6 +67,17 @@ TEST_F(ImprovePFAlone, CalculatesCapsAndPrints) {
         std::make_tuple(std::vector<std::string>{"Max. capacitance to be added is 3.0uF(PF=1)"},
                         QString("1.0"), QString("3.0uF"), QColor(0, 255, 255)));
 
+    window.box(1)->setText("0.4");
+    window.Text1_KeyPress(1, 'A'); // not Enter: nothing happens
+    EXPECT_EQ(std::make_pair(ui.messages.size(), window.box(5)->text()),
+              std::make_pair(std::size_t{1}, QString("3.0uF")));
+    window.Text1_KeyPress(1, kEnterKey);
+    window.Text1_KeyPress(2, kEnterKey); // an empty box: nothing, not even a message
+    EXPECT_EQ(std::make_tuple(ui.messages.size(), ui.messages.back().icon, boxTexts(window),
+                              window.calculator().hasImproved()),
+              std::make_tuple(std::size_t{2}, pa::app::Icon::Exclamation, std::array<QString, 6>{},
+                              false));
+
     QPrinter printer(QPrinter::HighResolution);
     printer.setOutputFormat(QPrinter::PdfFormat);
     const QString pdf = pa::testing::screenshotPath("improvepf_print.pdf");
@@ -75,41 +88,19 @@ TEST_F(ImprovePFAlone, CalculatesCapsAndPrints) {
     EXPECT_FALSE(window.isVisible());
 }
 
-// Only Enter calculates; a refusal empties the boxes and drops the improved state, an empty
-// box says nothing, and an over-range reading is an unknown PF.
-TEST_F(ImprovePFAlone, RefusalsEmptyTheBoxesAndOtherKeysDoNothing) {
+// On a nearly flat triangle, small and large, the diagram fills its frame in both states'
+// colours and keeps its labels apart, the improved angle on its arc. A resize refreshes the
+// present state: the same reading keeps the result, another one drops it from the pictures.
+// In Chinese the labels keep a readable size (every text translated: the Chinese walk).
+TEST_F(ImprovePFAlone, PicturesScaleKeepLabelsApartAndDropAStaleResult) {
+    readouts = {" 121.4", "  .960", "  230", "  .550", "16.3", "126.50", "35.54", "50Hz"};
     window.UpdateP();
-    enter(0, "0.95");
-    ASSERT_TRUE(window.calculator().hasImproved());
-    window.box(1)->setText("0.4");
-    window.Text1_KeyPress(1, 'A'); // not Enter: nothing happens
-    EXPECT_EQ(std::make_pair(ui.messages.size(), window.box(5)->text()),
-              std::make_pair(std::size_t{0}, QString("678.2nF")));
-    window.Text1_KeyPress(1, kEnterKey);
-    window.Text1_KeyPress(2, kEnterKey); // an empty box: nothing, not even a message
-    ASSERT_EQ(ui.messages.size(), 1u);
-    EXPECT_EQ(
-        std::make_tuple(ui.messages[0].icon, boxTexts(window), window.calculator().hasImproved()),
-        std::make_tuple(pa::app::Icon::Exclamation, std::array<QString, 6>{}, false));
-
-    readouts[pa::live::kPF] = "OL";
-    window.findChild<QPushButton*>("UpdateP")->click();
-    enter(0, "0.95");
-    EXPECT_EQ(std::make_tuple(shown(&window, "Current_0"), ui.messages.back().text,
-                              window.calculator().hasImproved()),
-              std::make_tuple(QString("OL"), std::string("Unknown PF"), false));
-}
-
-// Small and large, the diagram fills its frame and draws in both states' colours; a resize
-// refreshes the present state. In Chinese the labels keep a readable size (every text
-// translated: the main window's Chinese walk).
-TEST_F(ImprovePFAlone, PicturesScaleWithTheWindow) {
-    enter(2, "120");
-    ASSERT_TRUE(window.calculator().hasImproved());
+    enter(0, "0.99");
+    auto* diagram = window.findChild<pa::pfimprove::PhaseDiagram*>("PhaseDiagram");
+    const auto angle = [](const auto& l) { return l.first == QString("φ 8.1°"); };
     for (QSize size : {QSize(760, 520), QSize(1500, 1000)}) {
         window.resize(size);
         QApplication::processEvents();
-        auto* diagram = window.findChild<QWidget*>("PhaseDiagram");
         const QImage image = diagram->grab().toImage();
         int present = 0, improved = 0;
         for (int y = 0; y < image.height(); ++y)
@@ -117,44 +108,26 @@ TEST_F(ImprovePFAlone, PicturesScaleWithTheWindow) {
                 present += image.pixelColor(x, y) == pa::pfimprove::kPresentColour;
                 improved += image.pixelColor(x, y) == pa::pfimprove::kImprovedColour;
             }
+        const auto& labels = diagram->labels();
         EXPECT_TRUE(present > image.height() / 4 && improved > image.height() / 4 &&
-                    diagram->width() > size.width() / 3)
+                    diagram->width() > size.width() / 3 &&
+                    std::any_of(labels.begin(), labels.end(), angle))
             << size.width() << ": " << present << " " << improved << " " << diagram->width();
+        for (std::size_t i = 0; i < labels.size(); ++i)
+            for (std::size_t j = i + 1; j < labels.size(); ++j)
+                EXPECT_FALSE(labels[i].second.intersects(labels[j].second))
+                    << labels[i].first.toStdString() << " / " << labels[j].first.toStdString();
     }
     readouts[pa::live::kW] = "200";
     window.resize(800, 560);
     QApplication::processEvents();
-    EXPECT_EQ(shown(&window, "Circuit_0"), "200");
+    diagram->repaint();
+    EXPECT_EQ(
+        std::make_tuple(shown(&window, "Circuit_0"), window.calculator().hasImproved(),
+                        std::any_of(diagram->labels().begin(), diagram->labels().end(), angle)),
+        std::make_tuple(QString("200"), false, false));
     window.applyCaptions(2);
     EXPECT_EQ(window.findChild<QLabel*>("Label1_0")->font().pointSize(), 12);
-}
-
-// After Update with another reading the pictures show no improved state; a nearly flat triangle
-// keeps its labels apart, the improved angle on its arc.
-TEST_F(ImprovePFAlone, NoStaleResultAndReadableLabels) {
-    readouts = {" 121.4", "  .960", "  230", "  .550", "16.3", "126.50", "35.54", "50Hz"};
-    window.resize(900, 640);
-    QApplication::processEvents();
-    window.UpdateP();
-    auto* diagram = window.findChild<pa::pfimprove::PhaseDiagram*>("PhaseDiagram");
-    enter(0, "0.99");
-    ASSERT_TRUE(window.calculator().hasImproved());
-    diagram->repaint();
-    const auto& labels = diagram->labels();
-    for (std::size_t i = 0; i < labels.size(); ++i)
-        for (std::size_t j = i + 1; j < labels.size(); ++j)
-            EXPECT_FALSE(labels[i].second.intersects(labels[j].second))
-                << labels[i].first.toStdString() << " / " << labels[j].first.toStdString();
-    const auto angle = [](const auto& l) { return l.first == QString("φ 8.1°"); };
-    EXPECT_TRUE(std::any_of(labels.begin(), labels.end(), angle)) << "the improved angle";
-
-    window.UpdateP(); // the same reading keeps the result; another one drops it
-    EXPECT_TRUE(window.calculator().hasImproved());
-    readouts = {" 100.0", "  .800", "  230", "  .550", "36.9", "125.00", "75.00", "50Hz"};
-    window.findChild<QPushButton*>("UpdateP")->click();
-    EXPECT_FALSE(window.calculator().hasImproved());
-    diagram->repaint();
-    EXPECT_FALSE(std::any_of(diagram->labels().begin(), diagram->labels().end(), angle));
 }
 
 } // namespace

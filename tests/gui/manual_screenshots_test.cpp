@@ -10,37 +10,15 @@
 #include "plot/PlotFile.h"
 
 #include <QComboBox>
-#include <QImage>
 #include <QLineEdit>
 #include <QMenu>
 #include <QPushButton>
-#include <QSet>
 #include <cmath>
 
 namespace {
 
 namespace fs = std::filesystem;
 using namespace pa::testing;
-
-// Saves a grab of the window as docs/manual/images expects it, after checking that it is a
-// picture of a window and not an empty or blank one.
-void saveShot(QWidget& window, const char* name) {
-    QApplication::processEvents();
-    const QImage image = window.grab().toImage();
-    ASSERT_FALSE(image.isNull()) << name;
-    // Of a window's size: neither cut down to nothing nor grown past a page.
-    const QSize size = image.size();
-    EXPECT_TRUE(QRect(300, 150, 1101, 851).contains(QPoint(size.width(), size.height())))
-        << name << ": " << size.width() << "x" << size.height();
-    QSet<QRgb> colours; // a drawn window has text, frames and fields, not one flat colour
-    for (int y = 0; y < image.height(); y += 3)
-        for (int x = 0; x < image.width(); x += 3)
-            colours.insert(image.pixel(x, y));
-    EXPECT_GT(colours.size(), 20) << name << " looks blank";
-    const QString folder = PA_TEST_OUTPUT_DIR "/manual";
-    ASSERT_TRUE(QDir().mkpath(folder));
-    ASSERT_TRUE(image.save(folder + "/" + name, "PNG", 0)) << name; // 0: smallest file
-}
 
 void enter(QLineEdit* box, const QString& text) {
     box->setText(text);
@@ -151,11 +129,11 @@ TEST(ManualScreenshots, LoggerAndSelfTest) {
     emit output->activated(2);
     enter(logger->findChild<QLineEdit*>("Text1_3"), "3");
     enter(logger->findChild<QLineEdit*>("Text2"), "W 7 42");
-    EXPECT_EQ(std::make_tuple(memory.at(59), memory.word(18), memory.at(7)),
-              std::make_tuple(2, 8, 42));
-    EXPECT_EQ(logger->findChild<QLineEdit*>("Text1_3")->text(), "3.2   ") << "rounded, shown";
-    EXPECT_EQ(rig.ui.messages.size(), 1u) << "the list's note";
-    EXPECT_EQ(shown(logger, "Label1_40"), "2A") << "the console's reply";
+    // Written, the sampling shown rounded, the list's note given and the console's reply shown.
+    EXPECT_EQ(std::make_tuple(memory.at(59), memory.word(18), memory.at(7),
+                              logger->findChild<QLineEdit*>("Text1_3")->text(),
+                              rig.ui.messages.size(), shown(logger, "Label1_40")),
+              std::make_tuple(2, 8, 42, QString("3.2   "), std::size_t{1}, QString("2A")));
 
     memory.setWord(41, 0); // no write failures
     memory.setWord(43, 0);

@@ -16,9 +16,6 @@
 namespace {
 
 using pa::live::kHz;
-using pa::live::LiveCycle;
-using pa::testing::RecordingPort;
-using pa::testing::ReplyClock;
 using pa::testing::ScriptedUi;
 
 // Logs the status window's life and the live sampling switches on top of the script.
@@ -54,11 +51,11 @@ struct Rig {
         clock.set(secondsIntoDay);
         cycle.setLiveSampling([&](int on) { ui.log.push_back("sampling " + std::to_string(on)); });
     }
-    RecordingPort port;
-    ReplyClock clock;
+    pa::testing::RecordingPort port;
+    pa::testing::ReplyClock clock;
     WatchingUi ui;
     pa::app::ProgramState state;
-    LiveCycle cycle{port, clock, ui, state};
+    pa::live::LiveCycle cycle{port, clock, ui, state};
 };
 
 // What the line brings decides: a Get Hz reply opens at once, a live frame during the wait
@@ -107,14 +104,12 @@ TEST_P(HzWait, OutcomeFollowsWhatTheLineBrings) {
         EXPECT_TRUE(c.samples < 0 ? samples > 50 : samples == c.samples) << samples;
         const double waited = std::fmod(rig.clock.secondsSinceMidnight() - start + 86400, 86400);
         EXPECT_TRUE(waited >= c.least - 1e-9 && waited <= c.most + 1e-9) << waited;
-        if (!c.opens) {
+        if (!c.opens)
             EXPECT_EQ(rig.ui.messages.back().icon, pa::app::Icon::Exclamation);
-        }
-        if (c.opens && !c.liveFrame) {
+        if (c.opens && !c.liveFrame)
             EXPECT_EQ(rig.ui.log,
                       (std::vector<std::string>{"sampling 0", "sampling 1", "caption Getting Hz",
                                                 "text    Wait...", "show", "hide"}));
-        }
     }
 }
 

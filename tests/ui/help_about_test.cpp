@@ -9,19 +9,16 @@
 
 namespace {
 
-using pa::ui::aboutText;
 using pa::ui::manualPath;
 
 TEST(HelpMenu, OnlyEnglishAndSpanishNameAManualBesideTheProgram) {
 #ifdef _WIN32
-    const std::string folder = "C:/Program Files/pa",
-                      english = "C:\\Program Files\\pa\\help\\KV2260-SW-HELP-EN_V6.7.pdf";
-    const std::string spanish = "C:\\Program Files\\pa\\help\\KV2260-SW-AYUDA-ES_V6.7.pdf";
+    const std::string folder = "C:/Program Files/pa", help = "C:\\Program Files\\pa\\help\\";
 #else
-    const std::string folder = "/opt/pa/bin",
-                      english = "/opt/pa/bin/help/KV2260-SW-HELP-EN_V6.7.pdf";
-    const std::string spanish = "/opt/pa/bin/help/KV2260-SW-AYUDA-ES_V6.7.pdf";
+    const std::string folder = "/opt/pa/bin", help = "/opt/pa/bin/help/";
 #endif
+    const std::string english = help + "KV2260-SW-HELP-EN_V6.7.pdf",
+                      spanish = help + "KV2260-SW-AYUDA-ES_V6.7.pdf";
     const auto nowhere = [](const std::string&) { return false; };
     for (int item = -1; item <= 6; ++item)
         EXPECT_EQ(manualPath(folder, item, nowhere), item == 0   ? english
@@ -63,7 +60,7 @@ TEST(AboutBox, ThreeLinesCentredByLeadingBlanksOnTheNotice) {
     const std::string expected = std::string(32, ' ') + "KV2260" + "\r\n\r\n" +
                                  std::string(26, ' ') + "Version: 6.7" + "\r\n\r\n" +
                                  "(C) 2026 The Power Analyzer developers";
-    EXPECT_EQ(aboutText(), expected);
+    EXPECT_EQ(pa::ui::aboutText(), expected);
 }
 
 } // namespace
