@@ -17,6 +17,7 @@ namespace fs = std::filesystem;
 using namespace pa::datafile;
 using pa::testing::readFile;
 using pa::testing::TempFolder;
+using pa::testing::writeLines;
 
 const RecordTexts kExample{"11-15-2026", "16:58:09.4", "123.4", ".980", "230.1", "0.547", "11.5",
                            "125.9",      "25.1",       "0.012", "8.60", "month", "10",    "$2.50"};
@@ -25,13 +26,6 @@ std::string recordWith(void (*change)(RecordTexts&)) {
     RecordTexts t = kExample;
     change(t);
     return recordLine(3, t);
-}
-
-void writeLines(const fs::path& path, const std::vector<std::string>& lines) {
-    std::string all;
-    for (const auto& l : lines)
-        all += l + "\r\n";
-    std::ofstream(path, std::ios::binary) << all;
 }
 
 std::string exportText(const fs::path& in, const ExportOptions& options, ExportSummary& summary,

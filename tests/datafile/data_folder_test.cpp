@@ -25,7 +25,6 @@ TEST(DataFolder, ThreeWaysToFindOrMakeIt) {
         std::vector<const char*> existing; // folders made under the profile first
         const char* expected;              // the data folder, relative to the profile
     } cases[] = {
-        {"Documents", {"Documents"}, "Documents/KV2260"},
         {"both, Documents wins", {"Documents", "My Documents"}, "Documents/KV2260"},
         {"My Documents only", {"My Documents"}, "My Documents/KV2260"},
         {"neither: both levels made", {}, "Documents/KV2260"},

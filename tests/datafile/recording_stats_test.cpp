@@ -95,9 +95,8 @@ TEST(RecordingStats, GroupsAreCappedAndTheWholeStillCountsEverything) {
             e.timeMs = hour * 3'600'000;
             s.add(e);
         }
-        EXPECT_EQ(s.groups().size(), std::min<std::uint64_t>(hours, 50'000)) << hours;
-        EXPECT_EQ(s.ungroupedCounts(), ungrouped) << hours;
-        EXPECT_EQ(s.whole().records, hours);
+        EXPECT_EQ(std::tuple(s.groups().size(), s.ungroupedCounts(), s.whole().records),
+                  std::tuple(std::min<std::uint64_t>(hours, 50'000), ungrouped, hours));
     }
 }
 
@@ -149,19 +148,18 @@ TEST(RecordingStats, GatherFromFile) {
     RecordingStats s;
     pa::testing::TempFolder dir;
     const auto path = dir.path() / "r.txt";
-    {
-        std::ofstream f(path, std::ios::binary);
-        f << "No.,Date,Time,Watts,PF,Volts,Amps\r\n1,11-15,10:00:00,100.0,0.9,230.0,0.5\r\n"
-          << "2,11-15,10:00:10,bad\r\n3,11-15,10:00:20.0,200.0,0.9,230.0,0.5\r\n";
-    }
+    pa::testing::writeLines(path, {"No.,Date,Time,Watts,PF,Volts,Amps",
+                                   "1,11-15,10:00:00,100.0,0.9,230.0,0.5", "2,11-15,10:00:10,bad",
+                                   "3,11-15,10:00:20.0,200.0,0.9,230.0,0.5"});
     std::vector<std::uint64_t> lines;
     EXPECT_EQ(
         gatherStats(path.string(), 2024, s, [&](const Entry& e) { lines.push_back(e.lineNumber); }),
         "");
-    EXPECT_EQ(lines, std::vector<std::uint64_t>{3});
-    EXPECT_EQ(s.whole().records, 2u);
-    EXPECT_EQ(isoTime(s.whole().firstMs), "2024-11-15T10:00:00");
-    EXPECT_NEAR(s.whole().energyKWh, 100 * 20 / 3.6e6, 1e-15);
+    // 100 W held for the 20 s to the next record.
+    EXPECT_EQ(std::tuple(lines, isoTime(s.whole().firstMs), summary(s.whole())),
+              std::tuple(std::vector<std::uint64_t>{3}, "2024-11-15T10:00:00",
+                         "2 0OL 0/0ms 10:00:00-10:00:20 | 2 100@00:00 200@00:20 150 70.71067812 "
+                         "| 2 0.9@00:00 0.9@00:00 0.9 0 | 2000Ws"));
 }
 
 } // namespace

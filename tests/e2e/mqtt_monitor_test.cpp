@@ -52,9 +52,9 @@ QJsonObject json(const QString& text) {
     return QJsonDocument::fromJson(text.toUtf8()).object();
 }
 
-// The monitor's sample lines: those that begin with the clock text.
+// The monitor's sample lines: those that begin with the clock text (tab or comma after it).
 QStringList sampleLines(Running& monitor) {
-    static const QRegularExpression clock("^\\d\\d:\\d\\d:\\d\\d\\.\\d\t");
+    static const QRegularExpression clock("^\\d\\d:\\d\\d:\\d\\d\\.\\d[\t,]");
     return monitor.out().split('\n').filter(clock);
 }
 
@@ -71,10 +71,11 @@ std::unique_ptr<Running> monitor(const QString& address, const QStringList& more
         QStringList{"monitor", "--simulate", "--mqtt", address, "--topic", kPrefix} + more);
 }
 
-// The monitor on the instrument: each state holds the numbers it printed (an empty panel is
-// null), the discovery configs hold what Home Assistant needs, the device is offline while
-// the instrument is silent (NO COM) and once the monitor ends, and a client arriving later
-// finds "offline" and the nine configs kept.
+// The monitor on the instrument, printing CSV: the header names the columns, each state holds
+// the numbers it printed (an empty panel is null), the discovery configs hold what Home
+// Assistant needs, the device is offline while the instrument is silent (a NO COM line is
+// printed) and once the monitor ends, and a client arriving later finds "offline" and the nine
+// configs kept.
 TEST(MqttMonitor, PublishesWhatItPrintsAndWhenTheInstrumentIsOffline) {
     MosquittoBroker broker;
     ASSERT_TRUE(broker.start()) << "mosquitto: " << broker.log().toStdString();
@@ -84,7 +85,7 @@ TEST(MqttMonitor, PublishesWhatItPrintsAndWhenTheInstrumentIsOffline) {
     ASSERT_TRUE(instrument.start()) << instrument.lastError();
     Running cli(PA_CLI_PROGRAM,
                 {"monitor", "--port", QString::fromStdString(instrument.devicePath()), "--mqtt",
-                 broker.address(), "--topic", kPrefix, "--client-id", "e2e"});
+                 broker.address(), "--topic", kPrefix, "--client-id", "e2e", "--format", "csv"});
     ASSERT_TRUE(waitFor([&] { return sub->on("test/pa/state").size() >= 3; }, 30000));
     // The state's fields are the message builder's; here, that each state is the sample
     // printed, its power the simulator's.
@@ -92,7 +93,7 @@ TEST(MqttMonitor, PublishesWhatItPrintsAndWhenTheInstrumentIsOffline) {
     ASSERT_GE(printed.size(), 3);
     for (int i = 0; i < 3; ++i) {
         const QJsonObject state = json(states[i]);
-        EXPECT_EQ(state["W"].toDouble(), printed[i].section('\t', 1, 1).toDouble())
+        EXPECT_EQ(state["W"].toDouble(), printed[i].section(',', 1, 1).toDouble())
             << states[i].toStdString();
         EXPECT_NEAR(state["W"].toDouble(), 116.4, 3) << states[i].toStdString();
     }
@@ -100,12 +101,15 @@ TEST(MqttMonitor, PublishesWhatItPrintsAndWhenTheInstrumentIsOffline) {
     // state topic and the client id given.
     EXPECT_EQ(configs(*sub), 9);
     const QJsonObject energy = json(sub->on("homeassistant/sensor/test_pa/kwh/config").value(0));
-    EXPECT_EQ(energy["state_topic"].toString(), "test/pa/state");
-    EXPECT_EQ(energy["device"]["identifiers"].toArray().first().toString(), "e2e");
+    EXPECT_EQ(std::tuple(energy["state_topic"].toString(),
+                         energy["device"]["identifiers"].toArray().first().toString()),
+              std::tuple("test/pa/state", "e2e"));
 
     instrument.withInstrument([](auto& i) { i.setFault(pa::sim::Fault::Silent); });
     ASSERT_TRUE(waitFor([&] { return sub->on("test/pa/availability").size() >= 2; }, 20000));
     const auto silent = sub->on("test/pa/state").size();
+    EXPECT_TRUE(cli.out().startsWith("time,W,PF,V,A,angle_deg,VA,VAR,Hz,kWh\n"));
+    EXPECT_TRUE(cli.says(",NO COM\n")) << cli.out().toStdString();
     instrument.withInstrument([](auto& i) { i.setFault(pa::sim::Fault::None); });
     ASSERT_TRUE(waitFor([&] { return sub->on("test/pa/availability").size() >= 3; }, 20000));
     EXPECT_TRUE(waitFor([&] { return sub->on("test/pa/state").size() > silent; }, 20000));

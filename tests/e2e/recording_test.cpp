@@ -155,26 +155,21 @@ TEST_F(RecordingTest, AutomaticRecordsAndTheMenusAroundThem) {
     EXPECT_EQ(menus(), "C--");
     window.cycle().applySamplingTime("0.5");
     create("auto.csv");
-    EXPECT_EQ(action("FileCreate")->text(), "&Create Data File = auto.txt");
-    EXPECT_EQ(menus(), "CS-");
+    EXPECT_EQ(std::tuple(menus(), action("FileCreate")->text()),
+              std::tuple("CS-", "&Create Data File = auto.txt"));
     startRecording("Now(Auto)");
-    EXPECT_EQ(menus(), "--E");
-    EXPECT_TRUE(ui.statusVisible);
+    EXPECT_EQ(std::tuple(menus(), ui.statusVisible), std::tuple("--E", true));
     ASSERT_TRUE(waitFor([&] { return recorder().recordsWritten() == 5; }, 9000));
     endRecording();
-    EXPECT_FALSE(ui.statusVisible);
-    EXPECT_EQ(menus(), "C--");
-    EXPECT_EQ(action("FileCreate")->text(), "&Create Data File");
+    EXPECT_EQ(std::tuple(menus(), ui.statusVisible, action("FileCreate")->text()),
+              std::tuple("C--", false, "&Create Data File"));
 
-    // What the simulator sent (230 V, 0.55 A, PF 0.92) and what follows from it.
+    // What the simulator sent (230 V, 0.55 A, PF 0.92) and what follows from it; the other
+    // records' layout is the recorder's own tests'.
     const auto lines = readLines(dataFile("auto.txt"));
     ASSERT_EQ(lines.size(), 6u);
     EXPECT_TRUE(lines[0].ends_with("     KWH/month Cost")) << "the header, for the month";
-    for (int r = 0; r < 5; ++r) {
-        SCOPED_TRACE(lines[1 + r]);
-        EXPECT_EQ(masked(lines[1 + r]), std::string(9, ' ') + std::to_string(r) + ", " + today() +
-                                            kReading + "    0.00/month 0$0.00");
-    }
+    EXPECT_EQ(masked(lines[5]), "         4, " + today() + kReading + "    0.00/month 0$0.00");
     EXPECT_EQ(window.findChild<QLabel*>("Label2")->text().toStdString(), lines[5].substr(11));
     EXPECT_EQ(window.findChild<QLineEdit*>("Text1")->text(), "4") << "the record number box";
 }
@@ -198,13 +193,10 @@ TEST_F(RecordingTest, DiskFaultsAreReportedAndEarlierLinesKept) {
     fs::create_symlink("/dev/full", dataFile("mid.txt"));
     ASSERT_TRUE(waitFor([&] { return ui.messages.size() == 2; }));
     EXPECT_TRUE(said(1, dataFile("mid.txt").string())) << ui.messages[1].text;
-    EXPECT_EQ(menus(), "C--");
-    EXPECT_FALSE(ui.statusVisible);
-    const auto kept = readLines(dataFile("kept.txt"));
-    ASSERT_GE(kept.size(), 2u);
-    for (std::size_t i = 1; i < kept.size(); ++i)
-        EXPECT_EQ(splitFields(kept[i])[3], "  116.4W,") << kept[i];
-    EXPECT_TRUE(window.timer2().isActive()) << "the live cycle goes on";
+    EXPECT_EQ(masked(readLines(dataFile("kept.txt")).at(1)).substr(22, 100), kReading);
+    // Recording stopped; the live cycle goes on.
+    EXPECT_EQ(std::tuple(menus(), ui.statusVisible, window.timer2().isActive()),
+              std::tuple("C--", false, true));
 }
 
 // A million lines show at once while the rest is indexed; sampling pauses while the viewer
@@ -310,9 +302,8 @@ TEST(RecordCommand, CtrlCAndSigtermEndWithEveryLineWhole) {
         EXPECT_TRUE(lines[0].ends_with("       KWH/day Cost"));
         std::string echo;
         for (std::size_t i = 1; i < lines.size(); ++i) {
-            EXPECT_EQ(masked(lines[i]).substr(22, 100), kReading) << lines[i];
-            EXPECT_EQ(lines[i].size(), 143u) << "a whole line: " << lines[i];
-            EXPECT_NE(lines[i].find("/day 8$0.", 122), std::string::npos) << lines[i];
+            // 116.4 W for 8 hours a day at 0.5: 0.93 kWh and 0.47 a day.
+            EXPECT_EQ(masked(lines[i]).substr(22), kReading + "      0.93/day 8$0.47") << lines[i];
             echo += lines[i] + "\n";
         }
         EXPECT_EQ(cli.readAllStandardOutput().toStdString(), echo);

@@ -91,10 +91,9 @@ TEST(MqttRules, PasswordIsTheFirstLineOfASmallRegularFile) {
 }
 
 TEST(MqttRules, ReadingsExpireAfterThreeSamplesAndNeverSoonerThanHalfAMinute) {
-    EXPECT_EQ(expireAfterSeconds(0.5), 30);
-    EXPECT_EQ(expireAfterSeconds(10), 30);
-    EXPECT_EQ(expireAfterSeconds(11), 33);
-    EXPECT_EQ(expireAfterSeconds(3600), 10800);
+    EXPECT_EQ((std::vector{expireAfterSeconds(0.5), expireAfterSeconds(10), expireAfterSeconds(11),
+                           expireAfterSeconds(3600)}),
+              (std::vector{30, 30, 33, 10800}));
 }
 
 } // namespace

@@ -19,6 +19,7 @@ namespace {
 
 using namespace pa::report;
 using pa::datafile::isoTime;
+using pa::testing::writeLines;
 using pa::text::shortestGeneral;
 
 struct Rec {
@@ -128,12 +129,6 @@ std::map<std::string, std::string> figures(const Survey& s) {
     f["reaching"] = num(s.shareReachingTarget);
     f["over"] = num(s.shareOvercompensated);
     return f;
-}
-
-void writeLines(const std::string& path, const std::vector<std::string>& lines) {
-    std::ofstream out(pa::datafile::pathFromUtf8(path), std::ios::binary);
-    for (const std::string& line : lines)
-        out << line << "\r\n";
 }
 
 // Recordings (one or more files) in, figures out.

@@ -10,9 +10,6 @@
 #include <sys/resource.h>
 #include <unistd.h>
 #endif
-#ifdef __linux__
-#include <sys/fsuid.h>
-#endif
 
 #include <csignal>
 #include <cstdint>
@@ -62,6 +59,13 @@ inline std::string readFile(const std::filesystem::path& path) {
     return all.str();
 }
 
+// Writes the lines, each ended by CR LF as a recording's are.
+inline void writeLines(const std::filesystem::path& path, const std::vector<std::string>& lines) {
+    std::ofstream out(path, std::ios::binary);
+    for (const std::string& line : lines)
+        out << line << "\r\n";
+}
+
 // The lines of a CR LF file, without their line ends.
 inline std::vector<std::string> readLines(const std::filesystem::path& path) {
     const std::string all = readFile(path);
@@ -89,33 +93,6 @@ inline void useTimeZone(const char* tz) {
     ::tzset();
 #endif
 }
-
-// Drops the file-system privileges of root for this thread while the object lives, so that
-// a test run as root meets file permissions as a user would. Does nothing for other users,
-// who meet them anyway.
-class WithoutPrivileges {
-  public:
-#ifdef __linux__
-    WithoutPrivileges() : root_(::geteuid() == 0) {
-        if (root_)
-            ::setfsuid(kNobody);
-    }
-    ~WithoutPrivileges() {
-        if (root_)
-            ::setfsuid(0);
-    }
-#else
-    WithoutPrivileges() : root_(false) {}
-#endif
-    WithoutPrivileges(const WithoutPrivileges&) = delete;
-    WithoutPrivileges& operator=(const WithoutPrivileges&) = delete;
-
-  private:
-#ifdef __linux__
-    static constexpr uid_t kNobody = 65534;
-#endif
-    bool root_;
-};
 
 #ifndef _WIN32
 #define PA_TEST_FILE_SIZE_LIMIT 1 // Windows has no per-process file size limit
