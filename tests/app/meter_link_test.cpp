@@ -56,10 +56,11 @@ TEST_F(MeterLinkTest, StartupAsksForAPortUnlessOneWasNamed) {
         timerSwitches = 0;
         link.Startup([&] { ++captionsApplied; }, ask);
         ASSERT_EQ(ui.messages.size(), ask ? 1u : 0u);
-        if (ask)
+        if (ask) {
             EXPECT_EQ(std::tie(ui.messages[0].text, ui.messages[0].icon, ui.messages[0].buttons),
                       std::make_tuple("Select COM port from the OPTION menu", pa::app::Icon::None,
                                       pa::app::Buttons::Ok));
+        }
         // The timers are switched off once and the status window is hidden after the check.
         EXPECT_EQ(std::make_tuple(captionsApplied, state.language, state.baudCode, state.tickPeriod,
                                   timersOn, timerSwitches, port.written, ui.statusVisible),

@@ -104,12 +104,14 @@ TEST_P(HzWait, OutcomeFollowsWhatTheLineBrings) {
         EXPECT_TRUE(c.samples < 0 ? samples > 50 : samples == c.samples) << samples;
         const double waited = std::fmod(rig.clock.secondsSinceMidnight() - start + 86400, 86400);
         EXPECT_TRUE(waited >= c.least - 1e-9 && waited <= c.most + 1e-9) << waited;
-        if (!c.opens)
+        if (!c.opens) {
             EXPECT_EQ(rig.ui.messages.back().icon, pa::app::Icon::Exclamation);
-        if (c.opens && !c.liveFrame)
+        }
+        if (c.opens && !c.liveFrame) {
             EXPECT_EQ(rig.ui.log,
                       (std::vector<std::string>{"sampling 0", "sampling 1", "caption Getting Hz",
                                                 "text    Wait...", "show", "hide"}));
+        }
     }
 }
 

@@ -142,10 +142,11 @@ TEST_F(PlotDocumentTest, ZoomChecksInOrder) {
         doc.ZoomIn();
         EXPECT_EQ(ui.asked[0],
                   (AskedInput{"Enter the starting record number", "Total 4000 records", "1"}));
-        if (ui.asked.size() > 1)
+        if (ui.asked.size() > 1) {
             EXPECT_EQ(ui.asked[1].prompt + "|" + ui.asked[1].title,
                       "Enter the ending record number (max. to_plot records 3600)|"
                       "Total 4000 records");
+        }
         EXPECT_EQ(texts(), c.message.empty() ? std::vector<std::string>{}
                                              : std::vector<std::string>{c.message});
         EXPECT_TRUE(c.message.empty() || ui.messages[0].icon == Icon::Exclamation);
