@@ -736,7 +736,8 @@ bool RecordingReader::Remembered::same(std::string_view field) const {
 void RecordingReader::Remembered::keep(std::string_view field) {
     // A field too long to keep is read again each time.
     size = field.size() <= sizeof bytes ? field.size() : 0;
-    std::memcpy(bytes, field.data(), size);
+    if (size != 0) // an empty view may have no bytes at all to copy from
+        std::memcpy(bytes, field.data(), size);
     for (Value& v : values)
         v.textAt =
             v.value.text.empty() ? 0 : static_cast<std::size_t>(v.value.text.data() - field.data());
