@@ -82,8 +82,11 @@ TEST(RecordingReader, ReadsEveryKindOfLine) {
         {recordWith([](RecordTexts& t) { t.clock = "25:00:00.0"; }),
          bad + "\"25:00:00.0\" is not a time of day (hh:mm:ss.s)"},
         {"x,11-15,10:00:00,1,1,1,1", bad + "\"x\" is not a record number"},
-        // The recorder's layout with one comma more inside a field.
+        // The recorder's layout with one comma more inside a field, early or late in the line.
         {recordWith([](RecordTexts& t) { t.watts = "1,5"; }),
+         bad + "not a record, header or lost-communication line (13 comma-separated fields; a "
+               "record has 12, a download record 7)"},
+        {recordWith([](RecordTexts& t) { t.cost = "2,50"; }),
          bad + "not a record, header or lost-communication line (13 comma-separated fields; a "
                "record has 12, a download record 7)"},
     };
