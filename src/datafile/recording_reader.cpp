@@ -37,6 +37,12 @@ constexpr int kDownloadFields = 7;
 // fixed widths, so a line of plain ASCII text is split without looking for them.
 constexpr int kFixedCommas[kDataFields - 1] = {10, 22, 33, 42, 51, 60, 69, 81, 93, 107, 121};
 
+// The top bit of each byte of x that is zero, exactly (no borrow from one byte to the next).
+constexpr std::uint64_t zeroBytes(std::uint64_t x) {
+    constexpr std::uint64_t kLow7 = 0x7f7f7f7f7f7f7f7fULL;
+    return ~(((x & kLow7) + kLow7) | x) & ~kLow7;
+}
+
 // The number of commas in n bytes, sixteen (or eight) at a time: a recorder's line is checked
 // for commas inside its fields in a few steps instead of one call per field.
 std::size_t commaCount(const char* p, std::size_t n) {
@@ -54,16 +60,13 @@ std::size_t commaCount(const char* p, std::size_t n) {
     count = static_cast<std::size_t>(_mm_cvtsi128_si32(sums)) +
             static_cast<std::size_t>(_mm_cvtsi128_si32(_mm_srli_si128(sums, 8)));
 #endif
-    constexpr std::uint64_t kCommas = 0x2c2c2c2c2c2c2c2cULL, kLow7 = 0x7f7f7f7f7f7f7f7fULL;
+    constexpr std::uint64_t kCommas = 0x2c2c2c2c2c2c2c2cULL;
     for (; i + 8 <= n; i += 8) {
         std::uint64_t word;
         std::memcpy(&word, p + i, 8);
-        const std::uint64_t x = word ^ kCommas; // a comma's byte becomes 0
-        // The top bit of each byte that is not 0, exactly (no borrow between bytes).
-        const std::uint64_t nonzero = ((x & kLow7) + kLow7) | x;
         // One bit per comma, at the bottom of its byte; the multiplication adds the bytes up
         // in the top one (a library call for popcount on processors without the instruction).
-        const std::uint64_t ones = (~nonzero & ~kLow7) >> 7;
+        const std::uint64_t ones = zeroBytes(word ^ kCommas) >> 7;
         count += static_cast<std::size_t>((ones * 0x0101010101010101ULL) >> 56);
     }
     for (; i < n; ++i)
@@ -203,14 +206,11 @@ bool readPlainField(std::string_view text, std::string_view suffix, FieldValue& 
         while (end - p >= 8) {
             std::uint64_t word;
             std::memcpy(&word, p, 8);
-            const std::uint64_t spaces = word ^ 0x2020202020202020ULL;
-            const std::uint64_t tabs = word ^ 0x0909090909090909ULL;
             // The top bit of each byte that is a space or a tab.
-            constexpr std::uint64_t kLow7 = 0x7f7f7f7f7f7f7f7fULL;
+            constexpr std::uint64_t kTops = 0x8080808080808080ULL;
             const std::uint64_t blank =
-                ~((((spaces & kLow7) + kLow7) | spaces) & (((tabs & kLow7) + kLow7) | tabs)) &
-                ~kLow7;
-            if (blank == ~kLow7) {
+                zeroBytes(word ^ 0x2020202020202020ULL) | zeroBytes(word ^ 0x0909090909090909ULL);
+            if (blank == kTops) {
                 p += 8;
                 continue;
             }
@@ -328,43 +328,41 @@ std::optional<std::int64_t> parseDate(std::string_view s, int yearIfMissing) {
     return daysFromCivil(year, month, day);
 }
 
+// The recorder's own "hh:mm:ss.s", its first eight bytes taken as one word.
+std::optional<std::int64_t> recorderClock(std::string_view s) {
+    if (s.size() != 10 || s[8] != '.' || static_cast<unsigned char>(s[9] - '0') >= 10)
+        return std::nullopt;
+    std::uint64_t word;
+    std::memcpy(&word, s.data(), 8);
+    if constexpr (std::endian::native == std::endian::big) {
+        word = 0; // the first byte lowest, as on the processors users have
+        for (int i = 0; i < 8; ++i)
+            word |= std::uint64_t{static_cast<unsigned char>(s[static_cast<std::size_t>(i)])}
+                    << 8 * i;
+    }
+    constexpr std::uint64_t kColonBytes = 0xff0000ff0000ULL, kColons = 0x3a00003a0000ULL;
+    constexpr std::uint64_t kZeros = 0x3030303030303030ULL, kHigh = 0xf0f0f0f0f0f0f0f0ULL;
+    // The colons made zeros, then each byte a digit: "0" to "9" and past "9" after + 6.
+    const std::uint64_t d = (word & ~kColonBytes) | (kZeros & kColonBytes);
+    if ((word & kColonBytes) != kColons || (d & kHigh) != kZeros ||
+        ((d + 0x0606060606060606ULL) & kHigh) != kZeros)
+        return std::nullopt;
+    // Each byte's digit times ten plus the next: hours, minutes, seconds in bytes 0, 3 and 6.
+    const std::uint64_t v = d - kZeros, pairs = v * 10 + (v >> 8);
+    const unsigned h = pairs & 0xff, m = pairs >> 24 & 0xff, sec = pairs >> 48 & 0xff;
+    if (h >= 24 || m >= 60 || sec >= 60)
+        return std::nullopt;
+    return ((h * 60 + m) * 60 + sec) * std::int64_t{1000} +
+           static_cast<unsigned char>(s[9] - '0') * 100;
+}
+
 // "hh:mm:ss", "hh:mm:ss.s": milliseconds since midnight.
 std::optional<std::int64_t> parseClock(std::string_view s) {
-    // The recorder's own "hh:mm:ss.s", its first eight bytes read as one word.
-    if constexpr (std::endian::native == std::endian::little) {
-        if (s.size() == 10 && s[8] == '.' && static_cast<unsigned char>(s[9] - '0') < 10) {
-            constexpr std::uint64_t kColonBytes = 0xff0000ff0000ULL, kColons = 0x3a00003a0000ULL;
-            constexpr std::uint64_t kZeros = 0x3030303030303030ULL, kHigh = 0xf0f0f0f0f0f0f0f0ULL;
-            std::uint64_t word;
-            std::memcpy(&word, s.data(), 8);
-            // The colons made zeros, then each byte a digit: "0" to "9" and past "9" after + 6.
-            const std::uint64_t d = (word & ~kColonBytes) | (kZeros & kColonBytes);
-            if ((word & kColonBytes) == kColons && (d & kHigh) == kZeros &&
-                ((d + 0x0606060606060606ULL) & kHigh) == kZeros) {
-                // Each byte's digit times ten plus the next: hours, minutes, seconds in bytes
-                // 0, 3 and 6.
-                const std::uint64_t v = d - kZeros, pairs = v * 10 + (v >> 8);
-                const unsigned h = pairs & 0xff, m = pairs >> 24 & 0xff, sec = pairs >> 48 & 0xff;
-                if (h < 24 && m < 60 && sec < 60)
-                    return ((h * 60 + m) * 60 + sec) * std::int64_t{1000} +
-                           static_cast<unsigned char>(s[9] - '0') * 100;
-            }
-        }
-    }
+    if (const auto ms = recorderClock(s))
+        return ms;
     s = trim(s);
-    // The recorder's "hh:mm:ss.s", read by position.
-    if (s.size() == 10 && s[2] == ':' && s[5] == ':' && s[8] == '.') {
-        unsigned d[7];
-        constexpr int at[7] = {0, 1, 3, 4, 6, 7, 9};
-        bool ok = true;
-        for (int i = 0; i < 7; ++i) {
-            d[i] = static_cast<unsigned char>(s[static_cast<std::size_t>(at[i])]) - unsigned{'0'};
-            ok = ok && d[i] < 10;
-        }
-        const unsigned h = d[0] * 10 + d[1], m = d[2] * 10 + d[3], sec = d[4] * 10 + d[5];
-        if (ok && h < 24 && m < 60 && sec < 60)
-            return ((h * 60 + m) * 60 + sec) * std::int64_t{1000} + d[6] * 100;
-    }
+    if (const auto ms = recorderClock(s))
+        return ms;
     const auto c1 = s.find(':');
     const auto c2 = c1 == std::string_view::npos ? c1 : s.find(':', c1 + 1);
     int h = 0, m = 0;
