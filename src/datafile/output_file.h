@@ -14,6 +14,7 @@
 //   The old file keeps its permissions; a link to a file stays a link, and its file is
 //   replaced. The temporary file is removed on every other way out: a failure, a discarded
 //   write, Ctrl-C or SIGTERM.
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -49,6 +50,9 @@ class OutputFile {
     bool ownsDescriptor_ = false;
     bool committed_ = false;
     std::string error_;
+    // Bytes written, and those the disk was asked to take so far.
+    std::uint64_t written_ = 0, started_ = 0;
+    static constexpr std::uint64_t kStartWritingBytes = std::uint64_t{8} << 20;
 };
 
 // Writes bytes as the whole content of path. Returns "" or "cannot write PATH: reason".
