@@ -4,6 +4,7 @@
 
 #include "datafile/data_folder.h"
 #include "datafile/output_file.h"
+#include "datafile/recorder_line.h"
 #include "plot/line_reader.h"
 
 #include <algorithm>
@@ -158,21 +159,42 @@ char* putTimestamp(char* p, std::int64_t timeMs, RowBlock& b) {
     return p + 6;
 }
 
-// A plain number's text, as appendNumber writes it.
-char* putPlain(char* p, const FieldValue& v, char separator) {
-    if (!v.number)
+// Copies n bytes; most texts of a row are a few bytes long, copied here in two overlapping
+// moves instead of a library call each.
+void copyShort(char* to, const char* from, std::size_t n) {
+    if (n >= 8 && n <= 16) {
+        std::uint64_t a, b;
+        std::memcpy(&a, from, 8);
+        std::memcpy(&b, from + n - 8, 8);
+        std::memcpy(to, &a, 8);
+        std::memcpy(to + n - 8, &b, 8);
+    } else if (n >= 4 && n < 8) {
+        std::uint32_t a, b;
+        std::memcpy(&a, from, 4);
+        std::memcpy(&b, from + n - 4, 4);
+        std::memcpy(to, &a, 4);
+        std::memcpy(to + n - 4, &b, 4);
+    } else if (n < 4) {
+        for (std::size_t i = 0; i < n; ++i)
+            to[i] = from[i];
+    } else {
+        std::memcpy(to, from, n);
+    }
+}
+
+// A plain number's text, as appendNumber writes it; nothing for an empty text.
+char* putPlain(char* p, std::string_view text, char separator) {
+    if (text.empty())
         return p;
-    const char* text = v.text.data();
-    std::size_t n = v.text.size();
-    if (*text == '-')
-        *p++ = '-', ++text, --n;
-    if (*text == '.')
+    if (text.front() == '-')
+        *p++ = '-', text.remove_prefix(1);
+    if (text.front() == '.')
         *p++ = '0';
-    std::memcpy(p, text, n);
+    copyShort(p, text.data(), text.size());
     if (separator == ';')
-        if (auto* point = static_cast<char*>(std::memchr(p, '.', n)))
+        if (auto* point = static_cast<char*>(std::memchr(p, '.', text.size())))
             *point = ',';
-    return p + n;
+    return p + text.size();
 }
 
 bool plainRow(const Entry& e, char separator) {
@@ -190,6 +212,32 @@ bool plainRow(const Entry& e, char separator) {
     });
 }
 
+// A row of plain numbers, copied from their texts (an empty text is an empty cell).
+void writePlainRow(RowBlock& b, const PlainRecord& r, bool overload, char sep) {
+    char* const start = b.room(kRowRoom);
+    char* p = putTimestamp(start, r.timeMs, b);
+    *p++ = sep;
+    p = putPlain(p, r.record, sep);
+    for (const std::string_view value : r.values) {
+        *p++ = sep;
+        p = putPlain(p, value, sep);
+    }
+    *p++ = sep;
+    p = std::copy(r.period.begin(), r.period.end(), p); // an empty period has no bytes at all
+    *p++ = sep;
+    p = putPlain(p, r.hoursPerDay, sep);
+    *p++ = sep;
+    p = putPlain(p, r.cost, sep);
+    *p++ = sep;
+    const std::string_view status = overload ? "overload\r\n" : "ok\r\n";
+    std::memcpy(p, status.data(), status.size());
+    b.used += static_cast<std::size_t>(p + status.size() - start);
+}
+
+std::string_view textOf(const FieldValue& v) {
+    return v.number ? v.text : std::string_view();
+}
+
 void writeRow(RowBlock& b, const Entry& e, char sep) {
     if (e.kind == EntryKind::Record && !plainRow(e, sep)) {
         std::string row;
@@ -198,34 +246,28 @@ void writeRow(RowBlock& b, const Entry& e, char sep) {
         b.used += row.size();
         return;
     }
-    char* const start = b.room(kRowRoom);
-    char* p = putTimestamp(start, e.timeMs, b);
-    *p++ = sep;
     if (e.kind == EntryKind::LostCommunication) {
+        char* const start = b.room(kRowRoom);
+        char* p = putTimestamp(start, e.timeMs, b);
         constexpr std::string_view kLost = "no_com\r\n";
-        std::memset(p, sep, 13);
-        p = std::copy(kLost.begin(), kLost.end(), p + 13);
+        std::memset(p, sep, 14);
+        p = std::copy(kLost.begin(), kLost.end(), p + 14);
         b.used += static_cast<std::size_t>(p - start);
         return;
     }
-    p = putPlain(p, e.record, sep);
+    PlainRecord r;
+    r.timeMs = e.timeMs;
+    r.record = textOf(e.record);
+    // As in appendRow: no VA or VAR worked out of an overload.
     const bool noVA = !e.values[kQV].number || !e.values[kQA].number;
     const bool noVAR = noVA || !e.values[kQW].number;
-    for (int q = 0; q < kQuantityCount; ++q) {
-        *p++ = sep;
+    for (int q = 0; q < kQuantityCount; ++q)
         if (!(q == kQVA && noVA) && !(q == kQVAR && noVAR))
-            p = putPlain(p, e.values[q], sep);
-    }
-    *p++ = sep;
-    p = std::copy(e.period.begin(), e.period.end(), p); // an empty period has no bytes at all
-    *p++ = sep;
-    p = putPlain(p, e.hoursPerDay, sep);
-    *p++ = sep;
-    p = putPlain(p, e.cost, sep);
-    *p++ = sep;
-    const std::string_view status = e.overload ? "overload\r\n" : "ok\r\n";
-    std::memcpy(p, status.data(), status.size());
-    b.used += static_cast<std::size_t>(p + status.size() - start);
+            r.values[static_cast<std::size_t>(q)] = textOf(e.values[static_cast<std::size_t>(q)]);
+    r.period = e.period;
+    r.hoursPerDay = textOf(e.hoursPerDay);
+    r.cost = textOf(e.cost);
+    writePlainRow(b, r, e.overload, sep);
 }
 
 } // namespace
@@ -247,6 +289,8 @@ std::string exportCsv(const std::string& inPath, OutputFile& out, const ExportOp
     struct Piece {
         RowBlock rows;
         ExportSummary summary;
+        PlainRecordReader plain;
+        PlainRecord record; // one for every line: a new one is cleared with a string instruction
     };
     std::vector<Piece> pieces(pieceSlots(options.pieces));
     auto piece = [&](std::size_t i) -> Piece& { return pieces[i % pieces.size()]; };
@@ -262,6 +306,7 @@ std::string exportCsv(const std::string& inPath, OutputFile& out, const ExportOp
                        Piece& p = piece(i);
                        p.rows.clear();
                        p.summary = {};
+                       p.plain = {};
                    },
                    [&](std::size_t i, const Entry& e) {
                        Piece& p = piece(i);
@@ -291,7 +336,17 @@ std::string exportCsv(const std::string& inPath, OutputFile& out, const ExportOp
                            stopped = "export cancelled";
                        return stopped.empty();
                    },
-                   callbacks.problem});
+                   callbacks.problem,
+                   // Most lines: a plain record line of the recorder's, copied field by field.
+                   [&](std::size_t i, std::string_view line) {
+                       Piece& p = piece(i);
+                       if (!p.plain.read(line, p.record))
+                           return false;
+                       ++p.summary.lines;
+                       ++p.summary.records;
+                       writePlainRow(p.rows, p.record, false, options.separator);
+                       return true;
+                   }});
     if (!error.empty() || !stopped.empty()) {
         out.abandon(error.empty() ? stopped : error);
         return out.error();

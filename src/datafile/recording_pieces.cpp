@@ -94,6 +94,11 @@ std::string readInPieces(const std::string& path, int downloadYear, unsigned wan
     std::vector<PieceState> states(slots);
     std::atomic<bool> stop{false};
 
+    auto offerOf = [&](std::size_t i) -> std::function<bool(std::string_view)> {
+        if (!callbacks.offer)
+            return {};
+        return [&callbacks, i](std::string_view line) { return callbacks.offer(i, line); };
+    };
     auto readPiece = [&](std::size_t i) {
         PieceState& st = states[i % slots];
         st.lines = 0;
@@ -102,21 +107,23 @@ std::string readInPieces(const std::string& path, int downloadYear, unsigned wan
         st.error.clear();
         callbacks.start(i);
         RecordingReader reader(downloadYear, wanted);
-        st.error = readRecordingPart(path, cuts[i], cuts[i + 1], reader,
-                                     [&](const Entry& e, std::uint64_t) {
-                                         callbacks.take(i, e);
-                                         if (e.kind == EntryKind::Malformed) {
-                                             if (st.problems.size() == kKeptProblems)
-                                                 return !(st.redo = true);
-                                             Entry kept;
-                                             kept.kind = e.kind;
-                                             kept.lineNumber = e.lineNumber;
-                                             kept.timeMs = e.timeMs;
-                                             kept.problem = e.problem;
-                                             st.problems.push_back(std::move(kept));
-                                         }
-                                         return !stop.load(std::memory_order_relaxed);
-                                     });
+        st.error = readRecordingPart(
+            path, cuts[i], cuts[i + 1], reader,
+            [&](const Entry& e, std::uint64_t) {
+                callbacks.take(i, e);
+                if (e.kind == EntryKind::Malformed) {
+                    if (st.problems.size() == kKeptProblems)
+                        return !(st.redo = true);
+                    Entry kept;
+                    kept.kind = e.kind;
+                    kept.lineNumber = e.lineNumber;
+                    kept.timeMs = e.timeMs;
+                    kept.problem = e.problem;
+                    st.problems.push_back(std::move(kept));
+                }
+                return !stop.load(std::memory_order_relaxed);
+            },
+            offerOf(i));
         st.lines = reader.lines();
         st.redo = st.redo || reader.sawDownload();
     };
@@ -131,14 +138,16 @@ std::string readInPieces(const std::string& path, int downloadYear, unsigned wan
             callbacks.start(i);
             const std::uint64_t before = inOrder.lines();
             std::string error = readRecordingPart(
-                path, cuts[i], cuts[i + 1], inOrder, [&](const Entry& e, std::uint64_t) {
+                path, cuts[i], cuts[i + 1], inOrder,
+                [&](const Entry& e, std::uint64_t) {
                     Entry local = e; // numbered from the piece's first line, as on a thread
                     local.lineNumber -= before;
                     callbacks.take(i, local);
                     if (e.kind == EntryKind::Malformed && callbacks.problem)
                         callbacks.problem(e);
                     return true;
-                });
+                },
+                offerOf(i));
             if (!error.empty())
                 return error;
         } else {

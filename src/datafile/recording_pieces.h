@@ -39,6 +39,9 @@ struct PieceCallbacks {
     std::function<void(std::size_t, const Entry&)> take;
     std::function<bool(std::size_t, std::uint64_t)> merge;
     std::function<void(const Entry&)> problem;
+    // When given, offered each whole line of piece i before the reader, on any thread; true
+    // when it took the line as a record (see readRecordingPart), which then makes no entry.
+    std::function<bool(std::size_t, std::string_view)> offer;
 };
 
 // Reads the recording at `path` as above; returns "" or why the file cannot be read. Slots

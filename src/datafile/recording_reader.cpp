@@ -3,6 +3,7 @@
 #include "datafile/recording_reader.h"
 
 #include "datafile/data_folder.h"
+#include "datafile/recorder_line.h"
 #include "plot/line_reader.h"
 
 #include <algorithm>
@@ -17,121 +18,14 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
 
 namespace pa::datafile {
 namespace {
 
 constexpr std::int64_t kMsPerDay = 86'400'000;
 constexpr std::string_view kLostNotice = "NO COM, DATA LOST";
-
-// A record line of a data file has eleven commas: twelve fields, the last holding the
-// energy per period, the period, the hours per day and the cost.
-constexpr int kDataFields = 12;
 // A download line: number, date, time, watts, PF, volts, amps.
 constexpr int kDownloadFields = 7;
-
-// Where the recorder puts the eleven commas of a record line (0-based bytes): its fields have
-// fixed widths, so a line of plain ASCII text is split without looking for them.
-constexpr int kFixedCommas[kDataFields - 1] = {10, 22, 33, 42, 51, 60, 69, 81, 93, 107, 121};
-
-// The top bit of each byte of x that is zero, exactly (no borrow from one byte to the next).
-constexpr std::uint64_t zeroBytes(std::uint64_t x) {
-    constexpr std::uint64_t kLow7 = 0x7f7f7f7f7f7f7f7fULL;
-    return ~(((x & kLow7) + kLow7) | x) & ~kLow7;
-}
-
-// The number of commas in n bytes, sixteen (or eight) at a time: a recorder's line is checked
-// for commas inside its fields in a few steps instead of one call per field.
-std::size_t commaCount(const char* p, std::size_t n) {
-    std::size_t count = 0, i = 0;
-#if defined(__SSE2__)
-    // Each block's matches (0xff, that is -1) are taken from per-byte counters, which are
-    // added up once at the end: at most 255 blocks fit in them, far more than a line holds.
-    const __m128i commas = _mm_set1_epi8(',');
-    __m128i counters = _mm_setzero_si128();
-    for (; i + 16 <= n && i < 255 * 16; i += 16) {
-        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
-        counters = _mm_sub_epi8(counters, _mm_cmpeq_epi8(block, commas));
-    }
-    const __m128i sums = _mm_sad_epu8(counters, _mm_setzero_si128());
-    count = static_cast<std::size_t>(_mm_cvtsi128_si32(sums)) +
-            static_cast<std::size_t>(_mm_cvtsi128_si32(_mm_srli_si128(sums, 8)));
-#endif
-    constexpr std::uint64_t kCommas = 0x2c2c2c2c2c2c2c2cULL;
-    for (; i + 8 <= n; i += 8) {
-        std::uint64_t word;
-        std::memcpy(&word, p + i, 8);
-        // One bit per comma, at the bottom of its byte; the multiplication adds the bytes up
-        // in the top one (a library call for popcount on processors without the instruction).
-        const std::uint64_t ones = zeroBytes(word ^ kCommas) >> 7;
-        count += static_cast<std::size_t>((ones * 0x0101010101010101ULL) >> 56);
-    }
-    for (; i < n; ++i)
-        count += p[i] == ',';
-    return count;
-}
-
-#if defined(__SSE2__)
-// The fixed commas as a bit mask of the line's first 128 bytes, sixteen bits a block.
-constexpr std::size_t kMaskedBytes = 128;
-constexpr auto kFixedCommaMask = [] {
-    std::array<int, kMaskedBytes / 16> mask{};
-    for (const int at : kFixedCommas)
-        mask[static_cast<std::size_t>(at / 16)] |= 1 << (at % 16);
-    return mask;
-}();
-#endif
-
-// True when the line has commas at the fixed places and nowhere else.
-bool fixedCommas(std::string_view line) {
-#if defined(__SSE2__)
-    // Each block's commas as a mask, compared with where they belong: no count, no branch.
-    if (line.size() >= kMaskedBytes) {
-        const __m128i commas = _mm_set1_epi8(',');
-        int differ = 0;
-        for (std::size_t k = 0; k < kFixedCommaMask.size(); ++k) {
-            const __m128i block =
-                _mm_loadu_si128(reinterpret_cast<const __m128i*>(line.data() + 16 * k));
-            differ |= _mm_movemask_epi8(_mm_cmpeq_epi8(block, commas)) ^ kFixedCommaMask[k];
-        }
-        // No comma after them: the last block ends with the line, its bytes already looked
-        // at shifted out.
-        for (std::size_t i = kMaskedBytes; i < line.size(); i += 16) {
-            const std::size_t at = std::min(i, line.size() - 16);
-            const __m128i block =
-                _mm_loadu_si128(reinterpret_cast<const __m128i*>(line.data() + at));
-            differ |= _mm_movemask_epi8(_mm_cmpeq_epi8(block, commas)) >> (i - at);
-        }
-        return differ == 0;
-    }
-#endif
-    for (const int at : kFixedCommas)
-        if (line[static_cast<std::size_t>(at)] != ',')
-            return false;
-    return commaCount(line.data(), line.size()) == kDataFields - 1;
-}
-
-// Splits a line of the recorder's own layout at its fixed commas; false (nothing touched) for
-// any other line, which then goes the general way.
-bool splitFixed(std::string_view line, std::string_view* out) {
-    constexpr std::size_t kLastStart = kFixedCommas[kDataFields - 2] + 1;
-    if (line.size() < kLastStart || !fixedCommas(line))
-        return false;
-    std::size_t start = 0;
-    for (int i = 0; i < kDataFields - 1; ++i) {
-        const auto at = static_cast<std::size_t>(kFixedCommas[i]);
-        out[i] = std::string_view(line.data() + start, at - start);
-        start = at + 1;
-    }
-    out[kDataFields - 1] = std::string_view(line.data() + start, line.size() - start);
-    return true;
-}
-
-// The unit each value field of a data file ends with, in the order of Quantity.
-constexpr std::string_view kDataSuffix[] = {"W", "PF", "V", "A", "", "VA", "VAR", "KWH"};
 
 std::string_view trim(std::string_view s) {
     while (!s.empty() && (s.front() == ' ' || s.front() == '\t'))
@@ -145,7 +39,6 @@ std::string_view trim(std::string_view s) {
 // an exact whole number divided by an exact power of ten, which rounds as from_chars does.
 constexpr double kPowersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                    1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-constexpr int kPlainDigits = 15; // every such whole number is exact in a double
 
 // Sets out and returns true when s is one; the value is not handed back in an optional, which
 // costs a store-forwarding stall for each of the dozen fields of every line.
@@ -326,34 +219,6 @@ std::optional<std::int64_t> parseDate(std::string_view s, int yearIfMissing) {
     if (month < 1 || month > 12 || day < 1 || day > 31)
         return std::nullopt;
     return daysFromCivil(year, month, day);
-}
-
-// The recorder's own "hh:mm:ss.s", its first eight bytes taken as one word.
-std::optional<std::int64_t> recorderClock(std::string_view s) {
-    if (s.size() != 10 || s[8] != '.' || static_cast<unsigned char>(s[9] - '0') >= 10)
-        return std::nullopt;
-    std::uint64_t word;
-    std::memcpy(&word, s.data(), 8);
-    if constexpr (std::endian::native == std::endian::big) {
-        word = 0; // the first byte lowest, as on the processors users have
-        for (int i = 0; i < 8; ++i)
-            word |= std::uint64_t{static_cast<unsigned char>(s[static_cast<std::size_t>(i)])}
-                    << 8 * i;
-    }
-    constexpr std::uint64_t kColonBytes = 0xff0000ff0000ULL, kColons = 0x3a00003a0000ULL;
-    constexpr std::uint64_t kZeros = 0x3030303030303030ULL, kHigh = 0xf0f0f0f0f0f0f0f0ULL;
-    // The colons made zeros, then each byte a digit: "0" to "9" and past "9" after + 6.
-    const std::uint64_t d = (word & ~kColonBytes) | (kZeros & kColonBytes);
-    if ((word & kColonBytes) != kColons || (d & kHigh) != kZeros ||
-        ((d + 0x0606060606060606ULL) & kHigh) != kZeros)
-        return std::nullopt;
-    // Each byte's digit times ten plus the next: hours, minutes, seconds in bytes 0, 3 and 6.
-    const std::uint64_t v = d - kZeros, pairs = v * 10 + (v >> 8);
-    const unsigned h = pairs & 0xff, m = pairs >> 24 & 0xff, sec = pairs >> 48 & 0xff;
-    if (h >= 24 || m >= 60 || sec >= 60)
-        return std::nullopt;
-    return ((h * 60 + m) * 60 + sec) * std::int64_t{1000} +
-           static_cast<unsigned char>(s[9] - '0') * 100;
 }
 
 // "hh:mm:ss", "hh:mm:ss.s": milliseconds since midnight.
@@ -718,17 +583,7 @@ void RecordingReader::readTail(std::string_view tail, Entry& e) {
 }
 
 bool RecordingReader::Remembered::same(std::string_view field) const {
-    if (size == 0 || field.size() != size)
-        return false;
-    if (size < 8 || size > 16)
-        return std::memcmp(bytes, field.data(), size) == 0;
-    // The first and the last eight bytes (overlapping): a value field of the recorder's.
-    std::uint64_t a[2], b[2];
-    std::memcpy(&a[0], bytes, 8);
-    std::memcpy(&a[1], bytes + size - 8, 8);
-    std::memcpy(&b[0], field.data(), 8);
-    std::memcpy(&b[1], field.data() + size - 8, 8);
-    return ((a[0] ^ b[0]) | (a[1] ^ b[1])) == 0;
+    return sameField(field, bytes, size);
 }
 
 void RecordingReader::Remembered::keep(std::string_view field) {
@@ -779,11 +634,16 @@ void RecordingReader::readLost(const std::string_view* f, Entry& e) {
 namespace {
 
 std::string readLines(plot::LineReader& lines, RecordingReader& reader,
-                      const std::function<bool(const Entry&, std::uint64_t)>& each) {
+                      const std::function<bool(const Entry&, std::uint64_t)>& each,
+                      const std::function<bool(std::string_view)>& offer = {}) {
     std::string_view head;
     std::uint64_t size = 0;
     Entry e;
     while (lines.next(head, size)) {
+        if (offer && size == head.size() && offer(head)) {
+            reader.skipLines(1);
+            continue;
+        }
         reader.readInto(head, e);
         if (size > head.size()) {
             e.kind = EntryKind::Malformed;
@@ -807,11 +667,12 @@ std::string readRecording(const std::string& path, RecordingReader& reader,
 
 std::string readRecordingPart(const std::string& path, std::uint64_t begin, std::uint64_t end,
                               RecordingReader& reader,
-                              const std::function<bool(const Entry&, std::uint64_t)>& each) {
+                              const std::function<bool(const Entry&, std::uint64_t)>& each,
+                              const std::function<bool(std::string_view)>& offer) {
     plot::LineReader lines;
     if (!lines.open(path, begin, end))
         return "cannot read " + path + ": " + systemReason(errno);
-    return readLines(lines, reader, each);
+    return readLines(lines, reader, each, offer);
 }
 
 } // namespace pa::datafile

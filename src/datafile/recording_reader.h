@@ -139,8 +139,11 @@ class RecordingReader {
 std::string readRecording(const std::string& path, RecordingReader& reader,
                           const std::function<bool(const Entry&, std::uint64_t)>& each);
 // The same for the lines from byte `begin` up to byte `end` (a piece split at line ends).
+// `offer`, when given, sees each whole line first and returns true when it took the line as a
+// record of its own reading (a plain record line): the reader then only counts it.
 std::string readRecordingPart(const std::string& path, std::uint64_t begin, std::uint64_t end,
                               RecordingReader& reader,
-                              const std::function<bool(const Entry&, std::uint64_t)>& each);
+                              const std::function<bool(const Entry&, std::uint64_t)>& each,
+                              const std::function<bool(std::string_view)>& offer = {});
 
 } // namespace pa::datafile

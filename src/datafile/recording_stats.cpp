@@ -288,7 +288,8 @@ std::string gatherStats(const std::string& path, int downloadYear, RecordingStat
                           slot(i) = RecordingStats(stats.per()); // its groups' memory goes now
                           return true;
                       },
-                      problem});
+                      problem,
+                      {}});
     if (!error.empty())
         return error;
     stats.finish();

@@ -645,6 +645,7 @@ std::string gatherSurvey(const std::vector<std::string>& files, const SurveyOpti
                  }
                  return !cancelled;
              },
+             {},
              {}});
         if (!error.empty())
             return error;

@@ -5,6 +5,7 @@
 // all-or-nothing rule.
 #include "datafile/csv_export.h"
 #include "datafile/data_file.h"
+#include "datafile/recorder_line.h"
 
 #include "support/test_files.h"
 #include "text/number_text.h"
@@ -92,6 +93,45 @@ TEST(RecordingReader, ReadsEveryKindOfLine) {
     };
     for (const auto& [line, expected] : cases)
         EXPECT_EQ(describe(RecordingReader(2025).read(line + "\r")), expected) << line;
+}
+
+// The one-pass reader takes a line only when RecordingReader reads it as the same record of
+// plain numbers; anything else in any field leaves the line to RecordingReader.
+TEST(PlainRecordReader, TakesOnlyRecordsOfPlainNumbers) {
+    std::string RecordTexts::*const fields[] = {
+        &RecordTexts::date,        &RecordTexts::clock,
+        &RecordTexts::watts,       &RecordTexts::amps,
+        &RecordTexts::powerFactor, &RecordTexts::angle,
+        &RecordTexts::kwh,         &RecordTexts::energyPerPeriod,
+        &RecordTexts::period,      &RecordTexts::hoursPerDay,
+        &RecordTexts::cost};
+    const char* texts[] = {"-.5", "5.",  ".",   "-",     "",    "1.2.3",      "OL",       "1e3",
+                           "+5",  "5 W", "5A",  "5 PF",  "\t5", "=5",         "0x10",     "5$",
+                           "-5-", "5 5", "$.5", "mo th", "Day", "13-45-2026", "08:00:01", "é"};
+    int taken = 0;
+    for (auto field : fields)
+        for (const char* text : texts) {
+            RecordTexts t = kExample;
+            t.*field = text;
+            const std::string line = recordLine(3, t);
+            PlainRecord r;
+            if (!PlainRecordReader().read(line, r))
+                continue;
+            ++taken;
+            const Entry e = RecordingReader(2025).read(line);
+            ASSERT_TRUE(e.kind == EntryKind::Record && !e.overload) << line;
+            auto plain = [](const FieldValue& v) { return std::string(v.plain ? v.text : "?"); };
+            std::string expected = plain(e.record), got(r.record);
+            for (std::size_t q = 0; q < kQuantityCount; ++q)
+                expected += " " + plain(e.values[q]), got += " " + std::string(r.values[q]);
+            expected += " " + std::string(e.period) + " " + plain(e.hoursPerDay) + " " +
+                        plain(e.cost) + " " + isoTime(e.timeMs);
+            got += " " + std::string(r.period) + " " + std::string(r.hoursPerDay) + " " +
+                   std::string(r.cost) + " " + isoTime(r.timeMs);
+            EXPECT_EQ(got, expected) << line;
+        }
+    // "-.5" and "5." in each number's field, and two other periods ("OL" is one too).
+    EXPECT_EQ(taken, 18);
 }
 
 TEST(RecordingReader, DownloadPastMidnightGoesOnToTheNextDay) {
