@@ -11,6 +11,7 @@
 #endif
 
 namespace pa::datafile {
+namespace {
 
 // The number of commas in n bytes, sixteen (or eight) at a time: a recorder's line is checked
 // for commas inside its fields in a few steps instead of one call per field.
@@ -42,8 +43,6 @@ std::size_t commaCount(const char* p, std::size_t n) {
         count += p[i] == ',';
     return count;
 }
-
-namespace {
 
 // Where the recorder puts the eleven commas of a record line (0-based bytes): its fields have
 // fixed widths, so a line of plain ASCII text is split without looking for them.

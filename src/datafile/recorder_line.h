@@ -35,9 +35,6 @@ constexpr std::uint64_t zeroBytes(std::uint64_t x) {
     return ~(((x & kLow7) + kLow7) | x) & ~kLow7;
 }
 
-// The number of commas in n bytes.
-std::size_t commaCount(const char* p, std::size_t n);
-
 // Splits a line of the recorder's layout (commas at the fixed places and nowhere else) into its
 // twelve fields; false (nothing touched) for any other line.
 bool splitFixed(std::string_view line, std::string_view* out);
