@@ -285,17 +285,14 @@ std::string csvHeader(char separator) {
 std::string exportCsv(const std::string& inPath, OutputFile& out, const ExportOptions& options,
                       ExportSummary& summary, const ExportCallbacks& callbacks) {
     const std::int64_t length = plot::fileLength(inPath);
-    // Each piece's rows are made on a thread of its own and written in the file's order. Each
-    // piece on cache lines of its own: threads writing neighbouring pieces for every line would
-    // otherwise take the line they share from each other's cache.
-    struct alignas(64) Piece {
+    // Each piece's rows are made on a thread of its own and written in the file's order.
+    struct Piece {
         RowBlock rows;
         ExportSummary summary;
         PlainRecordReader plain;
         PlainRecord record; // one for every line: a new one is cleared with a string instruction
     };
-    std::vector<Piece> pieces(pieceSlots(options.pieces));
-    auto piece = [&](std::size_t i) -> Piece& { return pieces[i % pieces.size()]; };
+    PieceSlots<Piece> piece(options.pieces);
     std::string stopped;
     if (!out.write(csvHeader(options.separator) + "\r\n"))
         stopped = out.error();
@@ -305,13 +302,13 @@ std::string exportCsv(const std::string& inPath, OutputFile& out, const ExportOp
             : readInPieces(
                   inPath, options.downloadYear, RecordingReader::kAllQuantities, options.pieces,
                   {[&](std::size_t i) {
-                       Piece& p = piece(i);
+                       Piece& p = piece[i];
                        p.rows.clear();
                        p.summary = {};
                        p.plain = {};
                    },
                    [&](std::size_t i, const Entry& e) {
-                       Piece& p = piece(i);
+                       Piece& p = piece[i];
                        ++p.summary.lines;
                        if (e.kind == EntryKind::Record) {
                            ++p.summary.records;
@@ -325,7 +322,7 @@ std::string exportCsv(const std::string& inPath, OutputFile& out, const ExportOp
                        }
                    },
                    [&](std::size_t i, std::uint64_t position) {
-                       Piece& p = piece(i);
+                       Piece& p = piece[i];
                        summary.lines += p.summary.lines;
                        summary.records += p.summary.records;
                        summary.overloads += p.summary.overloads;
@@ -341,7 +338,7 @@ std::string exportCsv(const std::string& inPath, OutputFile& out, const ExportOp
                    callbacks.problem,
                    // Most lines: a plain record line of the recorder's, copied field by field.
                    [&](std::size_t i, std::string_view line) {
-                       Piece& p = piece(i);
+                       Piece& p = piece[i];
                        if (!p.plain.read(line, p.record))
                            return false;
                        ++p.summary.lines;

@@ -51,6 +51,22 @@ std::string readInPieces(const std::string& path, int downloadYear, unsigned wan
                          const PieceOptions& options, const PieceCallbacks& callbacks);
 std::size_t pieceSlots(const PieceOptions& options);
 
+// The partial results of the pieces read at a time: piece i's is slots[i]. Each lies on cache
+// lines of its own: threads that write neighbouring results for every line would otherwise keep
+// taking the line they share from each other's cache (a fifth of the time of the statistics).
+template <typename T> class PieceSlots {
+  public:
+    explicit PieceSlots(const PieceOptions& options, const T& initial = T{})
+        : slots_(pieceSlots(options), Slot{initial}) {}
+    T& operator[](std::size_t piece) { return slots_[piece % slots_.size()].value; }
+
+  private:
+    struct alignas(64) Slot {
+        T value;
+    };
+    std::vector<Slot> slots_;
+};
+
 // The byte offsets where the pieces of the first `length` bytes of the file begin, then
 // `length`: each piece after the first begins just after the first line end at or past a
 // multiple of the piece size. {0, length} for a file shorter than four pieces.

@@ -277,20 +277,14 @@ void RecordingStats::finish() {
 std::string gatherStats(const std::string& path, int downloadYear, RecordingStats& stats,
                         const std::function<void(const Entry&)>& problem,
                         const PieceOptions& options) {
-    // Each slot on cache lines of its own: threads writing neighbouring slots for every line
-    // would otherwise take the line they share from each other's cache (a fifth of the time).
-    struct alignas(64) Slot {
-        RecordingStats stats;
-    };
-    std::vector<Slot> partial(pieceSlots(options), Slot{RecordingStats(stats.per())});
-    auto slot = [&](std::size_t i) -> RecordingStats& { return partial[i % partial.size()].stats; };
+    PieceSlots<RecordingStats> slot(options, RecordingStats(stats.per()));
     const std::string error =
         readInPieces(path, downloadYear, 1u << kQW | 1u << kQPF | 1u << kQV | 1u << kQA, options,
-                     {[&](std::size_t i) { slot(i) = RecordingStats::piece(stats.per()); },
-                      [&](std::size_t i, const Entry& e) { slot(i).add(e); },
+                     {[&](std::size_t i) { slot[i] = RecordingStats::piece(stats.per()); },
+                      [&](std::size_t i, const Entry& e) { slot[i].add(e); },
                       [&](std::size_t i, std::uint64_t) {
-                          stats.merge(slot(i));
-                          slot(i) = RecordingStats(stats.per()); // its groups' memory goes now
+                          stats.merge(slot[i]);
+                          slot[i] = RecordingStats(stats.per()); // its groups' memory goes now
                           return true;
                       },
                       problem,

@@ -60,12 +60,12 @@ std::string labelAt(std::ifstream& in, std::uint64_t offset) {
 bool loadEnvelopeInPieces(const std::string& path, std::uint64_t length, const Quantity& quantity,
                           long points, PlotData& data, const Progress& progress,
                           const datafile::PieceOptions& options) {
-    struct alignas(64) Piece { // on cache lines of its own, as each thread adds to its piece
+    struct Piece {
         std::vector<double> values;
         std::vector<std::uint64_t> starts; // of each line, from the piece's first byte
         bool failed = false;
     };
-    std::vector<Piece> pieces(datafile::pieceSlots(options));
+    datafile::PieceSlots<Piece> pieces(options);
     const std::vector<std::uint64_t> cuts = datafile::pieceCuts(path, length, options.pieceBytes);
     std::ifstream labels(datafile::pathFromUtf8(path), std::ios::binary);
     std::atomic<bool> stop{false};
@@ -75,7 +75,7 @@ bool loadEnvelopeInPieces(const std::string& path, std::uint64_t length, const Q
     datafile::runInOrder(
         cuts.size() - 1, options, stop,
         [&](std::size_t i) {
-            Piece& p = pieces[i % pieces.size()];
+            Piece& p = pieces[i];
             p.values.clear();
             p.starts.clear();
             LineReader reader;
@@ -90,7 +90,7 @@ bool loadEnvelopeInPieces(const std::string& path, std::uint64_t length, const Q
             }
         },
         [&](std::size_t i) {
-            const Piece& p = pieces[i % pieces.size()];
+            const Piece& p = pieces[i];
             if ((failed = p.failed))
                 return false;
             for (std::size_t k = 0; k < p.values.size(); ++k) {

@@ -597,11 +597,7 @@ std::string gatherSurvey(const std::vector<std::string>& files, const SurveyOpti
         // A download's records always have their four values; a data file's VAR is there (a
         // record whose VAR is an overload has no VA to take it from either). The lines are read
         // on all cores, piece by piece, and taken into the survey in the file's order.
-        // Each piece on cache lines of its own, as each thread adds a line to its piece.
-        struct alignas(64) Piece {
-            std::vector<SurveyLine> lines;
-        };
-        std::vector<Piece> pieces(pieceSlots(kSurveyPieces));
+        PieceSlots<std::vector<SurveyLine>> pieces(kSurveyPieces);
         std::uint64_t lines = 0, nextProgress = kProgressLines;
         Entry replayed;
         auto take = [&](const SurveyLine& line) {
@@ -631,12 +627,10 @@ std::string gatherSurvey(const std::vector<std::string>& files, const SurveyOpti
         const std::string error = readInPieces(
             span.path, options.downloadYear, 1u << kQW | 1u << kQPF | 1u << kQV | 1u << kQVAR,
             kSurveyPieces,
-            {[&](std::size_t i) { pieces[i % pieces.size()].lines.clear(); },
-             [&](std::size_t i, const Entry& e) {
-                 pieces[i % pieces.size()].lines.emplace_back(e);
-             },
+            {[&](std::size_t i) { pieces[i].clear(); },
+             [&](std::size_t i, const Entry& e) { pieces[i].emplace_back(e); },
              [&](std::size_t i, std::uint64_t position) {
-                 std::vector<SurveyLine>& piece = pieces[i % pieces.size()].lines;
+                 std::vector<SurveyLine>& piece = pieces[i];
                  for (const SurveyLine& line : piece)
                      take(line);
                  lines += piece.size();
